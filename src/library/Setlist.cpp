@@ -1,0 +1,25 @@
+#include "library/Setlist.h"
+
+#include "library/ManagedObjectModel.h"
+#include "platform/KeyedArchiver.h"
+#include "platform/KeyedUnarchiver.h"
+
+#include <QDateTime>
+
+void Setlist::awakeFromInsert() { setValue("dateCreated", QDateTime::currentDateTimeUtc()); }
+
+void Setlist::encodeWithCoder(KeyedArchiver& coder) const {
+    coder.encodeObject(value("dateCreated"), "dateCreated");
+    coder.encodeObject(value("name"), "name");
+    QList<const KeyedCoding*> songs;
+    for (auto* s : orderedObjects("song"))
+        songs.append(s);
+    coder.encodeOrderedSet(songs, "song");
+}
+
+std::unique_ptr<ManagedObject> Setlist::initWithCoder(KeyedUnarchiver& coder,
+                                                      const ManagedObjectModel& libraryModel) {
+    auto record = std::make_unique<ManagedObject>(libraryModel.entity(u"Song"), nullptr);
+    record->decodeAttributes(coder);
+    return record;
+}

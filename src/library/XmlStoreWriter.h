@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QByteArray>
+
+class ObjectContext;
+class PersistentStore;
+
+// Renders the whole graph of a context in the XML store dialect.
+class XmlStoreWriter {
+public:
+    static QByteArray write(const ObjectContext& context, const PersistentStore& store);
+};

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+struct Error;
+
+struct AlertSpec {
+    enum class Style { Warning, Informational, Critical };
+    QString messageText;
+    QString informativeText;
+    QStringList buttons; // first is the confirming button
+    Style style = Style::Warning;
+};
+
+// Modal questions to the user; the application shows message boxes, tests script the answers.
+class Alerts {
+public:
+    static constexpr int FirstButton = 1000; // answers count up from here, as on the Mac
+
+    virtual ~Alerts() = default;
+    virtual int runModal(const AlertSpec& alert) = 0;
+    // True when the presentation dealt with the error (recovery succeeded).
+    virtual bool presentError(const Error& error) = 0;
+
+    static Alerts& shared();
+    static void setShared(Alerts* alerts); // not owned; nullptr restores the quiet default
+};

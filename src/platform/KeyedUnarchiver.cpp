@@ -1,0 +1,277 @@
+#include "platform/KeyedUnarchiver.h"
+
+#include "platform/IndexSet.h"
+#include "platform/KeyedCoding.h"
+#include "platform/PlistNode.h"
+
+#include <QDateTime>
+#include <QSet>
+#include <QUrl>
+#include <cmath>
+#include <vector>
+
+namespace {
+const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
+constexpr int kMaxDepth = 64;
+constexpr qsizetype kMaxIndexes = 1 << 20;
+
+plist_t dictItem(plist_t dict, const char* key) {
+    if (!dict || plist_get_node_type(dict) != PLIST_DICT)
+        return nullptr;
+    return plist_dict_get_item(dict, key);
+}
+
+bool readUid(plist_t node, uint64_t* out) {
+    if (!node || plist_get_node_type(node) != PLIST_UID)
+        return false;
+    plist_get_uid_val(node, out);
+    return true;
+}
+
+QString readString(plist_t node) {
+    if (!node || plist_get_node_type(node) != PLIST_STRING)
+        return {};
+    char* s = nullptr;
+    plist_get_string_val(node, &s);
+    QString out = QString::fromUtf8(s ? s : "");
+    free(s);
+    return out;
+}
+
+bool readNumber(plist_t node, double* real, qint64* integer, bool* isInteger) {
+    if (!node)
+        return false;
+    switch (plist_get_node_type(node)) {
+    case PLIST_UINT: {
+        uint64_t v = 0;
+        plist_get_uint_val(node, &v);
+        *integer = static_cast<qint64>(v);
+        *real = static_cast<double>(*integer);
+        *isInteger = true;
+        return true;
+    }
+    case PLIST_REAL:
+        plist_get_real_val(node, real);
+        *integer = std::isfinite(*real) && std::fabs(*real) < 9e18 ? qint64(*real) : 0;
+        *isInteger = false;
+        return true;
+    case PLIST_BOOLEAN: {
+        uint8_t b = 0;
+        plist_get_bool_val(node, &b);
+        *integer = b ? 1 : 0;
+        *real = *integer;
+        *isInteger = true;
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+} // namespace
+
+struct KeyedUnarchiver::State {
+    PlistNode root;
+    plist_t objects = nullptr;
+    uint32_t objectCount = 0;
+    plist_t current = nullptr;
+    QHash<QString, Factory> factories;
+    std::vector<std::unique_ptr<KeyedCoding>> owned;
+    QHash<uint64_t, KeyedCoding*> decodedRecords;
+    QSet<uint64_t> inProgress;
+    int depth = 0;
+
+    plist_t object(uint64_t uid) const {
+        if (!objects || uid >= objectCount)
+            return nullptr;
+        return plist_array_get_item(objects, static_cast<uint32_t>(uid));
+    }
+    QString className(plist_t dict) const {
+        uint64_t cls = 0;
+        if (!readUid(dictItem(dict, "$class"), &cls))
+            return {};
+        return readString(dictItem(object(cls), "$classname"));
+    }
+    QVariant decodeUid(uint64_t uid, KeyedUnarchiver& self);
+    QVariant decodeList(plist_t dict, KeyedUnarchiver& self) {
+        plist_t list = dictItem(dict, "NS.objects");
+        if (!list || plist_get_node_type(list) != PLIST_ARRAY)
+            return {};
+        QVariantList out;
+        const uint32_t n = plist_array_get_size(list);
+        for (uint32_t i = 0; i < n; ++i) {
+            uint64_t uid = 0;
+            if (readUid(plist_array_get_item(list, i), &uid))
+                out.append(decodeUid(uid, self));
+        }
+        return out;
+    }
+};
+
+QVariant KeyedUnarchiver::State::decodeUid(uint64_t uid, KeyedUnarchiver& self) {
+    if (uid == 0)
+        return {};
+    plist_t node = object(uid);
+    if (!node)
+        return {};
+    switch (plist_get_node_type(node)) {
+    case PLIST_STRING:
+        return readString(node);
+    case PLIST_BOOLEAN: {
+        uint8_t b = 0;
+        plist_get_bool_val(node, &b);
+        return bool(b);
+    }
+    case PLIST_UINT:
+    case PLIST_REAL: {
+        double r;
+        qint64 i;
+        bool isInt;
+        readNumber(node, &r, &i, &isInt);
+        return isInt ? QVariant(i) : QVariant(r);
+    }
+    case PLIST_DICT:
+        break;
+    default:
+        return {};
+    }
+    if (auto it = decodedRecords.constFind(uid); it != decodedRecords.constEnd())
+        return QVariant::fromValue(*it);
+    if (depth >= kMaxDepth || inProgress.contains(uid))
+        return {}; // a cycle or a hostile nesting: treat as absent
+    const QString cls = className(node);
+    struct Scope {
+        State& s;
+        uint64_t uid;
+        Scope(State& st, uint64_t u) : s(st), uid(u) {
+            ++s.depth;
+            s.inProgress.insert(uid);
+        }
+        ~Scope() {
+            --s.depth;
+            s.inProgress.remove(uid);
+        }
+    } scope(*this, uid);
+
+    if (cls == "NSString" || cls == "NSMutableString")
+        return readString(dictItem(node, "NS.string"));
+    if (cls == "NSDate") {
+        double r;
+        qint64 i;
+        bool isInt;
+        if (!readNumber(dictItem(node, "NS.time"), &r, &i, &isInt) || !std::isfinite(r) ||
+            std::fabs(r) > 1e14)
+            return {};
+        return kReferenceDate.addMSecs(static_cast<qint64>(std::llround(r * 1000.0)));
+    }
+    if (cls == "NSURL" || cls == "NSMutableURL") {
+        uint64_t rel = 0;
+        if (!readUid(dictItem(node, "NS.relative"), &rel))
+            return {};
+        const QVariant s = decodeUid(rel, self);
+        return s.typeId() == QMetaType::QString ? QVariant(QUrl(s.toString())) : QVariant();
+    }
+    if (cls == "NSArray" || cls == "NSMutableArray" || cls == "NSOrderedSet" ||
+        cls == "NSMutableOrderedSet" || cls == "NSSet" || cls == "NSMutableSet")
+        return decodeList(node, self);
+    if (cls == "NSIndexSet" || cls == "NSMutableIndexSet") {
+        IndexSet set;
+        plist_t list = dictItem(node, "NSIndexes");
+        if (list && plist_get_node_type(list) == PLIST_ARRAY) {
+            const uint32_t n = std::min<uint32_t>(plist_array_get_size(list), kMaxIndexes);
+            for (uint32_t i = 0; i < n; ++i) {
+                double r;
+                qint64 v;
+                bool isInt;
+                if (readNumber(plist_array_get_item(list, i), &r, &v, &isInt) && v >= 0)
+                    set.add(v);
+            }
+        }
+        return QVariant::fromValue(set);
+    }
+    auto f = factories.constFind(cls);
+    if (f == factories.constEnd())
+        return {};
+    plist_t saved = current;
+    current = node;
+    auto record = (*f)(self);
+    current = saved;
+    if (!record)
+        return {};
+    KeyedCoding* raw = record.get();
+    owned.push_back(std::move(record));
+    decodedRecords.insert(uid, raw);
+    return QVariant::fromValue(raw);
+}
+
+KeyedUnarchiver::KeyedUnarchiver(const QByteArray& data) : d(std::make_unique<State>()) {
+    if (data.size() < 8 || data.size() > (1 << 28) || !data.startsWith("bplist00"))
+        return;
+    plist_t root = nullptr;
+    plist_from_bin(data.constData(), static_cast<uint32_t>(data.size()), &root);
+    d->root.reset(root);
+    if (!root || plist_get_node_type(root) != PLIST_DICT)
+        return;
+    if (readString(dictItem(root, "$archiver")) != "NSKeyedArchiver")
+        return;
+    plist_t objects = dictItem(root, "$objects");
+    plist_t top = dictItem(root, "$top");
+    if (!objects || plist_get_node_type(objects) != PLIST_ARRAY || !top ||
+        plist_get_node_type(top) != PLIST_DICT)
+        return;
+    d->objects = objects;
+    d->objectCount = plist_array_get_size(objects);
+    d->current = top;
+}
+
+KeyedUnarchiver::~KeyedUnarchiver() = default;
+
+bool KeyedUnarchiver::isValid() const { return d->objects != nullptr; }
+
+void KeyedUnarchiver::registerClass(const QString& className, Factory factory) {
+    d->factories.insert(className, std::move(factory));
+}
+
+bool KeyedUnarchiver::containsValue(const QString& key) const {
+    return dictItem(d->current, key.toUtf8().constData()) != nullptr;
+}
+
+QVariant KeyedUnarchiver::decodeObject(const QString& key) {
+    uint64_t uid = 0;
+    if (!readUid(dictItem(d->current, key.toUtf8().constData()), &uid))
+        return {};
+    return d->decodeUid(uid, *this);
+}
+
+float KeyedUnarchiver::decodeFloat(const QString& key) const {
+    double r = 0;
+    qint64 i;
+    bool isInt;
+    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt))
+        return 0.0f;
+    return static_cast<float>(r);
+}
+
+qint32 KeyedUnarchiver::decodeInt32(const QString& key) const {
+    double r;
+    qint64 i = 0;
+    bool isInt;
+    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt))
+        return 0;
+    return static_cast<qint32>(i);
+}
+
+bool KeyedUnarchiver::decodeBool(const QString& key) const {
+    double r;
+    qint64 i = 0;
+    bool isInt;
+    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt))
+        return false;
+    return i != 0;
+}
+
+void KeyedUnarchiver::finishDecoding() { d->current = nullptr; }
+
+QVariant KeyedUnarchiver::unarchiveObjectWithData(const QByteArray& data) {
+    KeyedUnarchiver u(data);
+    return u.decodeObject("root");
+}

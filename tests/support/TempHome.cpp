@@ -1,0 +1,35 @@
+#include "support/TempHome.h"
+
+#include <QDir>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+std::unique_ptr<QTemporaryDir> g_dir;
+}
+
+void TempHome::installForProcess() {
+    g_dir = std::make_unique<QTemporaryDir>(QDir::tempPath() + "/gigmora-test-XXXXXX");
+    const QByteArray root = g_dir->path().toUtf8();
+    qputenv("HOME", root);
+    qputenv("XDG_DATA_HOME", root + "/.local/share");
+    qputenv("XDG_CONFIG_HOME", root + "/.config");
+    qputenv("XDG_DATA_DIRS", root + "/.local/share-system");
+    std::atexit([] { g_dir.reset(); });
+    QStandardPaths::setTestModeEnabled(false);
+}
+
+QString TempHome::home() { return g_dir->path(); }
+QString TempHome::dataHome() { return g_dir->path() + "/.local/share"; }
+
+void TempHome::clear() {
+    QDir dir(g_dir->path());
+    for (const auto& e : dir.entryInfoList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden)) {
+        if (e.isDir() && !e.isSymLink())
+            QDir(e.filePath()).removeRecursively();
+        else
+            QFile::remove(e.filePath());
+    }
+}
