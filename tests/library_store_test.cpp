@@ -1,2 +1,320 @@
+#include "library/FetchRequest.h"
+#include "library/LibraryStack.h"
+#include "library/ManagedObject.h"
+#include "library/ManagedObjectModel.h"
+#include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
+#include "library/PersistentStore.h"
+#include "platform/Error.h"
+#include "platform/ScriptedAlerts.h"
+#include "platform/UnknownKeyError.h"
+#include "support/LibraryHelpers.h"
+#include "support/TempHome.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <csignal>
 #include <gtest/gtest.h>
-TEST(Placeholder, Builds) { SUCCEED(); }
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace helpers;
+
+class LibraryStore : public ::testing::Test {
+protected:
+    void SetUp() override { TempHome::clear(); }
+    ScriptedAlerts alerts;
+};
+
+TEST_F(LibraryStore, FirstStartCreatesFolderAndRoundTripsTheGraph) {
+    QDateTime created;
+    {
+        LibraryStack stack(&alerts);
+        ObjectContext* c = stack.managedObjectContext();
+        ASSERT_NE(c, nullptr);
+        EXPECT_TRUE(QFileInfo(storeFolder()).isDir());
+        EXPECT_EQ(stack.managedObjectContext(), c) << "built once";
+        auto* setlist = addSetlist(*c, "Friday <&> \"live\"");
+        created = setlist->value("dateCreated").toDateTime();
+        EXPECT_LE(std::abs(created.secsTo(QDateTime::currentDateTimeUtc())), 2);
+        auto* a = addSong(*c, "Intro", "/songs/Intro.logicx", 3);
+        auto* b = addSong(*c, "Ballade à l'été", "/songs/Ballade.logicx", 7);
+        a->setValue("midiOutEnabled", true);
+        auto* m = c->insertNewObject("MidiMessage");
+        m->setValue("mMinterfaceUniqueID", -5);
+        b->mutableOrderedSetValueForKey("midiMessage").addObject(m);
+        setlist->mutableOrderedSetValueForKey("song").addObject(b);
+        setlist->mutableOrderedSetValueForKey("song").addObject(a);
+        EXPECT_EQ(a->relatedObject("setlist"), setlist) << "inverse kept";
+        ASSERT_TRUE(c->hasChanges());
+        stack.saveAction();
+        EXPECT_FALSE(c->hasChanges());
+        EXPECT_TRUE(alerts.presentedErrors.isEmpty());
+    }
+    LibraryStack stack(&alerts);
+    ObjectContext* c = stack.managedObjectContext();
+    ASSERT_NE(c, nullptr);
+    auto setlists = c->executeFetchRequest({"Setlist", {}, {}, 0});
+    ASSERT_EQ(setlists.size(), 1);
+    EXPECT_EQ(setlists[0]->stringValue("name"), "Friday <&> \"live\"");
+    EXPECT_EQ(setlists[0]->value("dateCreated").toDateTime().toMSecsSinceEpoch(),
+              created.toMSecsSinceEpoch());
+    const auto& songs = setlists[0]->orderedObjects("song");
+    ASSERT_EQ(songs.size(), 2);
+    EXPECT_EQ(songs[0]->stringValue("title"), "Ballade à l'été");
+    EXPECT_EQ(songs[1]->value("midiOutEnabled").toBool(), true);
+    EXPECT_FALSE(songs[0]->value("midiOutChannel").isValid()) << "absent stays absent";
+    EXPECT_EQ(songs[0]->integerValue("midiOutChannel"), 0);
+    ASSERT_EQ(songs[0]->orderedObjects("midiMessage").size(), 1);
+    EXPECT_EQ(songs[0]->orderedObjects("midiMessage")[0]->integerValue("mMinterfaceUniqueID"), -5);
+    EXPECT_EQ(songs[0]->orderedObjects("midiMessage")[0]->relatedObject("song"), songs[0]);
+    // New ids continue after the saved ones.
+    auto* fresh = c->insertNewObject("Song");
+    EXPECT_GT(fresh->objectNumber(), songs[0]->objectNumber());
+}
+
+TEST_F(LibraryStore, ReadsTheXmlDialectWithObjectsInAnyOrder) {
+    writeFile(storePath(), R"(<?xml version="1.0" standalone="yes"?>
+<!DOCTYPE database SYSTEM "file:///System/Library/DTDs/CoreData.dtd">
+<database>
+    <databaseInfo>
+        <version>134481920</version>
+        <UUID>6F1E0000-AAAA-BBBB-CCCC-000000000001</UUID>
+        <nextObjectID>104</nextObjectID>
+        <metadata><plist>ignored</plist></metadata>
+    </databaseInfo>
+    <object type="SONG" id="z102">
+        <attribute name="title" type="string">Intro</attribute>
+        <attribute name="midiin" type="int16">3</attribute>
+        <attribute name="midioutenabled" type="bool">1</attribute>
+        <relationship name="setlist" type="1/1" destination="SETLIST" idrefs="z103"></relationship>
+        <relationship name="midimessage" type="0/0" destination="MIDIMESSAGE"></relationship>
+        <futureElement/>
+    </object>
+    <object type="SETLIST" id="z103">
+        <attribute name="name" type="string">Friday</attribute>
+        <attribute name="datecreated" type="date">786123456.12345600128173828125</attribute>
+        <relationship name="song" type="0/0" destination="SONG" idrefs="z104 z102"></relationship>
+    </object>
+    <object type="SONG" id="z104">
+        <attribute name="title" type="string">Opener</attribute>
+        <relationship name="setlist" type="1/1" destination="SETLIST" idrefs="z103"></relationship>
+    </object>
+</database>
+)");
+    LibraryStack stack(&alerts);
+    ObjectContext* c = stack.managedObjectContext();
+    ASSERT_NE(c, nullptr) << (alerts.presentedErrors.isEmpty()
+                                  ? ""
+                                  : alerts.presentedErrors[0].underlying->localizedFailureReason.toStdString());
+    auto setlist = c->executeFetchRequest({"Setlist", {}, {}, 0}).value(0);
+    ASSERT_NE(setlist, nullptr);
+    const auto& songs = setlist->orderedObjects("song");
+    ASSERT_EQ(songs.size(), 2);
+    EXPECT_EQ(songs[0]->stringValue("title"), "Opener");
+    EXPECT_EQ(songs[1]->integerValue("midiIn"), 3);
+    EXPECT_EQ(setlist->value("dateCreated").toDateTime(),
+              QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC).addMSecs(786123456123LL));
+    EXPECT_EQ(c->insertNewObject("Song")->objectNumber(), 105u);
+}
+
+struct BadStore {
+    const char* name;
+    QByteArray bytes;
+};
+
+TEST_F(LibraryStore, UnreadableStoreIsReportedAndNeverOverwritten) {
+    const QByteArray valid = R"(<?xml version="1.0"?><database><databaseInfo><UUID>A</UUID>
+<nextObjectID>1</nextObjectID></databaseInfo><object type="SONG" id="z1">
+<attribute name="title" type="string">x</attribute></object></database>)";
+    const QByteArray bomb = R"(<?xml version="1.0"?>
+<!DOCTYPE database [
+ <!ENTITY a "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa">
+ <!ENTITY b "&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;">
+ <!ENTITY c "&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;">
+ <!ENTITY d "&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;">
+ <!ENTITY e "&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;">
+ <!ENTITY f "&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;">
+ <!ENTITY g "&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;">
+]>
+<database><databaseInfo><UUID>A</UUID></databaseInfo><object type="SONG" id="z1">
+<attribute name="title" type="string">&g;</attribute></object></database>)";
+    const BadStore cases[] = {
+        {"not XML", "\x89PNG\r\n\x1a\n garbage"},
+        {"empty", ""},
+        {"truncated", valid.left(valid.size() / 2)},
+        {"entity bomb", bomb},
+        {"unknown entity", QByteArray(valid).replace("SONG", "CONCERT")},
+        {"dangling idref", QByteArray(valid).replace("</object>", "<relationship name=\"setlist\" idrefs=\"z9\"/></object>")},
+        {"bad number", QByteArray(valid).replace("type=\"string\">x", "type=\"int16\">x")},
+    };
+    for (const auto& bad : cases) {
+        SCOPED_TRACE(bad.name);
+        TempHome::clear();
+        alerts.presentedErrors.clear();
+        writeFile(storePath(), bad.bytes);
+        LibraryStack stack(&alerts);
+        EXPECT_EQ(stack.managedObjectContext(), nullptr);
+        ASSERT_EQ(alerts.presentedErrors.size(), 1);
+        const Error& e = alerts.presentedErrors[0];
+        EXPECT_EQ(e.domain, "YOUR_ERROR_DOMAIN");
+        EXPECT_EQ(e.code, 9999);
+        EXPECT_EQ(e.localizedDescription, "Failed to initialize the application's saved data");
+        EXPECT_EQ(e.localizedFailureReason,
+                  "There was an error creating or loading the application's saved data.");
+        EXPECT_NE(e.underlying, nullptr);
+        // Quitting without a library neither saves nor touches the file.
+        EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateNow);
+        stack.saveAction();
+        EXPECT_EQ(readFile(storePath()), bad.bytes);
+        // Every later request (the Save command's too) tries again and reports again.
+        EXPECT_EQ(stack.managedObjectContext(), nullptr);
+        EXPECT_EQ(alerts.presentedErrors.size(), 3);
+    }
+    // A sound file opens after all that.
+    TempHome::clear();
+    writeFile(storePath(), valid);
+    LibraryStack stack(&alerts);
+    EXPECT_NE(stack.managedObjectContext(), nullptr);
+}
+
+TEST_F(LibraryStore, PlainFileWhereTheFolderShouldBe) {
+    writeFile(storeFolder(), "not a folder");
+    LibraryStack stack(&alerts);
+    EXPECT_EQ(stack.managedObjectContext(), nullptr);
+    ASSERT_EQ(alerts.presentedErrors.size(), 1);
+    EXPECT_EQ(alerts.presentedErrors[0].code, 9999);
+    EXPECT_EQ(alerts.presentedErrors[0].localizedFailureReason,
+              QString("Expected a folder to store application data, found a file (%1).")
+                  .arg(storeFolder()));
+    EXPECT_EQ(readFile(storeFolder()), "not a folder");
+}
+
+TEST_F(LibraryStore, QuitRuleWithItsInvertedButtons) {
+    {
+        LibraryStack stack(&alerts);
+        EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateNow)
+            << "no context yet";
+        stack.managedObjectContext();
+        EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateNow);
+        addSong(*stack.managedObjectContext(), "A", "/a.logicx", 1);
+        EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateNow);
+        EXPECT_TRUE(QFileInfo::exists(storePath())) << "saved on quit";
+        EXPECT_TRUE(alerts.shownAlerts.isEmpty());
+    }
+    LibraryStack stack(&alerts);
+    ObjectContext* c = stack.managedObjectContext();
+    addSong(*c, "B", "/b.logicx", 2);
+    // Saving fails once the file's place is taken by a folder.
+    QFile::remove(storePath());
+    QDir().mkpath(storePath());
+
+    stack.saveAction();
+    EXPECT_EQ(alerts.presentedErrors.size(), 1) << "the Save command presents its failure";
+    EXPECT_TRUE(c->hasChanges());
+
+    alerts.presentErrorResult = true;
+    EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateCancel);
+    EXPECT_TRUE(alerts.shownAlerts.isEmpty());
+
+    alerts.presentErrorResult = false;
+    alerts.answers = {Alerts::FirstButton, Alerts::FirstButton + 1};
+    EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateCancel)
+        << "\"Quit anyway\" keeps running";
+    EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateNow)
+        << "\"Cancel\" quits";
+    ASSERT_EQ(alerts.shownAlerts.size(), 2);
+    const AlertSpec& a = alerts.shownAlerts[0];
+    EXPECT_EQ(a.messageText, "Could not save changes while quitting. Quit anyway?");
+    EXPECT_EQ(a.informativeText,
+              "Quitting now will lose any changes you have made since the last successful save");
+    EXPECT_EQ(a.buttons, QStringList({"Quit anyway", "Cancel"}));
+}
+
+TEST_F(LibraryStore, DeleteRulesAndUndoGroupedPerTurn) {
+    ObjectContext c(ManagedObjectModel::gigmoraTwo());
+    auto* setlist = addSetlist(c, "Gig");
+    auto* copy = addSong(c, "Copy", "/x.logicx", 1);
+    auto* library = addSong(c, "Library", "/x.logicx", 1);
+    auto* m = c.insertNewObject("MidiMessage");
+    copy->mutableOrderedSetValueForKey("midiMessage").addObject(m);
+    setlist->mutableOrderedSetValueForKey("song").addObject(copy);
+    c.undoManager()->closeGroup();
+
+    c.deleteObject(setlist);
+    EXPECT_TRUE(setlist->isDeleted());
+    EXPECT_TRUE(copy->isDeleted()) << "a setlist takes its own song records along";
+    EXPECT_TRUE(m->isDeleted()) << "a song takes its messages along";
+    EXPECT_FALSE(library->isDeleted());
+    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {}, 0}), QList<ManagedObject*>{library});
+    processEvents(); // the turn ends: one undo group
+
+    c.undoManager()->undo();
+    EXPECT_FALSE(setlist->isDeleted());
+    EXPECT_FALSE(copy->isDeleted());
+    EXPECT_EQ(setlist->orderedObjects("song"), QList<ManagedObject*>{copy});
+    EXPECT_EQ(copy->orderedObjects("midiMessage"), QList<ManagedObject*>{m});
+    c.undoManager()->redo();
+    EXPECT_TRUE(copy->isDeleted());
+
+    library->setValue("midiIn", 9);
+    library->setValue("title", "Renamed");
+    processEvents();
+    c.undoManager()->undo();
+    EXPECT_EQ(library->integerValue("midiIn"), 1);
+    EXPECT_EQ(library->stringValue("title"), "Library");
+}
+
+TEST_F(LibraryStore, KeysFetchesAndIds) {
+    ObjectContext c(ManagedObjectModel::gigmoraTwo());
+    auto* none = addSong(c, "None", "/n.logicx", -1);
+    auto* five = addSong(c, "Five", "/5.logicx", 5);
+    auto* two = addSong(c, "Two", "/2.logicx", 2);
+    EXPECT_THROW(five->setValue("MidiIn", 1), UnknownKeyError);
+    EXPECT_THROW(five->value("setLists"), UnknownKeyError);
+    EXPECT_EQ(five->integerValue("midiIn"), 5) << "a failed write changes nothing";
+
+    using L = QList<ManagedObject*>;
+    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {}, 0}), (L{none, five, two})) << "store order";
+    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {{"midiIn", true}}, 0}), (L{none, two, five}));
+    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {{"midiIn", false}}, 1}), (L{five}));
+    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {{"midiIn", false}}, 0}).last(), none);
+    EXPECT_EQ(c.executeFetchRequest({"Song", Predicate::withFormat("midiIn == %@", {2}), {}, 0}),
+              (L{two}));
+    EXPECT_EQ(c.executeFetchRequest({"Song", Predicate::withFormat("midiIn == %@", {QVariant()}), {}, 0}),
+              (L{none}));
+    EXPECT_EQ(c.objectWithURI(c.URIRepresentation(two)), two);
+    EXPECT_EQ(c.objectWithURI(QUrl("x-coredata://other/Song/p1")), nullptr);
+}
+
+// A process killed while saving leaves the previous or the new store, never a torn one.
+TEST_F(LibraryStore, KilledSaveLeavesAWholeStore) {
+    {
+        LibraryStack stack(&alerts);
+        for (int i = 0; i < 3000; ++i)
+            addSong(*stack.managedObjectContext(), QString("Song %1").arg(i), QString("/s/%1.logicx").arg(i), i);
+        stack.saveAction();
+    }
+    for (int round = 0; round < 8; ++round) {
+        pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            LibraryStack stack(&alerts);
+            ObjectContext* c = stack.managedObjectContext();
+            for (int i = 0;; ++i) {
+                addSong(*c, QString("More %1").arg(i), QString("/m/%1/%2.logicx").arg(round).arg(i), i);
+                stack.saveAction();
+            }
+        }
+        usleep(20000 + round * 7919 % 60000);
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        LibraryStack stack(&alerts);
+        ObjectContext* c = stack.managedObjectContext();
+        ASSERT_NE(c, nullptr) << "round " << round;
+        EXPECT_GE(c->executeFetchRequest({"Song", {}, {}, 0}).size(), 3000);
+    }
+    EXPECT_TRUE(alerts.presentedErrors.isEmpty());
+}

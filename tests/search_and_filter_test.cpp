@@ -1,0 +1,101 @@
+#include "editing/LibraryFilter.h"
+#include "library/ArrayController.h"
+#include "library/ManagedObject.h"
+#include "library/ManagedObjectModel.h"
+#include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
+#include "support/LibraryHelpers.h"
+
+#include <gtest/gtest.h>
+
+using namespace helpers;
+using L = QList<ManagedObject*>;
+
+class SearchAndFilter : public ::testing::Test {
+protected:
+    SearchAndFilter() {
+        songs.setManagedObjectContext(&context);
+        songs.setEntityName("Song");
+        songs.setSortDescriptors({{"midiIn", true}});
+        setlists.setManagedObjectContext(&context);
+        setlists.setEntityName("Setlist");
+        setlists.setSortDescriptors({{"name", true}});
+        current.setManagedObjectContext(&context);
+        current.bindContentArray(&setlists, "song");
+    }
+    ObjectContext context{ManagedObjectModel::gigmoraTwo()};
+    ArrayController songs, setlists, current;
+    LibraryFilter filter{&songs, &setlists, &context};
+};
+
+TEST_F(SearchAndFilter, SearchIgnoresCaseAndDiacriticsAndOnlyLooksAtTitles) {
+    auto* ete = addSong(context, "ETE indien", "/music/summer.logicx", 2);
+    auto* other = addSong(context, "Autumn", "/music/ete.logicx", 1);
+    int reloads = 0;
+    filter.reloadSongs = [&] { ++reloads; };
+    filter.makePredicateTemplate();
+    EXPECT_EQ(filter.predicateTemplate.predicateFormat(), "(title contains[cd] $searchString)");
+    filter.changePredicate("été");
+    EXPECT_EQ(filter.returnFilteredArray(), L{ete});
+    filter.changePredicate("");
+    EXPECT_EQ(filter.returnFilteredArray(), (L{other, ete}));
+    EXPECT_EQ(reloads, 2);
+}
+
+TEST_F(SearchAndFilter, OneRowPerPathFirstInNumberOrder) {
+    auto* copy = addSong(context, "Copy", "/a.logicx", 5);
+    auto* original = addSong(context, "Original", "/a.logicx", 3);
+    auto* loose1 = addSong(context, "Loose", QString(), 1);
+    auto* loose2 = addSong(context, "Loose", QString(), 1);
+    EXPECT_EQ(filter.returnFilteredArray(), (L{loose1, loose2, original}));
+    EXPECT_EQ(filter.songsArrayToCheck.size(), 4);
+    EXPECT_FALSE(filter.filteredArray.contains(copy));
+}
+
+TEST_F(SearchAndFilter, SetlistChecksAndTheCurrentSetlist) {
+    EXPECT_EQ(filter.getCurrentSetlist(), nullptr);
+    addSong(context, "Song", "/s.logicx", 1);
+    filter.checkNumberOfSetlists();
+    filter.checkNumberOfSetlists();
+    auto all = context.executeFetchRequest({"Setlist", {}, {}, 0});
+    ASSERT_EQ(all.size(), 1);
+    EXPECT_EQ(all[0]->stringValue("name"), "new Setlist");
+    filter.checkNumberOfSongs();
+    EXPECT_EQ(context.executeFetchRequest({"Song", {}, {}, 0}).size(), 1);
+    EXPECT_EQ(filter.getCurrentSetlist(), all[0]) << "the first row is selected when content appears";
+
+    auto* unnamed = addSetlist(context, "");
+    auto* nameless = context.insertNewObject("Setlist");
+    filter.blankSetlist();
+    EXPECT_EQ(unnamed->stringValue("name"), "Setlist");
+    EXPECT_EQ(nameless->stringValue("name"), "Setlist");
+    EXPECT_EQ(all[0]->stringValue("name"), "new Setlist");
+}
+
+TEST_F(SearchAndFilter, ArrayControllersFollowSelectionAndRelationships) {
+    auto* gig = addSetlist(context, "B gig");
+    auto* rehearsal = addSetlist(context, "A rehearsal");
+    auto* s1 = addSong(context, "One", "/1.logicx", 1);
+    auto* s2 = addSong(context, "Two", "/2.logicx", 2);
+    gig->mutableOrderedSetValueForKey("song").addObject(s2);
+    gig->mutableOrderedSetValueForKey("song").addObject(s1);
+    EXPECT_EQ(setlists.arrangedObjects(), (L{rehearsal, gig}));
+    EXPECT_EQ(setlists.selectedObjects(), L{rehearsal});
+    EXPECT_TRUE(current.arrangedObjects().isEmpty());
+    setlists.setSelectionIndex(1);
+    EXPECT_EQ(current.arrangedObjects(), (L{s2, s1})) << "running order, not sorted";
+    EXPECT_EQ(current.selectionIndex(), 0);
+    current.setSelectionIndex(1);
+    EXPECT_EQ(current.infoForBinding("contentArray").observedObject, &setlists);
+
+    auto* added = setlists.add();
+    EXPECT_EQ(setlists.selectedObjects(), L{added}) << "inserted objects are selected";
+    EXPECT_TRUE(added->value("dateCreated").isValid());
+    setlists.setSelectionIndex(setlists.arrangedObjects().indexOf(gig));
+    current.removeObjectAtArrangedObjectIndex(0);
+    EXPECT_FALSE(s2->isDeleted()) << "a setlist row leaves the setlist, not the library";
+    EXPECT_EQ(current.arrangedObjects(), L{s1});
+    setlists.removeObject(gig);
+    EXPECT_TRUE(s1->isDeleted());
+    EXPECT_THROW(current.removeObjectAtArrangedObjectIndex(5), std::exception);
+}

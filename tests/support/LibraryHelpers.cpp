@@ -1,0 +1,61 @@
+#include "support/LibraryHelpers.h"
+
+#include "library/LibraryStack.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QThread>
+
+namespace helpers {
+QString storeFolder() { return LibraryStack::applicationDocumentsDirectory(); }
+QString storePath() { return QDir(storeFolder()).filePath(LibraryStack::storeFileName()); }
+
+QByteArray readFile(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+void writeFile(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile f(path);
+    if (f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        f.write(bytes);
+}
+
+ManagedObject* addSong(ObjectContext& c, const QString& title, const QString& path, int number) {
+    ManagedObject* s = c.insertNewObject("Song");
+    s->setValue("title", title);
+    if (!path.isNull())
+        s->setValue("path", path);
+    if (number >= 0)
+        s->setValue("midiIn", number);
+    return s;
+}
+
+ManagedObject* addSetlist(ObjectContext& c, const QString& name) {
+    ManagedObject* s = c.insertNewObject("Setlist");
+    s->setValue("name", name);
+    return s;
+}
+
+bool waitUntil(const std::function<bool()>& done, int timeoutMs) {
+    QDeadlineTimer deadline(timeoutMs);
+    while (!done()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(1);
+    }
+    return true;
+}
+
+void processEvents() {
+    for (int i = 0; i < 3; ++i)
+        QCoreApplication::processEvents();
+}
+} // namespace helpers
