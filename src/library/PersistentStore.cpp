@@ -101,9 +101,9 @@ void PersistentStore::loadInto(ObjectContext& context) {
 }
 
 bool PersistentStore::save(const ObjectContext& context, Error* error) {
-    const QByteArray bytes = XmlStoreWriter::write(context, *this);
     QSaveFile file(path_);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || !XmlStoreWriter::write(context, *this, file) ||
+        !file.commit()) {
         if (error)
             *error = Error{"NSCocoaErrorDomain", 512,
                            QStringLiteral("The file \"%1\" couldn't be saved.")

@@ -6,7 +6,9 @@
 #include "library/ObjectContext.h"
 #include "library/PersistentStore.h"
 
+#include <QBuffer>
 #include <QDateTime>
+#include <charconv>
 
 namespace {
 const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
@@ -18,7 +20,7 @@ bool isXmlChar(char32_t c) {
 
 // Characters XML 1.0 cannot carry at all become U+FFFD, so the file always reads back.
 void appendEscaped(QByteArray& out, const QString& text) {
-    bool plain = true;
+    bool plain = true, ascii = true;
     for (QChar c : text) {
         const char16_t u = c.unicode();
         if ((u < 0x20 && u != 0x9 && u != 0xA) || u == '&' || u == '<' || u == '>' || u == '"' ||
@@ -26,6 +28,15 @@ void appendEscaped(QByteArray& out, const QString& text) {
             plain = false;
             break;
         }
+        ascii = ascii && u < 0x80;
+    }
+    if (plain && ascii) {
+        const qsizetype at = out.size();
+        out.resize(at + text.size());
+        char* dst = out.data() + at;
+        for (QChar c : text)
+            *dst++ = static_cast<char>(c.unicode());
+        return;
     }
     if (plain) {
         out += text.toUtf8();
@@ -62,6 +73,8 @@ const char* typeName(AttributeType t) {
     return "string";
 }
 
+void appendNumber(QByteArray& out, long long v);
+
 void appendValue(QByteArray& out, const QVariant& v, AttributeType t) {
     switch (t) {
     case AttributeType::String:
@@ -78,62 +91,107 @@ void appendValue(QByteArray& out, const QVariant& v, AttributeType t) {
         out += QByteArray::number(v.toDouble(), 'g', 17);
         break;
     default:
-        out += QByteArray::number(v.toLongLong());
+        // Stored integers are always qlonglong; skip the generic conversion on the hot path.
+        appendNumber(out, v.typeId() == QMetaType::LongLong
+                              ? *static_cast<const qlonglong*>(v.constData())
+                              : v.toLongLong());
     }
 }
 } // namespace
 
+namespace {
+void appendNumber(QByteArray& out, long long v) {
+    char buf[24];
+    auto r = std::to_chars(buf, buf + sizeof buf, v);
+    out.append(buf, r.ptr - buf);
+}
+
+// The fixed parts of each entity's elements, rendered once per save.
+struct EntityTemplate {
+    QByteArray objectOpen;                 // `    <object type="SONG" id="z`
+    std::vector<QByteArray> attributeOpen; // `        <attribute name="title" type="string">`
+    std::vector<QByteArray> relationOpen;  // `        <relationship name=... destination="X"`
+};
+
+EntityTemplate makeTemplate(const EntityDescription& e) {
+    EntityTemplate t;
+    t.objectOpen = "    <object type=\"" + e.name().toUpper().toUtf8() + "\" id=\"z";
+    for (const auto& a : e.attributes())
+        t.attributeOpen.push_back("        <attribute name=\"" + a.name.toLower().toUtf8() +
+                                  "\" type=\"" + typeName(a.type) + "\">");
+    for (const auto& r : e.relationships())
+        t.relationOpen.push_back("        <relationship name=\"" + r.name.toLower().toUtf8() +
+                                 "\" type=\"" + (r.toMany ? "0/0" : "1/1") + "\" destination=\"" +
+                                 r.destination.toUpper().toUtf8() + "\"");
+    return t;
+}
+} // namespace
+
 QByteArray XmlStoreWriter::write(const ObjectContext& context, const PersistentStore& store) {
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    write(context, store, buffer);
+    return buffer.data();
+}
+
+bool XmlStoreWriter::write(const ObjectContext& context, const PersistentStore& store,
+                           QIODevice& sink) {
+    // Rendered in chunks: a large library never needs a second copy of itself in memory.
+    constexpr qsizetype kChunk = 1 << 20;
     QByteArray out;
-    out.reserve(1 << 20);
+    out.reserve(kChunk + 64 * 1024);
+    bool ok = true;
+    auto flush = [&] {
+        ok = ok && sink.write(out) == out.size();
+        out.resize(0);
+    };
     out += "<?xml version=\"1.0\" standalone=\"yes\"?>\n"
            "<!DOCTYPE database SYSTEM \"file:///System/Library/DTDs/CoreData.dtd\">\n\n"
            "<database>\n    <databaseInfo>\n        <version>134481920</version>\n"
            "        <UUID>";
     appendEscaped(out, store.uuid());
     out += "</UUID>\n        <nextObjectID>";
-    out += QByteArray::number(store.lastObjectNumber());
+    appendNumber(out, static_cast<long long>(store.lastObjectNumber()));
     out += "</nextObjectID>\n        <metadata></metadata>\n    </databaseInfo>\n";
     for (const auto& entity : context.model().entities()) {
-        const QByteArray upper = entity->name().toUpper().toUtf8();
+        const EntityTemplate t = makeTemplate(*entity);
         const auto& attrs = entity->attributes();
         const auto& rels = entity->relationships();
         for (const ManagedObject* o : context.registeredObjects(entity.get())) {
-            out += "    <object type=\"" + upper + "\" id=\"z" +
-                   QByteArray::number(o->objectNumber()) + "\">\n";
+            out += t.objectOpen;
+            appendNumber(out, static_cast<long long>(o->objectNumber()));
+            out += "\">\n";
             for (size_t i = 0; i < attrs.size(); ++i) {
                 const QVariant& v = o->attributeAt(static_cast<int>(i));
-                if (!v.isValid() || v.isNull())
+                if (!v.isValid())
                     continue;
-                out += "        <attribute name=\"" + attrs[i].name.toLower().toUtf8() +
-                       "\" type=\"" + typeName(attrs[i].type) + "\">";
+                out += t.attributeOpen[i];
                 appendValue(out, v, attrs[i].type);
                 out += "</attribute>\n";
             }
             for (size_t r = 0; r < rels.size(); ++r) {
-                out += "        <relationship name=\"" + rels[r].name.toLower().toUtf8() +
-                       "\" type=\"" + (rels[r].toMany ? "0/0" : "1/1") + "\" destination=\"" +
-                       rels[r].destination.toUpper().toUtf8() + "\"";
-                QByteArray refs;
-                auto addRef = [&](const ManagedObject* t) {
-                    if (!t || t->isDeleted())
+                out += t.relationOpen[r];
+                bool first = true;
+                auto addRef = [&](const ManagedObject* target) {
+                    if (!target || target->isDeleted())
                         return;
-                    if (!refs.isEmpty())
-                        refs += ' ';
-                    refs += 'z' + QByteArray::number(t->objectNumber());
+                    out += first ? " idrefs=\"z" : " z";
+                    first = false;
+                    appendNumber(out, static_cast<long long>(target->objectNumber()));
                 };
                 if (rels[r].toMany)
-                    for (const ManagedObject* t : o->toManyAt(static_cast<int>(r)))
-                        addRef(t);
+                    for (const ManagedObject* target : o->toManyAt(static_cast<int>(r)))
+                        addRef(target);
                 else
                     addRef(o->toOneAt(static_cast<int>(r)));
-                if (!refs.isEmpty())
-                    out += " idrefs=\"" + refs + "\"";
-                out += "></relationship>\n";
+                out += first ? "></relationship>\n" : "\"></relationship>\n";
             }
             out += "    </object>\n";
+            if (out.size() >= kChunk)
+                flush();
         }
     }
     out += "</database>\n";
-    return out;
+    flush();
+    return ok;
 }
