@@ -17,6 +17,7 @@ void TempHome::installForProcess() {
     qputenv("XDG_DATA_HOME", root + "/.local/share");
     qputenv("XDG_CONFIG_HOME", root + "/.config");
     qputenv("XDG_DATA_DIRS", root + "/.local/share-system");
+    // XDG_RUNTIME_DIR stays: the JACK server's socket lives there.
     std::atexit([] { g_dir.reset(); });
     QStandardPaths::setTestModeEnabled(false);
 }

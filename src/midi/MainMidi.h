@@ -1,0 +1,115 @@
+#pragma once
+
+#include "midi/MidiTypes.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QVariant>
+#include <initializer_list>
+#include <string_view>
+
+class MidiServices;
+class ManagedObject;
+class Prefs;
+#include <QTimer>
+
+// The MIDI engine: the client, the virtual destination every message arrives at, the virtual
+// source every message leaves from, the fixed control messages for the DAW, and the hooks the
+// rest of the program calls. The device registry stays empty on purpose.
+class MainMidi : public QObject {
+    Q_OBJECT
+public:
+    static constexpr MIDIUniqueID kVirtualInputUniqueID = 19711971;
+    static constexpr MIDIUniqueID kVirtualOutputUniqueID = 19731973;
+
+    explicit MainMidi(MidiServices& services, QObject* parent = nullptr);
+    ~MainMidi() override;
+    static MainMidi* engineInstance();
+
+    void createMidiPort();
+    void disConnectFromMidiSourceWithUniqueID();
+    void connectToMidiDestinationWithUniqueID();
+    QString uniqueIDDevice();
+    int returnMidiDeviceForDestinationUsingUniqueID(MIDIUniqueID uniqueID) const;
+
+    // Kept empty: other parts call them and nothing happens.
+    void mainMidiGetNumberOfSources() {}
+    void mainMidiGetNumberOfDestinations() {}
+    void disconnectAllMidi() {}
+    void connectToSpacebarMidiSourceWithUniqueID() {}
+    void disConnectFromSpacebarMidiSourceWithUniqueID() {}
+    void connectToVirtualMidiSource() {}
+    void newConnectToMidiDestination(const QVariant&) {}
+    void updateMidiDevicePopupSelection() {}
+    void updateSpacebarMidiTriggerDevicePopupSelection() {}
+    void updateMidiDeviceForDestinationPopupSelection() {}
+    void checkIfSelectedDeviceRemoved() {}
+    void populateNameCopyArray() {}
+
+    // Asks the engine for an operation by name. Operations it does not offer throw
+    // UnknownOperationError; the engine never gains them.
+    void perform(std::string_view selector);
+
+    void sendOneZeroFour();
+    void sendOneZeroFive();
+    void sendOneZeroSix();
+    void sendOneZeroSeven();
+    void sendMidiStop();
+    void sendMidiPeriod();
+    void sendMidiReturnToZero();
+    void sendMidiNumKey0();
+    void sendMidiNumKey1();
+    void sendMidiNumKey2();
+    void sendMidiNumKey3();
+    void sendMidiNumKey4();
+    void sendMidiNumKey5();
+    void sendMidiNumKey6();
+    void sendMidiNumKey7();
+    void sendMidiNumKey8();
+    void sendMidiNumKey9();
+    void sendLogicClose();
+    void sendLogicNextSong();
+    void startBackupTimer();
+    void startBackupTimer2();
+
+    // The device-change notification procedure given to the client.
+    static void notifyProc(const MIDINotification* message, void* refCon);
+
+    MIDIClientRef client() const { return client_; }
+    MIDIPortRef inPort() const { return inPort_; }
+    MIDIEndpointRef destVirtualsrc() const { return destVirtualsrc_; }
+    MIDIEndpointRef sourceVirtualsrc() const { return sourceVirtualsrc_; }
+    MIDIObjectRef gigmoraDestinationEndpointFromUniqueID() const {
+        return gigmoraDestinationEndpointFromUniqueID_;
+    }
+    QTimer* backupTimer() const { return backupTimer_; }
+    QTimer* backupTimer2() const { return backupTimer2_; }
+    MidiServices& services() const { return services_; }
+
+    QVariant mainMidiNumberOfSources;
+    QVariant mainMidiNumberOfDestinations;
+    QStringList mNameCopyArray;
+    QStringList mNameCopyArrayForDest;
+    QVariantList mIDArray;
+    ManagedObject* importedSong = nullptr;
+    ManagedObject* importedMidiMessage = nullptr;
+
+private:
+    void send(std::initializer_list<uint8_t> bytes);
+    void sendButton(uint8_t zone, uint8_t port);
+    QTimer* scheduleOneShot(double seconds, void (MainMidi::*operation)());
+    void replaceTimer(QPointer<QTimer>& slot, QTimer* timer);
+    Prefs* prefs() const;
+
+    MidiServices& services_;
+    MIDIClientRef client_ = 0;
+    MIDIPortRef inPort_ = 0;
+    MIDIPortRef inPortSpacebar_ = 0;
+    MIDIPortRef outPort_ = 0;
+    MIDIEndpointRef destVirtualsrc_ = 0;
+    MIDIEndpointRef sourceVirtualsrc_ = 0;
+    MIDIObjectRef gigmoraDestinationEndpointFromUniqueID_ = 0;
+    QPointer<QTimer> backupTimer_;
+    QPointer<QTimer> backupTimer2_;
+};

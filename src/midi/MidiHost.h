@@ -1,0 +1,17 @@
+#pragma once
+
+class MainMidi;
+class Prefs;
+
+// What the MIDI engine needs of the application controller, which registers itself here.
+class MidiHost {
+public:
+    virtual ~MidiHost() = default;
+    virtual Prefs* sharedPrefs() = 0;
+    virtual MainMidi* mainMidiObject() = 0;
+    virtual void checkMidi() = 0;
+    virtual void checkMidiWithSysex() = 0;
+
+    static MidiHost* applicationDelegate();
+    static void setApplicationDelegate(MidiHost* host);
+};

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "midi/MidiPacketList.h"
+#include "midi/MidiServices.h"
+
+#include <QHash>
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+typedef struct _snd_seq snd_seq_t;
+typedef struct snd_midi_event snd_midi_event_t;
+
+// MIDI through the ALSA sequencer: one client with a writable port (the destination) and a
+// readable port (the source). ALSA has no place for a unique ID or model, so this backend
+// keeps them for its own ports. A receive thread calls the read procedures and turns the
+// system's port announcements into notifications.
+class AlsaMidiServices : public MidiServices {
+public:
+    AlsaMidiServices();
+    ~AlsaMidiServices() override;
+    static bool sequencerIsAvailable();
+
+    QString systemName() const override { return QStringLiteral("ALSA"); }
+    OSStatus clientCreate(const QString& name, MIDINotifyProc notifyProc, void* notifyRefCon,
+                          MIDIClientRef* outClient) override;
+    OSStatus clientDispose(MIDIClientRef client) override;
+    OSStatus portDispose(MIDIPortRef port) override;
+    OSStatus destinationCreate(MIDIClientRef client, const QString& name, MIDIReadProc readProc,
+                               void* refCon, MIDIEndpointRef* outDest) override;
+    OSStatus sourceCreate(MIDIClientRef client, const QString& name, MIDIEndpointRef* outSrc) override;
+    OSStatus objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property, int32_t value) override;
+    OSStatus objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property, int32_t* outValue) override;
+    OSStatus objectSetStringProperty(MIDIObjectRef obj, MidiProperty property, const QString& value) override;
+    OSStatus objectGetStringProperty(MIDIObjectRef obj, MidiProperty property, QString* outValue) override;
+    OSStatus objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject, MIDIObjectType* outType) override;
+    OSStatus portDisconnectSource(MIDIPortRef port, MIDIEndpointRef source) override;
+    OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) override;
+
+private:
+    struct Endpoint {
+        int port = -1;
+        bool destination = false;
+        QString name;
+        MIDIReadProc readProc = nullptr;
+        void* refCon = nullptr;
+        bool hasUniqueID = false;
+        int32_t uniqueID = 0;
+        QString model;
+    };
+    void receiveLoop();
+    void closeClient();
+
+    std::mutex mutex_;
+    snd_seq_t* seq_ = nullptr;
+    snd_midi_event_t* encoder_ = nullptr;
+    snd_midi_event_t* decoder_ = nullptr;
+    int announcePort_ = -1;
+    MIDIClientRef clientRef_ = 0;
+    MIDIObjectRef nextRef_ = 1;
+    QHash<MIDIObjectRef, Endpoint> endpoints_;
+    MIDINotifyProc notifyProc_ = nullptr;
+    void* notifyRefCon_ = nullptr;
+    std::atomic<bool> stopping_{false};
+    std::thread receiver_;
+    MidiPacketList scratch_;
+};

@@ -1,0 +1,163 @@
+#include "midi/MainMidi.h"
+#include "midi/MidiHost.h"
+#include "platform/UnknownOperationError.h"
+#include "settings/Prefs.h"
+#include "support/JackAvailable.h"
+#include "support/JackTestClient.h"
+#include "support/LibraryHelpers.h"
+#include "support/TempHome.h"
+
+#include <QElapsedTimer>
+#include <gtest/gtest.h>
+#include <jack/metadata.h>
+
+using namespace helpers;
+using Bytes = std::vector<uint8_t>;
+
+namespace {
+class EngineHost : public MidiHost {
+public:
+    Prefs* sharedPrefs() override { return prefs; }
+    MainMidi* mainMidiObject() override { return engine; }
+    void checkMidi() override {}
+    void checkMidiWithSysex() override {}
+    Prefs* prefs = nullptr;
+    MainMidi* engine = nullptr;
+};
+} // namespace
+
+class MidiEngine : public ::testing::Test {
+protected:
+    void SetUp() override {
+        REQUIRE_JACK();
+        TempHome::clear();
+        prefs = std::make_unique<Prefs>();
+        services = std::make_unique<JackMidiServices>();
+        engine = std::make_unique<MainMidi>(*services);
+        host.prefs = prefs.get();
+        host.engine = engine.get();
+        MidiHost::setApplicationDelegate(&host);
+        engine->createMidiPort();
+    }
+    void TearDown() override { MidiHost::setApplicationDelegate(nullptr); }
+
+    std::unique_ptr<Prefs> prefs;
+    std::unique_ptr<JackMidiServices> services;
+    std::unique_ptr<MainMidi> engine;
+    EngineHost host;
+};
+
+TEST_F(MidiEngine, RebuildingKeepsExactlyOneClientWithTheFixedIdentities) {
+    engine->createMidiPort();
+    engine->createMidiPort();
+    JackTestClient probe("gigmora-probe-ports");
+    ASSERT_TRUE(probe.isOpen());
+    EXPECT_EQ(probe.countPortsNamed("Gigmora Virtual Input"), 1);
+    EXPECT_EQ(probe.countPortsNamed("Gigmora Virtual Output"), 1);
+    const QString in = probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID);
+    const QString out = probe.portWithUniqueID(MainMidi::kVirtualOutputUniqueID);
+    EXPECT_TRUE(in.endsWith(":Gigmora Virtual Input")) << in.toStdString();
+    EXPECT_TRUE(out.endsWith(":Gigmora Virtual Output")) << out.toStdString();
+    EXPECT_TRUE(in.startsWith("Gigmora Midi"));
+    char* model = nullptr;
+    char* type = nullptr;
+    jack_port_t* port = jack_port_by_name(probe.client(), in.toUtf8().constData());
+    ASSERT_EQ(jack_get_property(jack_port_uuid(port), JackMidiServices::kModelKey, &model, &type), 0);
+    EXPECT_STREQ(model, "Vantori Software");
+    jack_free(model);
+    jack_free(type);
+    EXPECT_EQ(engine->inPort(), 0u);
+
+    MIDIObjectRef found = 0;
+    MIDIObjectType kind;
+    services->objectFindByUniqueID(MainMidi::kVirtualOutputUniqueID, &found, &kind);
+    EXPECT_EQ(found, engine->sourceVirtualsrc());
+    EXPECT_EQ(kind, kMIDIObjectType_Source);
+}
+
+TEST_F(MidiEngine, EveryControlMessageGoesOutAsOnePacket) {
+    prefs->prefsSelectedMidiChannel = 10; // never changes a byte
+    JackTestClient daw;
+    ASSERT_TRUE(daw.connectToGigmora());
+    const struct {
+        void (MainMidi::*send)();
+        Bytes bytes;
+    } cases[] = {
+        {&MainMidi::sendOneZeroFour, {0xC0, 0x68}},
+        {&MainMidi::sendOneZeroFive, {0xC0, 0x69}},
+        {&MainMidi::sendOneZeroSix, {0xC0, 0x6A}},
+        {&MainMidi::sendOneZeroSeven, {0xC0, 0x6B}},
+        {&MainMidi::sendMidiStop, {0xB0, 0x0F, 0x0E, 0xB0, 0x2F, 0x43, 0xB0, 0x0F, 0x0E, 0xB0, 0x2F, 0x03}},
+        {&MainMidi::sendMidiPeriod, {0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x45, 0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x05}},
+        {&MainMidi::sendMidiReturnToZero, {0xB0, 0x0F, 0x0F, 0xB0, 0x2F, 0x40, 0xB0, 0x0F, 0x0F, 0xB0, 0x2F, 0x00}},
+        {&MainMidi::sendMidiNumKey0, {0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x40, 0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x00}},
+        {&MainMidi::sendMidiNumKey1, {0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x41, 0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x01}},
+        {&MainMidi::sendMidiNumKey2, {0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x43, 0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x03}},
+        {&MainMidi::sendMidiNumKey3, {0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x46, 0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x06}},
+        {&MainMidi::sendMidiNumKey4, {0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x42, 0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x02}},
+        {&MainMidi::sendMidiNumKey5, {0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x44, 0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x04}},
+        {&MainMidi::sendMidiNumKey6, {0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x47, 0xB0, 0x0F, 0x13, 0xB0, 0x2F, 0x07}},
+        {&MainMidi::sendMidiNumKey7, {0xB0, 0x0F, 0x15, 0xB0, 0x2F, 0x40, 0xB0, 0x0F, 0x15, 0xB0, 0x2F, 0x00}},
+        {&MainMidi::sendMidiNumKey8, {0xB0, 0x0F, 0x15, 0xB0, 0x2F, 0x41, 0xB0, 0x0F, 0x15, 0xB0, 0x2F, 0x01}},
+        {&MainMidi::sendMidiNumKey9, {0xB0, 0x0F, 0x15, 0xB0, 0x2F, 0x42, 0xB0, 0x0F, 0x15, 0xB0, 0x2F, 0x02}},
+        {&MainMidi::sendLogicClose, {0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7}},
+        {&MainMidi::sendLogicNextSong, {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7}},
+    };
+    for (const auto& c : cases) {
+        daw.clearReceived();
+        (engine.get()->*c.send)();
+        ASSERT_TRUE(daw.waitForEvents(1));
+        waitUntil([] { return false; }, 30); // nothing else follows
+        const auto got = daw.received();
+        ASSERT_EQ(got.size(), 1u);
+        EXPECT_EQ(got[0].bytes, c.bytes);
+    }
+}
+
+TEST_F(MidiEngine, BackupTimersFireOnceEachAndAreNotCancelled) {
+    prefs->prefsBackupDelay = 0.15f;
+    JackTestClient daw;
+    ASSERT_TRUE(daw.connectToGigmora());
+    QElapsedTimer clock;
+    clock.start();
+    engine->startBackupTimer();
+    engine->startBackupTimer();
+    engine->startBackupTimer2();
+    ASSERT_TRUE(daw.waitForEvents(3, 3000));
+    const qint64 elapsed = clock.elapsed();
+    waitUntil([] { return false; }, 200);
+    const auto got = daw.received();
+    ASSERT_EQ(got.size(), 3u);
+    EXPECT_EQ(got[0].bytes, (Bytes{0xC0, 0x69}));
+    EXPECT_EQ(got[1].bytes, (Bytes{0xC0, 0x69}));
+    EXPECT_EQ(got[2].bytes, (Bytes{0xC0, 0x6B})) << "twice the delay, so last";
+    EXPECT_GE(elapsed, 290);
+    EXPECT_NE(engine->backupTimer2(), nullptr);
+}
+
+TEST_F(MidiEngine, DeviceNamesFixedAnswersAndUnknownOperations) {
+    EXPECT_EQ(engine->uniqueIDDevice(), "Selected Device");
+    // Another program's port that carries a unique ID and a pretty name.
+    JackTestClient keys("gigmora-keys");
+    jack_port_t* port = jack_port_by_name(keys.client(), "gigmora-keys:out");
+    ASSERT_NE(port, nullptr);
+    jack_set_property(keys.client(), jack_port_uuid(port), JackMidiServices::kUniqueIDKey, "4242", nullptr);
+    jack_set_property(keys.client(), jack_port_uuid(port), JACK_METADATA_PRETTY_NAME, "Keys", nullptr);
+    prefs->prefsSelectedMidiDeviceUniqueID = 4242;
+    EXPECT_EQ(engine->uniqueIDDevice(), "Keys");
+    engine->connectToMidiDestinationWithUniqueID();
+    EXPECT_NE(engine->gigmoraDestinationEndpointFromUniqueID(), 0u);
+    engine->disConnectFromMidiSourceWithUniqueID(); // inPort is 0: nothing happens
+
+    EXPECT_EQ(engine->returnMidiDeviceForDestinationUsingUniqueID(0), 101);
+    EXPECT_EQ(engine->returnMidiDeviceForDestinationUsingUniqueID(19731973), 101);
+    EXPECT_TRUE(engine->mNameCopyArray.isEmpty());
+    EXPECT_EQ(engine->mainMidiNumberOfSources.toInt(), 0);
+    for (const char* op : {"connectToMidiSourceWithUniqueID", "populateNameCopyArrayForDestination",
+                           "getUniqueIDOfMidiDestination:", "grabAndStoreMidiSourceAsUniqueID:",
+                           "grabAndStoreMidiSpacebarSourceAsUniqueID:"})
+        EXPECT_THROW(engine->perform(op), UnknownOperationError) << op;
+    const MIDIClientRef client = engine->client();
+    engine->perform("disconnectAllMidi");
+    EXPECT_EQ(engine->client(), client) << "empty hooks change nothing";
+}
