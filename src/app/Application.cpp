@@ -1,7 +1,37 @@
+#include "app/AppDelegate.h"
+#include "app/MainWindow.h"
+#include "app/MessageBoxAlerts.h"
+#include "app/UnixSignalWatcher.h"
+#include "midi/MidiServices.h"
+#include "platform/Alerts.h"
+#include "platform/Guard.h"
+#include "platform/MainQueue.h"
+
 #include <QApplication>
 
-// Replaced by the full start-up once the window exists.
 int runApplication(int argc, char** argv) {
+    // Without a display (a headless machine) the window is drawn off screen.
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    return 0;
+    QApplication::setApplicationName("Gigmora");
+    QApplication::setQuitOnLastWindowClosed(false);
+    MainQueue::install();
+    MessageBoxAlerts alerts;
+    Alerts::setShared(&alerts);
+    int status = 0;
+    {
+        AppDelegate delegate(MidiServices::createDefault());
+        QObject::connect(&delegate, &AppDelegate::quitRequested, &app, &QApplication::quit,
+                         Qt::QueuedConnection);
+        UnixSignalWatcher signalWatcher;
+        QObject::connect(&signalWatcher, &UnixSignalWatcher::terminationRequested, &delegate,
+                         [&delegate] { guarded("signal", [&] { delegate.quitFromSignal(); }); });
+        guarded("applicationDidFinishLaunching:", [&] { delegate.applicationDidFinishLaunching(); });
+        delegate.window()->show();
+        status = app.exec();
+    }
+    Alerts::setShared(nullptr);
+    return status;
 }

@@ -45,12 +45,11 @@ int JackTestClient::process(jack_nframes_t nframes, void* arg) {
         jack_ringbuffer_peek(self->toSend_, reinterpret_cast<char*>(&size), 2);
         if (jack_ringbuffer_read_space(self->toSend_) < 2u + size)
             break;
-        jack_ringbuffer_read_advance(self->toSend_, 2);
         jack_midi_data_t* dst = jack_midi_event_reserve(out, 0, size);
-        if (dst)
-            jack_ringbuffer_read(self->toSend_, reinterpret_cast<char*>(dst), size);
-        else
-            jack_ringbuffer_read_advance(self->toSend_, size);
+        if (!dst)
+            break; // this period's buffer is full; the rest goes in the next one
+        jack_ringbuffer_read_advance(self->toSend_, 2);
+        jack_ringbuffer_read(self->toSend_, reinterpret_cast<char*>(dst), size);
         self->lastSentCycle_.store(cycle);
     }
     void* in = jack_port_get_buffer(self->in_, nframes);

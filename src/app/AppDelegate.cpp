@@ -1,0 +1,298 @@
+#include "app/AppDelegate.h"
+
+#include "app/MainWindow.h"
+#include "editing/LibraryFilter.h"
+#include "library/ArrayController.h"
+#include "library/FetchRequest.h"
+#include "library/LibraryStack.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "midi/MainMidi.h"
+#include "midi/MidiServices.h"
+#include "performance/SongRecall.h"
+#include "performance/TriggerDispatch.h"
+#include "platform/Alerts.h"
+#include "platform/Error.h"
+#include "platform/Guard.h"
+#include "platform/NotificationCenter.h"
+#include "platform/TableView.h"
+#include "settings/Prefs.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLoggingCategory>
+#include <QMenuBar>
+#include <QPushButton>
+
+Q_LOGGING_CATEGORY(lcApp, "gigmora.app")
+
+namespace {
+// Connects a Qt signal to an action that runs inside the guard.
+template <typename Sender, typename Signal, typename F>
+void action(Sender* sender, Signal signal, QObject* context, const char* name, F f) {
+    QObject::connect(sender, signal, context, [name, f] { guarded(name, f); });
+}
+} // namespace
+
+AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent)
+    : QObject(parent), services_(std::move(services)), library_(std::make_unique<LibraryStack>()),
+      sharedPrefs_(std::make_unique<Prefs>()) {
+    MidiHost::setApplicationDelegate(this);
+    mainMidiObject_ = new MainMidi(*services_, this);
+    allSetlists_ = new ArrayController(this);
+    allSongs_ = new ArrayController(this);
+    currentSetlist_ = new ArrayController(this);
+    // Binding the controllers to the library opens the store, as loading the window does.
+    ObjectContext* context = library_->managedObjectContext();
+    allSetlists_->setManagedObjectContext(context);
+    allSetlists_->setEntityName("Setlist");
+    allSetlists_->setSortDescriptors(LibraryStack::allSetlistsSortDescriptor());
+    allSongs_->setManagedObjectContext(context);
+    allSongs_->setEntityName("Song");
+    allSongs_->setSortDescriptors(LibraryStack::allSongsSortDescriptor());
+    currentSetlist_->setManagedObjectContext(context);
+    currentSetlist_->bindContentArray(allSetlists_, "song");
+    filter_ = std::make_unique<LibraryFilter>(allSongs_, allSetlists_, context);
+
+    window_ = std::make_unique<MainWindow>();
+    recall_ = new SongRecall(this);
+    dispatch_ = new TriggerDispatch(this);
+    wireWindow();
+}
+
+AppDelegate::~AppDelegate() {
+    NotificationCenter::defaultCenter().removeObserver(this);
+    if (MidiHost::applicationDelegate() == this)
+        MidiHost::setApplicationDelegate(nullptr);
+    window_.reset();
+    delete mainMidiObject_; // before the services it uses
+    mainMidiObject_ = nullptr;
+}
+
+ObjectContext* AppDelegate::managedObjectContext() { return library_->managedObjectContext(); }
+
+void AppDelegate::wireWindow() {
+    MainWindow* w = window_.get();
+    w->myTopListOfSetlistsTableView->addTableColumn("name", "Setlists", true);
+    w->myTopListOfSetlistsTableView->bind("content", allSetlists_, "arrangedObjects");
+    w->myTopListOfSetlistsTableView->bind("selectionIndexes", allSetlists_, "selectionIndexes");
+    w->setlistTableView->addTableColumn("title", "Song");
+    w->setlistTableView->addTableColumn("midiIn", "#");
+    w->setlistTableView->bind("content", currentSetlist_, "arrangedObjects");
+    w->setlistTableView->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
+    w->aSongsTableView->addTableColumn("midiIn", "#");
+    w->aSongsTableView->addTableColumn("title", "Title");
+    w->aSongsTableView->setDataSource(this);
+    filter_->reloadSongs = [w] { w->aSongsTableView->reloadData(); };
+
+    recall_->setlistTableView = w->setlistTableView;
+    recall_->aSongsTableView = w->aSongsTableView;
+    recall_->notificationSender = this;
+    recall_->mainMidiObject = mainMidiObject_;
+    recall_->sharedPrefs = sharedPrefs_.get();
+    recall_->context = managedObjectContext();
+    recall_->returnFilteredArray = [this] { return filter_->returnFilteredArray(); };
+    recall_->mainView = w->mainView;
+    recall_->performanceView = w->performanceView;
+    recall_->editView = w->editView;
+    recall_->window = w;
+    dispatch_->recall = recall_;
+    dispatch_->sharedPrefs = sharedPrefs_.get();
+    dispatch_->notificationSender = this;
+
+    action(w->nextButton, &QPushButton::clicked, this, "runMyScriptInController",
+           [this] { recall_->runMyScriptInController(); });
+    action(w->previousButton, &QPushButton::clicked, this, "reverseMyScriptInController",
+           [this] { recall_->reverseMyScriptInController(); });
+    action(w->goButton, &QPushButton::clicked, this, "goToLogicProject:",
+           [this] { recall_->goToLogicProject(); });
+    action(w->byNumberButton, &QPushButton::clicked, this, "runMyScriptUsingProgChangeInController",
+           [this] { recall_->runMyScriptUsingProgChangeInController(); });
+    action(w->activeButton, &QCheckBox::toggled, this, "activeButton:", [this] {
+        sharedPrefs_->prefsActive = window_->activeButton->isChecked();
+        sharedPrefs_->saveDataToDisk();
+    });
+    QObject::connect(w->searchField, &QLineEdit::textChanged, this, [this](const QString& text) {
+        guarded("changePredicate:", [&] { filter_->changePredicate(text); });
+    });
+
+    QMenu* file = w->menuBar()->addMenu("&File");
+    action(file->addAction("&Save", QKeySequence::Save), &QAction::triggered, this, "saveAction:",
+           [this] { saveAction(); });
+    action(file->addAction("&Quit", QKeySequence::Quit), &QAction::triggered, this, "terminate:",
+           [this] { requestQuit(); });
+    QMenu* edit = w->menuBar()->addMenu("&Edit");
+    action(edit->addAction("&Undo", QKeySequence::Undo), &QAction::triggered, this, "undo:", [this] {
+        if (ObjectContext* c = managedObjectContext())
+            c->undoManager()->undo();
+    });
+    action(edit->addAction("&Redo", QKeySequence::Redo), &QAction::triggered, this, "redo:", [this] {
+        if (ObjectContext* c = managedObjectContext())
+            c->undoManager()->redo();
+    });
+    w->shouldClose = [this] {
+        requestQuit();
+        return terminated_;
+    };
+}
+
+void AppDelegate::setFonts() {
+    static const bool loaded = [] {
+        for (const char* face : {":/fonts/Dosis-SemiBold.otf", ":/fonts/Dosis-Book.otf",
+                                 ":/fonts/Dosis-Medium.otf"})
+            QFontDatabase::addApplicationFont(face);
+        return true;
+    }();
+    Q_UNUSED(loaded);
+    QFont semiBold("Dosis", 20);
+    semiBold.setWeight(QFont::DemiBold);
+    window_->performanceSetlist->setFont(semiBold);
+    window_->songDeetsAllSessions->setFont(QFont("Dosis", 12));
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    allSongs_->fetch();
+    songsArrayToCheck = allSongs_->arrangedObjects();
+    filteredArray = LibraryFilter::removeDuplicatesInArray(songsArrayToCheck);
+    filter_->checkNumberOfSetlists();
+    filter_->checkNumberOfSongs();
+    filter_->makePredicateTemplate();
+    mainMidiObject_->createMidiPort();
+    window_->aSongsTableView->selectRowIndexes({0}, false);
+    window_->aSongsTableView->setFocus();
+    window_->aSongsTableView->reloadData();
+    // No defaults to register: every setting lives in the settings file.
+    window_->aSongsTableView->reloadData();
+    setFonts();
+    {
+        const QSignalBlocker quiet(window_->activeButton);
+        window_->activeButton->setChecked(sharedPrefs_->prefsActive);
+    }
+    connect(allSetlists_, &ArrangedContent::selectionChanged, this, [this] { observeValueForKeyPath(); });
+    connect(currentSetlist_, &ArrangedContent::selectionChanged, this, [this] { observeValueForKeyPath(); });
+    NotificationCenter::defaultCenter().addObserver(this, "blankSetlistNotification",
+                                                    [this](const Notification&) { blankSetlist(); });
+    sharedPrefs_->saveDataToDisk();
+}
+
+bool AppDelegate::applicationShouldTerminate() {
+    return library_->applicationShouldTerminate() == LibraryStack::TerminateReply::TerminateNow;
+}
+
+void AppDelegate::applicationWillTerminate() {
+    if (terminated_)
+        return;
+    terminated_ = true;
+    ObjectContext* context = library_->hasContext() ? library_->managedObjectContext() : nullptr;
+    if (context)
+        context->save();
+    mainMidiObject_->disconnectAllMidi();
+    // Songs without a path leave the context only; the store keeps them until a later save.
+    if (context)
+        for (ManagedObject* song : context->executeFetchRequest(
+                 {"Song", Predicate::withFormat("path == %@"), {}, 0}))
+            context->deleteObject(song);
+}
+
+void AppDelegate::requestQuit() {
+    if (terminated_) {
+        emit quitRequested();
+        return;
+    }
+    if (!applicationShouldTerminate())
+        return;
+    applicationWillTerminate();
+    emit quitRequested();
+}
+
+void AppDelegate::quitFromSignal() {
+    qCInfo(lcApp) << "Quitting on a signal; the library is saved first.";
+    if (!terminated_ && library_->hasContext()) {
+        ObjectContext* context = library_->managedObjectContext();
+        context->commitEditing();
+        Error error;
+        if (context->hasChanges() && !context->save(&error))
+            qCWarning(lcApp).noquote() << "Could not save the library:" << error.localizedFailureReason;
+    }
+    applicationWillTerminate();
+    emit quitRequested();
+}
+
+void AppDelegate::saveAction() { library_->saveAction(); }
+
+void AppDelegate::controllerMidiDeviceChangeAlert() {
+    if (midiDeviceAlert_)
+        return;
+    AlertSpec alert;
+    alert.messageText = "Midi Alert";
+    alert.informativeText = "The Selected Midi Device:\n'" + mainMidiObject_->uniqueIDDevice() +
+                            "'\nhas been removed";
+    Alerts::shared().runModal(alert);
+    midiDeviceAlert_ = true;
+}
+
+void AppDelegate::controllerMidiDeviceInitialSetAlert() {
+    if (midiDeviceAlert_)
+        return;
+    AlertSpec alert;
+    alert.messageText = "Midi Settings";
+    alert.informativeText = "Please set your Midi Preferences";
+    Alerts::shared().runModal(alert);
+    midiDeviceAlert_ = true;
+}
+
+void AppDelegate::midiDevicePopUpAction() {
+    mainMidiObject_->disconnectAllMidi();
+    mainMidiObject_->createMidiPort();
+    if (!sharedPrefs_->prefsCreateVirtualPort)
+        mainMidiObject_->perform("connectToMidiSourceWithUniqueID"); // not offered: ends here
+    if (sharedPrefs_->spacebarMidiTrigger)
+        mainMidiObject_->connectToSpacebarMidiSourceWithUniqueID();
+    midiDeviceAlert_ = false;
+}
+
+void AppDelegate::midiSpacebarTriggerDevicePopUpAction() {
+    mainMidiObject_->disconnectAllMidi();
+    mainMidiObject_->createMidiPort();
+    if (!sharedPrefs_->prefsCreateVirtualPort)
+        mainMidiObject_->perform("connectToMidiSourceWithUniqueID");
+    if (sharedPrefs_->spacebarMidiTrigger)
+        mainMidiObject_->connectToSpacebarMidiSourceWithUniqueID();
+}
+
+void AppDelegate::updateAllSongDetailView(qsizetype row) {
+    window_->aSongsTableView->selectRowIndexes({row}, false);
+    window_->aSongsTableView->setFocus();
+    window_->aSongsTableView->reloadData();
+}
+
+void AppDelegate::handleNotification() { recall_->setWindowPosition(); }
+
+void AppDelegate::blankSetlist() { filter_->blankSetlist(); }
+
+bool AppDelegate::isTopListOfSetlistsTableView(const TableView* table) {
+    return table && table->autosaveName() == QLatin1String("topListOfSetlistsTableView");
+}
+bool AppDelegate::isSetlistTableView(const TableView* table) {
+    return table && table->autosaveName() == QLatin1String("setlistTableView");
+}
+bool AppDelegate::isAllSongsTableView(const TableView* table) {
+    return table && table->autosaveName() == QLatin1String("allSongsTableView");
+}
+
+void AppDelegate::checkMidi() { dispatch_->checkMidi(); }
+void AppDelegate::checkMidiWithSysex() { dispatch_->checkMidiWithSysex(); }
+
+qsizetype AppDelegate::numberOfRowsInTableView(TableView*) {
+    return filter_->returnFilteredArray().size();
+}
+
+QVariant AppDelegate::objectValue(TableView*, const QString& column, qsizetype row) {
+    const auto& songs = filter_->filteredArray;
+    if (row < 0 || row >= songs.size())
+        return {};
+    return songs[row]->value(column);
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "midi/MidiHost.h"
+#include "platform/TableViewDataSource.h"
+
+#include <QObject>
+#include <memory>
+
+class ArrayController;
+class LibraryFilter;
+class LibraryStack;
+class MainMidi;
+class MainWindow;
+class ManagedObject;
+class MidiServices;
+class ObjectContext;
+class Prefs;
+class SongRecall;
+class TableView;
+class TriggerDispatch;
+
+// The application controller: owns the library, the settings, the MIDI engine, the window
+// and the array controllers for the whole run, and ties start-up, triggers and quitting
+// together.
+class AppDelegate : public QObject, public MidiHost, public TableViewDataSource {
+    Q_OBJECT
+public:
+    explicit AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent = nullptr);
+    ~AppDelegate() override;
+
+    void applicationDidFinishLaunching();
+    // True when the application may quit now.
+    bool applicationShouldTerminate();
+    void applicationWillTerminate();
+    // Quit from the window or the menu: the save rule, then the clean-up.
+    void requestQuit();
+    // Quit on SIGINT or SIGTERM: save without asking, clean up, quit.
+    void quitFromSignal();
+
+    void controllerMidiDeviceChangeAlert();
+    void controllerMidiDeviceInitialSetAlert();
+    bool midiDeviceAlert() const { return midiDeviceAlert_; }
+    void setMidiDeviceAlert(bool shown) { midiDeviceAlert_ = shown; }
+    void midiDevicePopUpAction();
+    void midiSpacebarTriggerDevicePopUpAction();
+    void updateAllSongDetailView(qsizetype row);
+    void handleNotification();
+    void observeValueForKeyPath() {}
+    void blankSetlist();
+    void saveAction();
+    static bool isTopListOfSetlistsTableView(const TableView* table);
+    static bool isSetlistTableView(const TableView* table);
+    static bool isAllSongsTableView(const TableView* table);
+
+    // MidiHost
+    Prefs* sharedPrefs() override { return sharedPrefs_.get(); }
+    MainMidi* mainMidiObject() override { return mainMidiObject_; }
+    void checkMidi() override;
+    void checkMidiWithSysex() override;
+
+    // The song list's rows until its own controller arrives.
+    qsizetype numberOfRowsInTableView(TableView* tableView) override;
+    QVariant objectValue(TableView* tableView, const QString& column, qsizetype row) override;
+
+    LibraryStack& library() { return *library_; }
+    ObjectContext* managedObjectContext();
+    MainWindow* window() const { return window_.get(); }
+    SongRecall* recall() const { return recall_; }
+    TriggerDispatch* dispatch() const { return dispatch_; }
+    LibraryFilter* filter() const { return filter_.get(); }
+    ArrayController* allSetlistsArrayController() const { return allSetlists_; }
+    ArrayController* allSongsArrayController() const { return allSongs_; }
+    ArrayController* currentSetlistArrayController() const { return currentSetlist_; }
+    QList<ManagedObject*> songsArrayToCheck;
+    QList<ManagedObject*> filteredArray;
+
+signals:
+    void quitRequested();
+
+private:
+    void wireWindow();
+    void setFonts();
+
+    std::unique_ptr<MidiServices> services_;
+    std::unique_ptr<LibraryStack> library_;
+    std::unique_ptr<Prefs> sharedPrefs_;
+    // Children of this object, alive as long as it is.
+    MainMidi* mainMidiObject_ = nullptr;
+    ArrayController* allSetlists_ = nullptr;
+    ArrayController* allSongs_ = nullptr;
+    ArrayController* currentSetlist_ = nullptr;
+    std::unique_ptr<MainWindow> window_;
+    std::unique_ptr<LibraryFilter> filter_;
+    SongRecall* recall_ = nullptr;
+    TriggerDispatch* dispatch_ = nullptr;
+    bool midiDeviceAlert_ = false;
+    bool terminated_ = false;
+};

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QRect>
+#include <QVariant>
+#include <functional>
+#include <optional>
+
+class ArrayController;
+class ManagedObject;
+class MainMidi;
+class ObjectContext;
+class Prefs;
+class TableView;
+class QWidget;
+
+// Calling up songs on stage: the next or previous song of the current setlist, the song with
+// a given number, or the selected one. The DAW is told to close its project at once and the
+// new project is opened after the DAW delay, by a timer, never by waiting.
+class SongRecall : public QObject {
+    Q_OBJECT
+public:
+    static inline const QString kProjectExtension = QStringLiteral("logicx");
+    static inline const QString kApplication = QStringLiteral("Logic Pro X.app");
+    static inline const QString kBlank = QStringLiteral("blank");
+
+    explicit SongRecall(QObject* parent = nullptr);
+
+    void runMyScriptInController();
+    void reverseMyScriptInController();
+    void runMyScriptUsingProgChangeInController();
+    void goToLogicProject();
+    void mainThreadOpenLogicFile(const QVariant& ignored);
+    void openLogicFile(const QVariant& ignored);
+    void setWindowPosition();
+    void locateScript() {}
+
+    // Where a window's top-left corner goes so that its top-right corner sits on the
+    // visible area's top-right corner (top-left origin, y down).
+    static QPoint topRightOrigin(const QRect& visibleArea, const QSize& windowSize);
+
+    // Outlets, set by the application controller.
+    QPointer<TableView> setlistTableView;
+    QPointer<TableView> aSongsTableView;
+    QPointer<QObject> notificationSender;
+    QPointer<MainMidi> mainMidiObject;
+    Prefs* sharedPrefs = nullptr;
+    QPointer<ObjectContext> context;
+    // The song list's rows: every project once, in the list's order.
+    std::function<QList<ManagedObject*>()> returnFilteredArray;
+    QPointer<QWidget> mainView, performanceView, editView, window;
+
+    QVariant kAsNumber;
+    QVariant controllerFileToOpen;
+    QVariant selectedScript;
+    // Never created: reads give 0 and writes go nowhere.
+    std::optional<QVariantList> waitingMidiMessage;
+    qint64 waitingFlag() const;
+
+signals:
+    // Emitted after the workspace was asked to open a project (for diagnostics and tests).
+    void projectOpenRequested(const QString& path, bool started);
+
+private:
+    ArrayController* currentSetlistController() const;
+    void redisplay();
+    void closeAndScheduleOpening();
+    void openWithDaw();
+};

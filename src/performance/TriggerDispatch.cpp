@@ -1,0 +1,66 @@
+#include "performance/TriggerDispatch.h"
+
+#include "midi/MidiCapture.h"
+#include "performance/SongRecall.h"
+#include "platform/KeyboardEvents.h"
+#include "platform/MainQueue.h"
+#include "platform/NotificationCenter.h"
+#include "settings/Prefs.h"
+
+TriggerDispatch::TriggerDispatch(QObject* parent) : QObject(parent) {}
+
+void TriggerDispatch::checkMidi() {
+    NotificationCenter::defaultCenter().post("MidiReceived", notificationSender);
+    const uint64_t status = MidiCapture::status.load(std::memory_order_relaxed);
+    if ((status >> 4) != 0xC)
+        return;
+    // The capture now holds the channel, which disarms it until a new message arrives.
+    const uint64_t channel = status - 191;
+    MidiCapture::status.store(channel, std::memory_order_relaxed);
+    const qint64 selected = sharedPrefs ? sharedPrefs->prefsSelectedMidiChannel.toLongLong() : 0;
+    const uint64_t program = MidiCapture::data1.load(std::memory_order_relaxed);
+    if (static_cast<qint64>(channel) == selected && program == kHoldProgram && recall)
+        recall->kAsNumber = kHoldProgram;
+    // The next-song program works on every channel; the hold program only on the chosen one.
+    if (program == kNextSongProgram && recall) {
+        recall->kAsNumber = kNextSongProgram;
+        recall->runMyScriptInController();
+    }
+}
+
+void TriggerDispatch::checkMidiWithSysex() {
+    if (recall)
+        recall->runMyScriptInController();
+}
+
+void TriggerDispatch::checkMidiSpacebar() {
+    const uint64_t status = MidiCapture::status.load(std::memory_order_relaxed);
+    if ((status >> 4) != 0x9)
+        return;
+    const uint64_t channel = status - 143;
+    MidiCapture::status.store(channel, std::memory_order_relaxed);
+    if (MidiCapture::data1.load() != kSpacebarNote || MidiCapture::data2.load() == 0)
+        return;
+    const qint64 wanted = sharedPrefs ? sharedPrefs->prefsSelectedSpacebarMidiChannel.toLongLong() : 0;
+    if (static_cast<qint64>(channel) != wanted)
+        return;
+    if (recall)
+        recall->kAsNumber = kSpacebarNote;
+    KeyboardEvents::postKeyPress(KeyboardEvents::kVirtualKeySpace);
+}
+
+void TriggerDispatch::spacebarSetup() {
+    MainQueue::after(0.2, [self = QPointer<TriggerDispatch>(this)] {
+        if (self)
+            self->spaceBar();
+    });
+}
+
+void TriggerDispatch::checkForActive() {
+    // The application keeps no documents, so there is never a current one and this stops here.
+    const bool hasCurrentDocument = false;
+    if (!hasCurrentDocument)
+        return;
+    if (recall && recall->waitingFlag() != 0)
+        recall->runMyScriptInController();
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QAbstractTableModel>
+
+class TableView;
+
+// Feeds a TableView's rows to Qt's view from its data source or bound content.
+class TableViewModel : public QAbstractTableModel {
+    Q_OBJECT
+public:
+    explicit TableViewModel(TableView* table);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    bool setData(const QModelIndex& index, const QVariant& value, int role) override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    void reset();
+
+private:
+    TableView* table_;
+};
