@@ -1,0 +1,91 @@
+#include "support/StageFixture.h"
+
+#include "app/MainWindow.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
+#include "midi/MidiServices.h"
+#include "midi/backends/jack/JackMidiServices.h"
+#include "platform/TableView.h"
+#include "settings/Prefs.h"
+#include "support/JackAvailable.h"
+#include "support/LibraryHelpers.h"
+#include "support/TempHome.h"
+
+#include <QDir>
+#include <QFile>
+
+using namespace helpers;
+
+void StageFixture::SetUp() {
+    REQUIRE_JACK();
+    TempHome::clear();
+    Alerts::setShared(&alerts);
+    openedLog = TempHome::home() + "/opened.log";
+    const QString script = TempHome::home() + "/fake-daw.sh";
+    writeFile(script, QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\" >> '%1'; done\n")
+                          .arg(openedLog)
+                          .toUtf8());
+    QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    writeFile(TempHome::dataHome() + "/applications/fake-logic.desktop",
+              QString("[Desktop Entry]\nType=Application\nName=Logic Pro X\nExec=%1 --open %f\n")
+                  .arg(script)
+                  .toUtf8());
+    app = std::make_unique<AppDelegate>(std::make_unique<JackMidiServices>());
+    app->sharedPrefs()->prefsSelectedDAWDelay = 0.3f;
+}
+
+void StageFixture::TearDown() {
+    midi.reset();
+    app.reset();
+    Alerts::setShared(nullptr);
+}
+
+void StageFixture::makeSetlist(const QStringList& paths) {
+    ObjectContext& c = *app->managedObjectContext();
+    ManagedObject* gig = addSetlist(c, "Gig");
+    int number = 1;
+    for (const QString& path : paths) {
+        ManagedObject* song = addSong(c, QFileInfo(path).completeBaseName(), path, number++);
+        gig->mutableOrderedSetValueForKey("song").addObject(song);
+        songs << song;
+    }
+}
+
+void StageFixture::launch() {
+    app->applicationDidFinishLaunching();
+    midi = std::make_unique<JackTestClient>();
+    ASSERT_TRUE(midi->connectToGigmora());
+    processEvents();
+}
+
+QStringList StageFixture::openedFiles() const {
+    const QString text = QString::fromUtf8(readFile(openedLog));
+    QStringList files;
+    for (const QString& line : text.split('\n', Qt::SkipEmptyParts))
+        if (line != "--open")
+            files << line;
+    return files;
+}
+
+bool StageFixture::waitForOpened(qsizetype count, int timeoutMs) const {
+    return waitUntil([&] { return openedFiles().size() >= count; }, timeoutMs);
+}
+
+size_t StageFixture::closeCommands() {
+    size_t n = 0;
+    for (const auto& e : midi->received())
+        n += e.bytes == std::vector<uint8_t>{0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7} ? 1 : 0;
+    return n;
+}
+
+bool StageFixture::waitForCloseCommands(size_t count, int timeoutMs) {
+    return waitUntil([&] { return closeCommands() >= count; }, timeoutMs);
+}
+
+qsizetype StageFixture::selectedSetlistRow() const { return app->window()->setlistTableView->selectedRow(); }
+
+void StageFixture::selectSetlistRow(qsizetype row) {
+    app->window()->setlistTableView->selectRowIndexes({row}, false);
+    processEvents();
+}
