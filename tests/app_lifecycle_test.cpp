@@ -1,0 +1,144 @@
+#include "app/MainWindow.h"
+#include "editing/LibraryFilter.h"
+#include "library/FetchRequest.h"
+#include "library/LibraryStack.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "midi/MainMidi.h"
+#include "platform/Guard.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Error.h"
+#include "library/ManagedObjectModel.h"
+#include "library/PersistentStore.h"
+#include "platform/TableView.h"
+#include "platform/UnknownOperationError.h"
+#include "settings/Prefs.h"
+#include "support/LibraryHelpers.h"
+#include "support/StageFixture.h"
+#include "support/TempHome.h"
+
+#include <QCheckBox>
+#include <QDir>
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <jack/metadata.h>
+
+using namespace helpers;
+
+class AppLifecycle : public StageFixture {};
+
+TEST_F(AppLifecycle, FirstLaunchWithAnEmptyStore) {
+    launch();
+    const auto setlists = app->managedObjectContext()->executeFetchRequest({"Setlist", {}, {}, 0});
+    ASSERT_EQ(setlists.size(), 1);
+    EXPECT_EQ(setlists[0]->stringValue("name"), "new Setlist");
+    EXPECT_TRUE(app->filteredArray.isEmpty());
+    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), -1) << "row 0 of nothing, no error";
+    EXPECT_TRUE(QFileInfo::exists(TempHome::dataHome() + "/Gigmora/Gigmora.gigmoraprefs"));
+    EXPECT_TRUE(app->window()->activeButton->isChecked()) << "active by default";
+    EXPECT_FALSE(midi->portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty());
+    EXPECT_EQ(app->filter()->predicateTemplate.predicateFormat(), "(title contains[cd] $searchString)");
+}
+
+TEST_F(AppLifecycle, TerminationSavesThenDropsPathlessSongsFromMemoryOnly) {
+    launch();
+    ObjectContext* c = app->managedObjectContext();
+    addSong(*c, "Has a path", "/a.logicx", 1);
+    ManagedObject* loose = addSong(*c, "No path", QString(), 2);
+    EXPECT_TRUE(app->applicationShouldTerminate());
+    app->applicationWillTerminate();
+    EXPECT_TRUE(loose->isDeleted());
+    EXPECT_TRUE(c->hasChanges()) << "the deletion is not saved";
+    app.reset();
+
+    Error error;
+    auto store = LibraryStack::openReadOnly(&error);
+    ASSERT_TRUE(store);
+    ObjectContext reopened(ManagedObjectModel::gigmoraTwo(), store.get());
+    EXPECT_EQ(reopened.executeFetchRequest({"Song", {}, {}, 0}).size(), 2);
+}
+
+TEST_F(AppLifecycle, SignalQuitSavesWithoutAsking) {
+    launch();
+    addSong(*app->managedObjectContext(), "Late addition", "/late.logicx", 9);
+    QSignalSpy quit(app.get(), &AppDelegate::quitRequested);
+    app->quitFromSignal();
+    EXPECT_EQ(quit.count(), 1);
+    EXPECT_TRUE(alerts.shownAlerts.isEmpty());
+    EXPECT_TRUE(readFile(storePath()).contains("Late addition"));
+}
+
+TEST_F(AppLifecycle, WindowQuitFollowsTheSaveRule) {
+    launch();
+    addSong(*app->managedObjectContext(), "Unsaved", "/u.logicx", 3);
+    // The store's place is taken: the save fails and the quit alert decides.
+    QFile::remove(storePath());
+    QDir().mkpath(storePath());
+    QSignalSpy quit(app.get(), &AppDelegate::quitRequested);
+    alerts.answers = {Alerts::FirstButton};
+    EXPECT_FALSE(app->window()->close()) << "\"Quit anyway\" keeps the application running";
+    EXPECT_EQ(quit.count(), 0);
+    alerts.answers = {Alerts::FirstButton + 1};
+    app->requestQuit();
+    EXPECT_EQ(quit.count(), 1);
+}
+
+TEST_F(AppLifecycle, DeviceAlertsShowOnceUntilTheInputDeviceChanges) {
+    launch();
+    app->sharedPrefs()->prefsSelectedMidiDeviceUniqueID = 5151;
+    app->controllerMidiDeviceChangeAlert();
+    app->controllerMidiDeviceChangeAlert();
+    app->controllerMidiDeviceInitialSetAlert();
+    ASSERT_EQ(alerts.shownAlerts.size(), 1);
+    EXPECT_EQ(alerts.shownAlerts[0].messageText, "Midi Alert");
+    EXPECT_EQ(alerts.shownAlerts[0].informativeText,
+              "The Selected Midi Device:\n'Selected Device'\nhas been removed");
+
+    // With the virtual port off, the action asks for an operation the engine lacks and ends.
+    app->sharedPrefs()->prefsCreateVirtualPort = false;
+    EXPECT_THROW(app->midiDevicePopUpAction(), UnknownOperationError);
+    EXPECT_TRUE(app->midiDeviceAlert());
+    EXPECT_FALSE(midi->portWithUniqueID(MainMidi::kVirtualOutputUniqueID).isEmpty())
+        << "the endpoints were rebuilt before that";
+
+    app->sharedPrefs()->prefsCreateVirtualPort = true;
+    app->midiSpacebarTriggerDevicePopUpAction();
+    EXPECT_TRUE(app->midiDeviceAlert());
+    app->midiDevicePopUpAction();
+    EXPECT_FALSE(app->midiDeviceAlert());
+
+    // A device with a pretty name, as another program publishes it.
+    JackTestClient keys("gigmora-keys-device");
+    jack_port_t* port = jack_port_by_name(keys.client(), "gigmora-keys-device:out");
+    jack_set_property(keys.client(), jack_port_uuid(port), "urn:x-midi:uniqueID", "5151", nullptr);
+    jack_set_property(keys.client(), jack_port_uuid(port), JACK_METADATA_PRETTY_NAME, "Keys", nullptr);
+    app->controllerMidiDeviceInitialSetAlert();
+    app->controllerMidiDeviceChangeAlert();
+    ASSERT_EQ(alerts.shownAlerts.size(), 2);
+    EXPECT_EQ(alerts.shownAlerts[1].messageText, "Midi Settings");
+    EXPECT_EQ(alerts.shownAlerts[1].informativeText, "Please set your Midi Preferences");
+    app->setMidiDeviceAlert(false);
+    app->controllerMidiDeviceChangeAlert();
+    EXPECT_EQ(alerts.shownAlerts.last().informativeText,
+              "The Selected Midi Device:\n'Keys'\nhas been removed");
+}
+
+TEST_F(AppLifecycle, SongListSelectionAndTableNames) {
+    makeSetlist({"/x/One.logicx", "/x/Two.logicx"});
+    launch();
+    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 0);
+    app->updateAllSongDetailView(1);
+    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 1);
+    EXPECT_TRUE(AppDelegate::isSetlistTableView(app->window()->setlistTableView));
+    EXPECT_TRUE(AppDelegate::isAllSongsTableView(app->window()->aSongsTableView));
+    EXPECT_TRUE(AppDelegate::isTopListOfSetlistsTableView(app->window()->myTopListOfSetlistsTableView));
+    EXPECT_FALSE(AppDelegate::isSetlistTableView(app->window()->aSongsTableView));
+
+    auto* unnamed = app->managedObjectContext()->insertNewObject("Setlist");
+    NotificationCenter::defaultCenter().post("blankSetlistNotification");
+    EXPECT_EQ(unnamed->stringValue("name"), "Setlist");
+
+    app->window()->activeButton->setChecked(false);
+    Prefs reread;
+    EXPECT_FALSE(reread.prefsActive) << "the switch saves at once";
+}
