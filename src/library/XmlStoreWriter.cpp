@@ -78,13 +78,18 @@ void appendNumber(QByteArray& out, long long v);
 void appendValue(QByteArray& out, const QVariant& v, AttributeType t) {
     switch (t) {
     case AttributeType::String:
-        appendEscaped(out, v.toString());
+        if (v.typeId() == QMetaType::QString)
+            appendEscaped(out, *static_cast<const QString*>(v.constData()));
+        else
+            appendEscaped(out, v.toString());
         break;
     case AttributeType::Date:
         out += QByteArray::number(kReferenceDate.msecsTo(v.toDateTime()) / 1000.0, 'f', 3);
         break;
     case AttributeType::Boolean:
-        out += v.toBool() ? '1' : '0';
+        out += (v.typeId() == QMetaType::Bool ? *static_cast<const bool*>(v.constData()) : v.toBool())
+                   ? '1'
+                   : '0';
         break;
     case AttributeType::Float:
     case AttributeType::Double:

@@ -10,7 +10,7 @@
 #include <jack/uuid.h>
 #include <time.h>
 
-Q_LOGGING_CATEGORY(lcJack, "gigmora.midi.jack")
+Q_LOGGING_CATEGORY(lcJack, "gigmora.midi.jack", QtInfoMsg)
 
 namespace {
 constexpr size_t kRingSize = 1 << 20;
