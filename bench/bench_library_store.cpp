@@ -23,7 +23,9 @@
 #include <vector>
 
 namespace {
-const ManagedObjectModel& model() { return ManagedObjectModel::gigmoraTwo(); }
+const ManagedObjectModel& model() {
+    return ManagedObjectModel::gigmoraTwo();
+}
 
 void generate(ObjectContext& c) {
     auto addMessages = [&](ManagedObject* song) {
@@ -74,8 +76,7 @@ struct Result {
 // Median of `runs` timings in a child process, and that child's peak resident memory.
 Result measure(int runs, const std::function<void()>& f) {
     int fds[2];
-    if (pipe(fds) != 0)
-        return {0, 0};
+    if (pipe(fds) != 0) return {0, 0};
     pid_t pid = fork();
     if (pid == 0) {
         close(fds[0]);
@@ -122,8 +123,7 @@ int main(int argc, char** argv) {
             xml.readNext();
             ++tokens;
         }
-        if (tokens == 0)
-            std::puts("empty");
+        if (tokens == 0) std::puts("empty");
     });
     const Result load = measure(runs, [&] {
         Error e;

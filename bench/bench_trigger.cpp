@@ -37,8 +37,7 @@ constexpr int kTriggers = 1000;
 bool pump(const std::function<bool()>& done, int timeoutMs = 2000) {
     QDeadlineTimer deadline(timeoutMs);
     while (!done()) {
-        if (deadline.hasExpired())
-            return false;
+        if (deadline.hasExpired()) return false;
         QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
     }
     return true;
@@ -77,7 +76,8 @@ struct Prober {
         for (uint32_t k = 0; k < jack_midi_get_event_count(ib); ++k) {
             jack_midi_event_t ev;
             jack_midi_event_get(&ev, ib, k);
-            if (ev.size == self->expect.size() && std::memcmp(ev.buffer, self->expect.data(), ev.size) == 0) {
+            if (ev.size == self->expect.size() &&
+                std::memcmp(ev.buffer, self->expect.data(), ev.size) == 0) {
                 self->gotCycle = c;
                 self->replies.fetch_add(1);
             }
@@ -88,8 +88,7 @@ struct Prober {
     int roundTrip() {
         const int before = replies.load();
         pending = 1;
-        if (!pump([&] { return replies.load() > before; }))
-            return -1;
+        if (!pump([&] { return replies.load() > before; })) return -1;
         return static_cast<int>(gotCycle.load() - sentCycle.load());
     }
 };
@@ -133,10 +132,9 @@ QString portWithUniqueID(jack_client_t* c, int id) {
     QString found;
     for (const char** p = ports; p && *p; ++p) {
         char *value = nullptr, *type = nullptr;
-        if (jack_get_property(jack_port_uuid(jack_port_by_name(c, *p)), JackMidiServices::kUniqueIDKey,
-                              &value, &type) == 0) {
-            if (QByteArray(value).toInt() == id)
-                found = *p;
+        if (jack_get_property(jack_port_uuid(jack_port_by_name(c, *p)),
+                              JackMidiServices::kUniqueIDKey, &value, &type) == 0) {
+            if (QByteArray(value).toInt() == id) found = *p;
             jack_free(value);
             jack_free(type);
         }
@@ -210,8 +208,7 @@ int main(int argc, char** argv) {
     for (int i = 0; i < kTriggers; ++i) {
         restart();
         const int p = prober.roundTrip();
-        if (p >= 0)
-            gigmora.push_back(p);
+        if (p >= 0) gigmora.push_back(p);
         pump([] { return false; }, 2);
     }
     jack_disconnect(prober.client, jack_port_name(prober.out),
@@ -226,8 +223,7 @@ int main(int argc, char** argv) {
     std::vector<int> floor;
     for (int i = 0; i < kTriggers; ++i) {
         const int p = floorProber.roundTrip();
-        if (p >= 0)
-            floor.push_back(p);
+        if (p >= 0) floor.push_back(p);
         pump([] { return false; }, 2);
     }
 
@@ -246,14 +242,16 @@ int main(int argc, char** argv) {
     std::sort(micros.begin(), micros.end());
 
     jack_client_t* info = prober.client;
-    std::printf("JACK: %u Hz, %u frames per period\n", jack_get_sample_rate(info), jack_get_buffer_size(info));
+    std::printf("JACK: %u Hz, %u frames per period\n", jack_get_sample_rate(info),
+                jack_get_buffer_size(info));
     if (gigmora.empty() || floor.empty()) {
         std::printf("no replies measured\n");
         return 1;
     }
     report("Gigmora trigger -> close", gigmora);
     report("bare echo client (floor)", floor);
-    std::printf("main thread per trigger: median %.1f us, p99 %.1f us, max %.1f us (target p99 < 200 us)\n",
-                micros[micros.size() / 2], micros[micros.size() * 99 / 100], micros.back());
+    std::printf(
+        "main thread per trigger: median %.1f us, p99 %.1f us, max %.1f us (target p99 < 200 us)\n",
+        micros[micros.size() / 2], micros[micros.size() * 99 / 100], micros.back());
     return 0;
 }

@@ -3,13 +3,13 @@
 #include "library/FetchRequest.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
+#include "library/ManagedObjectModel.h"
 #include "library/ObjectContext.h"
+#include "library/PersistentStore.h"
 #include "midi/MainMidi.h"
+#include "platform/Error.h"
 #include "platform/Guard.h"
 #include "platform/NotificationCenter.h"
-#include "platform/Error.h"
-#include "library/ManagedObjectModel.h"
-#include "library/PersistentStore.h"
 #include "platform/TableView.h"
 #include "platform/UnknownOperationError.h"
 #include "settings/Prefs.h"
@@ -37,7 +37,8 @@ TEST_F(AppLifecycle, FirstLaunchWithAnEmptyStore) {
     EXPECT_TRUE(QFileInfo::exists(TempHome::dataHome() + "/Gigmora/Gigmora.gigmoraprefs"));
     EXPECT_TRUE(app->window()->activeButton->isChecked()) << "active by default";
     EXPECT_FALSE(midi->portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty());
-    EXPECT_EQ(app->filter()->predicateTemplate.predicateFormat(), "(title contains[cd] $searchString)");
+    EXPECT_EQ(app->filter()->predicateTemplate.predicateFormat(),
+              "(title contains[cd] $searchString)");
 }
 
 TEST_F(AppLifecycle, TerminationSavesThenDropsPathlessSongsFromMemoryOnly) {
@@ -111,7 +112,8 @@ TEST_F(AppLifecycle, DeviceAlertsShowOnceUntilTheInputDeviceChanges) {
     JackTestClient keys("gigmora-keys-device");
     jack_port_t* port = jack_port_by_name(keys.client(), "gigmora-keys-device:out");
     jack_set_property(keys.client(), jack_port_uuid(port), "urn:x-midi:uniqueID", "5151", nullptr);
-    jack_set_property(keys.client(), jack_port_uuid(port), JACK_METADATA_PRETTY_NAME, "Keys", nullptr);
+    jack_set_property(keys.client(), jack_port_uuid(port), JACK_METADATA_PRETTY_NAME, "Keys",
+                      nullptr);
     app->controllerMidiDeviceInitialSetAlert();
     app->controllerMidiDeviceChangeAlert();
     ASSERT_EQ(alerts.shownAlerts.size(), 2);
@@ -131,7 +133,8 @@ TEST_F(AppLifecycle, SongListSelectionAndTableNames) {
     EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 1);
     EXPECT_TRUE(AppDelegate::isSetlistTableView(app->window()->setlistTableView));
     EXPECT_TRUE(AppDelegate::isAllSongsTableView(app->window()->aSongsTableView));
-    EXPECT_TRUE(AppDelegate::isTopListOfSetlistsTableView(app->window()->myTopListOfSetlistsTableView));
+    EXPECT_TRUE(
+        AppDelegate::isTopListOfSetlistsTableView(app->window()->myTopListOfSetlistsTableView));
     EXPECT_FALSE(AppDelegate::isSetlistTableView(app->window()->aSongsTableView));
 
     auto* unnamed = app->managedObjectContext()->insertNewObject("Setlist");

@@ -75,7 +75,8 @@ TEST(Export, ReportsAnUnreadableStore) {
     Output r = runExport({});
     EXPECT_NE(r.code, 0);
     EXPECT_TRUE(r.err.contains("Failed to initialize the application's saved data"));
-    EXPECT_TRUE(r.err.contains("There was an error creating or loading the application's saved data."));
+    EXPECT_TRUE(
+        r.err.contains("There was an error creating or loading the application's saved data."));
     EXPECT_EQ(readFile(storePath()), "<database><object");
 
     TempHome::clear();

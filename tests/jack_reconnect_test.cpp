@@ -29,12 +29,12 @@ public:
     explicit PrivateServer(QString name) : name_(std::move(name)) {}
     ~PrivateServer() { stop(); }
     bool start() {
-        process_.start("jackd", {"--no-realtime", "-n", name_, "-d", "dummy", "-r", "48000", "-p", "256"});
+        process_.start("jackd",
+                       {"--no-realtime", "-n", name_, "-d", "dummy", "-r", "48000", "-p", "256"});
         return waitUntil([&] { return JackMidiServices::serverIsRunning(); }, 10000);
     }
     void stop() {
-        if (process_.state() == QProcess::NotRunning)
-            return;
+        if (process_.state() == QProcess::NotRunning) return;
         process_.terminate();
         process_.waitForFinished(5000);
     }
@@ -69,7 +69,8 @@ TEST(JackReconnect, ClientAndEndpointsComeBackWithTheServer) {
         bool back = waitUntil(
             [&] {
                 JackTestClient probe("gigmora-probe-after");
-                return probe.isOpen() && !probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty() &&
+                return probe.isOpen() &&
+                       !probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty() &&
                        !probe.portWithUniqueID(MainMidi::kVirtualOutputUniqueID).isEmpty();
             },
             15000);

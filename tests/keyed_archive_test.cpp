@@ -42,7 +42,8 @@ TEST(KeyedArchive, HasTheKeyedArchiverShape) {
     plist_t objects = plist_dict_get_item(root.get(), "$objects");
     EXPECT_EQ(str(plist_array_get_item(objects, 0)), "$null");
     uint64_t rootUid = 0;
-    plist_get_uid_val(plist_dict_get_item(plist_dict_get_item(root.get(), "$top"), "root"), &rootUid);
+    plist_get_uid_val(plist_dict_get_item(plist_dict_get_item(root.get(), "$top"), "root"),
+                      &rootUid);
     plist_t record = plist_array_get_item(objects, rootUid);
     // Numbers and strings stand directly in $objects; absent values point at $null.
     uint64_t uid = 0;
@@ -88,9 +89,11 @@ TEST(KeyedArchive, SongRoundTripAndTheSetlistQuirk) {
     EXPECT_EQ(decodedSetlist->entity().name(), "Song");
     EXPECT_THROW(decodedSetlist->value("name"), std::exception);
 
-    KeyedUnarchiver coder2(KeyedArchiver::archivedDataWithRootObject(static_cast<Setlist*>(setlist)));
+    KeyedUnarchiver coder2(
+        KeyedArchiver::archivedDataWithRootObject(static_cast<Setlist*>(setlist)));
     TransferRecords::registerClasses(coder2, ManagedObjectModel::gigmoraTwo());
-    auto* fromSetlist = dynamic_cast<ManagedObject*>(coder2.decodeObject("root").value<KeyedCoding*>());
+    auto* fromSetlist =
+        dynamic_cast<ManagedObject*>(coder2.decodeObject("root").value<KeyedCoding*>());
     ASSERT_NE(fromSetlist, nullptr);
     EXPECT_EQ(fromSetlist->entity().name(), "Song");
     EXPECT_FALSE(fromSetlist->value("title").isValid());
@@ -105,13 +108,21 @@ TEST(KeyedArchive, TransformerAndPasteboardPayloads) {
     EXPECT_TRUE(OrderedSetArrayValueTransformer::transformedValue({}).isEmpty());
 
     const IndexSet rows{4, 1, 2};
-    EXPECT_EQ(TransferRecords::rowIndexesFromPayload(TransferRecords::rowIndexesPayload(rows)), rows);
+    EXPECT_EQ(TransferRecords::rowIndexesFromPayload(TransferRecords::rowIndexesPayload(rows)),
+              rows);
     EXPECT_EQ(TransferRecords::songsFromPayload(TransferRecords::songURIsPayload({b, a}, c), c),
               (L{b, a}));
-    EXPECT_TRUE(TransferRecords::songsFromPayload(TransferRecords::songURIsPayload({}, c), c).isEmpty());
+    EXPECT_TRUE(
+        TransferRecords::songsFromPayload(TransferRecords::songURIsPayload({}, c), c).isEmpty());
 
-    const QVariantList plain{1, -7, 2.5, true, QString("é"), QVariant(),
+    const QVariantList plain{1,
+                             -7,
+                             2.5,
+                             true,
+                             QString("é"),
+                             QVariant(),
                              QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC)};
-    EXPECT_EQ(KeyedUnarchiver::unarchiveObjectWithData(KeyedArchiver::archivedDataWithRootObject(plain)),
-              QVariant(plain));
+    EXPECT_EQ(
+        KeyedUnarchiver::unarchiveObjectWithData(KeyedArchiver::archivedDataWithRootObject(plain)),
+        QVariant(plain));
 }

@@ -106,9 +106,10 @@ TEST_F(LibraryStore, ReadsTheXmlDialectWithObjectsInAnyOrder) {
 )");
     LibraryStack stack(&alerts);
     ObjectContext* c = stack.managedObjectContext();
-    ASSERT_NE(c, nullptr) << (alerts.presentedErrors.isEmpty()
-                                  ? ""
-                                  : alerts.presentedErrors[0].underlying->localizedFailureReason.toStdString());
+    ASSERT_NE(c, nullptr)
+        << (alerts.presentedErrors.isEmpty()
+                ? ""
+                : alerts.presentedErrors[0].underlying->localizedFailureReason.toStdString());
     auto setlist = c->executeFetchRequest({"Setlist", {}, {}, 0}).value(0);
     ASSERT_NE(setlist, nullptr);
     const auto& songs = setlist->orderedObjects("song");
@@ -147,7 +148,9 @@ TEST_F(LibraryStore, UnreadableStoreIsReportedAndNeverOverwritten) {
         {"truncated", valid.left(valid.size() / 2)},
         {"entity bomb", bomb},
         {"unknown entity", QByteArray(valid).replace("SONG", "CONCERT")},
-        {"dangling idref", QByteArray(valid).replace("</object>", "<relationship name=\"setlist\" idrefs=\"z9\"/></object>")},
+        {"dangling idref",
+         QByteArray(valid).replace("</object>",
+                                   "<relationship name=\"setlist\" idrefs=\"z9\"/></object>")},
         {"bad number", QByteArray(valid).replace("type=\"string\">x", "type=\"int16\">x")},
     };
     for (const auto& bad : cases) {
@@ -283,8 +286,9 @@ TEST_F(LibraryStore, KeysFetchesAndIds) {
     EXPECT_EQ(c.executeFetchRequest({"Song", {}, {{"midiIn", false}}, 0}).last(), none);
     EXPECT_EQ(c.executeFetchRequest({"Song", Predicate::withFormat("midiIn == %@", {2}), {}, 0}),
               (L{two}));
-    EXPECT_EQ(c.executeFetchRequest({"Song", Predicate::withFormat("midiIn == %@", {QVariant()}), {}, 0}),
-              (L{none}));
+    EXPECT_EQ(
+        c.executeFetchRequest({"Song", Predicate::withFormat("midiIn == %@", {QVariant()}), {}, 0}),
+        (L{none}));
     EXPECT_EQ(c.objectWithURI(c.URIRepresentation(two)), two);
     EXPECT_EQ(c.objectWithURI(QUrl("x-coredata://other/Song/p1")), nullptr);
 }
@@ -294,7 +298,8 @@ TEST_F(LibraryStore, KilledSaveLeavesAWholeStore) {
     {
         LibraryStack stack(&alerts);
         for (int i = 0; i < 3000; ++i)
-            addSong(*stack.managedObjectContext(), QString("Song %1").arg(i), QString("/s/%1.logicx").arg(i), i);
+            addSong(*stack.managedObjectContext(), QString("Song %1").arg(i),
+                    QString("/s/%1.logicx").arg(i), i);
         stack.saveAction();
     }
     for (int round = 0; round < 8; ++round) {
@@ -304,7 +309,8 @@ TEST_F(LibraryStore, KilledSaveLeavesAWholeStore) {
             LibraryStack stack(&alerts);
             ObjectContext* c = stack.managedObjectContext();
             for (int i = 0;; ++i) {
-                addSong(*c, QString("More %1").arg(i), QString("/m/%1/%2.logicx").arg(round).arg(i), i);
+                addSong(*c, QString("More %1").arg(i), QString("/m/%1/%2.logicx").arg(round).arg(i),
+                        i);
                 stack.saveAction();
             }
         }

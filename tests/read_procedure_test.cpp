@@ -140,8 +140,7 @@ TEST_F(ReadProcedureWalk, NeverReadsPastTheList) {
             std::memcpy(buffer.get(), &count, 4);
         }
         ReadProcedure::midiReadProc(buffer.get(), n, nullptr, nullptr);
-        if (i % 1000 == 0)
-            processEvents();
+        if (i % 1000 == 0) processEvents();
     }
     processEvents();
     SUCCEED();

@@ -64,7 +64,8 @@ TEST(Robustness, KeyedUnarchiverSurvivesMangledArchives) {
         const QByteArray input = mutate(seeds[i % 4], rng);
         KeyedUnarchiver coder(input);
         TransferRecords::registerClasses(coder, ManagedObjectModel::gigmoraTwo());
-        coder.registerClass("Storage", [](KeyedUnarchiver& u) { return Storage::initWithCoder(u); });
+        coder.registerClass("Storage",
+                            [](KeyedUnarchiver& u) { return Storage::initWithCoder(u); });
         decoded += coder.decodeObject("root").isValid() ? 1 : 0;
         coder.decodeFloat("root");
         KeyedUnarchiver::unarchiveObjectWithData(input);

@@ -62,7 +62,8 @@ TEST_F(SearchAndFilter, SetlistChecksAndTheCurrentSetlist) {
     EXPECT_EQ(all[0]->stringValue("name"), "new Setlist");
     filter.checkNumberOfSongs();
     EXPECT_EQ(context.executeFetchRequest({"Song", {}, {}, 0}).size(), 1);
-    EXPECT_EQ(filter.getCurrentSetlist(), all[0]) << "the first row is selected when content appears";
+    EXPECT_EQ(filter.getCurrentSetlist(), all[0])
+        << "the first row is selected when content appears";
 
     auto* unnamed = addSetlist(context, "");
     auto* nameless = context.insertNewObject("Setlist");

@@ -17,7 +17,8 @@ protected:
     QString path() const { return TempHome::dataHome() + "/Gigmora/Gigmora.gigmoraprefs"; }
     std::unique_ptr<Storage> storedRecord() {
         KeyedUnarchiver coder(readFile(path()));
-        coder.registerClass("Storage", [](KeyedUnarchiver& c) { return Storage::initWithCoder(c); });
+        coder.registerClass("Storage",
+                            [](KeyedUnarchiver& c) { return Storage::initWithCoder(c); });
         auto* s = dynamic_cast<Storage*>(coder.decodeObject("Data").value<KeyedCoding*>());
         return s ? std::make_unique<Storage>(*s) : nullptr;
     }

@@ -100,8 +100,7 @@ TEST_F(StageLoop, FloodOfProgramChangesStaysResponsiveAndAnswersTheLast) {
     // 20,000 program changes over about two seconds, in bursts of 500.
     for (int i = 0; i < 20000; ++i) {
         midi->send({static_cast<uint8_t>(0xC0 | (i % 16)), static_cast<uint8_t>(i % 100)});
-        if (i % 500 == 499)
-            waitUntil([] { return false; }, 50);
+        if (i % 500 == 499) waitUntil([] { return false; }, 50);
     }
     midi->send({0xC4, 0x7F});
     ASSERT_TRUE(waitForCloseCommands(1, 30000)) << "the last trigger is answered";
@@ -158,7 +157,8 @@ TEST_F(StageLoop, ByNumberWithoutASelectedSongOnlyMovesTheSelection) {
     launch();
     app->window()->aSongsTableView->deselectAll();
     app->recall()->kAsNumber = 2;
-    EXPECT_FALSE(guarded("by number", [&] { app->recall()->runMyScriptUsingProgChangeInController(); }));
+    EXPECT_FALSE(
+        guarded("by number", [&] { app->recall()->runMyScriptUsingProgChangeInController(); }));
     processEvents();
     EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 1);
     waitUntil([] { return false; }, 500);
@@ -168,7 +168,9 @@ TEST_F(StageLoop, ByNumberWithoutASelectedSongOnlyMovesTheSelection) {
 
 TEST(WindowPlacement, TopRightCornerOnTheVisibleArea) {
     // A visible frame of (0, 23, 1440, 877) on a 900-point screen is (0, 0, 1440, 877) here;
-    // an 800 x 600 window lands with its bottom-left corner at (640, 300), its top-left at (640, 0).
+    // an 800 x 600 window lands with its bottom-left corner at (640, 300), its top-left at (640,
+    // 0).
     EXPECT_EQ(SongRecall::topRightOrigin(QRect(0, 0, 1440, 877), QSize(800, 600)), QPoint(640, 0));
-    EXPECT_EQ(SongRecall::topRightOrigin(QRect(100, 40, 1000, 700), QSize(400, 300)), QPoint(700, 40));
+    EXPECT_EQ(SongRecall::topRightOrigin(QRect(100, 40, 1000, 700), QSize(400, 300)),
+              QPoint(700, 40));
 }

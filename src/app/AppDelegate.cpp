@@ -65,14 +65,15 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
 
 AppDelegate::~AppDelegate() {
     NotificationCenter::defaultCenter().removeObserver(this);
-    if (MidiHost::applicationDelegate() == this)
-        MidiHost::setApplicationDelegate(nullptr);
+    if (MidiHost::applicationDelegate() == this) MidiHost::setApplicationDelegate(nullptr);
     window_.reset();
     delete mainMidiObject_; // before the services it uses
     mainMidiObject_ = nullptr;
 }
 
-ObjectContext* AppDelegate::managedObjectContext() { return library_->managedObjectContext(); }
+ObjectContext* AppDelegate::managedObjectContext() {
+    return library_->managedObjectContext();
+}
 
 void AppDelegate::wireWindow() {
     MainWindow* w = window_.get();
@@ -107,8 +108,8 @@ void AppDelegate::wireWindow() {
            [this] { recall_->runMyScriptInController(); });
     action(w->previousButton, &QPushButton::clicked, this, "reverseMyScriptInController",
            [this] { recall_->reverseMyScriptInController(); });
-    action(w->goButton, &QPushButton::clicked, this, "goToLogicProject:",
-           [this] { recall_->goToLogicProject(); });
+    action(w->goButton, &QPushButton::clicked, this,
+           "goToLogicProject:", [this] { recall_->goToLogicProject(); });
     action(w->byNumberButton, &QPushButton::clicked, this, "runMyScriptUsingProgChangeInController",
            [this] { recall_->runMyScriptUsingProgChangeInController(); });
     action(w->activeButton, &QCheckBox::toggled, this, "activeButton:", [this] {
@@ -120,19 +121,19 @@ void AppDelegate::wireWindow() {
     });
 
     QMenu* file = w->menuBar()->addMenu("&File");
-    action(file->addAction("&Save", QKeySequence::Save), &QAction::triggered, this, "saveAction:",
-           [this] { saveAction(); });
-    action(file->addAction("&Quit", QKeySequence::Quit), &QAction::triggered, this, "terminate:",
-           [this] { requestQuit(); });
+    action(file->addAction("&Save", QKeySequence::Save), &QAction::triggered, this,
+           "saveAction:", [this] { saveAction(); });
+    action(file->addAction("&Quit", QKeySequence::Quit), &QAction::triggered, this,
+           "terminate:", [this] { requestQuit(); });
     QMenu* edit = w->menuBar()->addMenu("&Edit");
-    action(edit->addAction("&Undo", QKeySequence::Undo), &QAction::triggered, this, "undo:", [this] {
-        if (ObjectContext* c = managedObjectContext())
-            c->undoManager()->undo();
-    });
-    action(edit->addAction("&Redo", QKeySequence::Redo), &QAction::triggered, this, "redo:", [this] {
-        if (ObjectContext* c = managedObjectContext())
-            c->undoManager()->redo();
-    });
+    action(edit->addAction("&Undo", QKeySequence::Undo), &QAction::triggered, this,
+           "undo:", [this] {
+               if (ObjectContext* c = managedObjectContext()) c->undoManager()->undo();
+           });
+    action(edit->addAction("&Redo", QKeySequence::Redo), &QAction::triggered, this,
+           "redo:", [this] {
+               if (ObjectContext* c = managedObjectContext()) c->undoManager()->redo();
+           });
     w->shouldClose = [this] {
         requestQuit();
         return terminated_;
@@ -141,8 +142,8 @@ void AppDelegate::wireWindow() {
 
 void AppDelegate::setFonts() {
     static const bool loaded = [] {
-        for (const char* face : {":/fonts/Dosis-SemiBold.otf", ":/fonts/Dosis-Book.otf",
-                                 ":/fonts/Dosis-Medium.otf"})
+        for (const char* face :
+             {":/fonts/Dosis-SemiBold.otf", ":/fonts/Dosis-Book.otf", ":/fonts/Dosis-Medium.otf"})
             QFontDatabase::addApplicationFont(face);
         return true;
     }();
@@ -171,10 +172,12 @@ void AppDelegate::applicationDidFinishLaunching() {
         const QSignalBlocker quiet(window_->activeButton);
         window_->activeButton->setChecked(sharedPrefs_->prefsActive);
     }
-    connect(allSetlists_, &ArrangedContent::selectionChanged, this, [this] { observeValueForKeyPath(); });
-    connect(currentSetlist_, &ArrangedContent::selectionChanged, this, [this] { observeValueForKeyPath(); });
-    NotificationCenter::defaultCenter().addObserver(this, "blankSetlistNotification",
-                                                    [this](const Notification&) { blankSetlist(); });
+    connect(allSetlists_, &ArrangedContent::selectionChanged, this,
+            [this] { observeValueForKeyPath(); });
+    connect(currentSetlist_, &ArrangedContent::selectionChanged, this,
+            [this] { observeValueForKeyPath(); });
+    NotificationCenter::defaultCenter().addObserver(
+        this, "blankSetlistNotification", [this](const Notification&) { blankSetlist(); });
     sharedPrefs_->saveDataToDisk();
 }
 
@@ -183,17 +186,15 @@ bool AppDelegate::applicationShouldTerminate() {
 }
 
 void AppDelegate::applicationWillTerminate() {
-    if (terminated_)
-        return;
+    if (terminated_) return;
     terminated_ = true;
     ObjectContext* context = library_->hasContext() ? library_->managedObjectContext() : nullptr;
-    if (context)
-        context->save();
+    if (context) context->save();
     mainMidiObject_->disconnectAllMidi();
     // Songs without a path leave the context only; the store keeps them until a later save.
     if (context)
-        for (ManagedObject* song : context->executeFetchRequest(
-                 {"Song", Predicate::withFormat("path == %@"), {}, 0}))
+        for (ManagedObject* song :
+             context->executeFetchRequest({"Song", Predicate::withFormat("path == %@"), {}, 0}))
             context->deleteObject(song);
 }
 
@@ -202,8 +203,7 @@ void AppDelegate::requestQuit() {
         emit quitRequested();
         return;
     }
-    if (!applicationShouldTerminate())
-        return;
+    if (!applicationShouldTerminate()) return;
     applicationWillTerminate();
     emit quitRequested();
 }
@@ -215,28 +215,29 @@ void AppDelegate::quitFromSignal() {
         context->commitEditing();
         Error error;
         if (context->hasChanges() && !context->save(&error))
-            qCWarning(lcApp).noquote() << "Could not save the library:" << error.localizedFailureReason;
+            qCWarning(lcApp).noquote()
+                << "Could not save the library:" << error.localizedFailureReason;
     }
     applicationWillTerminate();
     emit quitRequested();
 }
 
-void AppDelegate::saveAction() { library_->saveAction(); }
+void AppDelegate::saveAction() {
+    library_->saveAction();
+}
 
 void AppDelegate::controllerMidiDeviceChangeAlert() {
-    if (midiDeviceAlert_)
-        return;
+    if (midiDeviceAlert_) return;
     AlertSpec alert;
     alert.messageText = "Midi Alert";
-    alert.informativeText = "The Selected Midi Device:\n'" + mainMidiObject_->uniqueIDDevice() +
-                            "'\nhas been removed";
+    alert.informativeText =
+        "The Selected Midi Device:\n'" + mainMidiObject_->uniqueIDDevice() + "'\nhas been removed";
     Alerts::shared().runModal(alert);
     midiDeviceAlert_ = true;
 }
 
 void AppDelegate::controllerMidiDeviceInitialSetAlert() {
-    if (midiDeviceAlert_)
-        return;
+    if (midiDeviceAlert_) return;
     AlertSpec alert;
     alert.messageText = "Midi Settings";
     alert.informativeText = "Please set your Midi Preferences";
@@ -269,9 +270,13 @@ void AppDelegate::updateAllSongDetailView(qsizetype row) {
     window_->aSongsTableView->reloadData();
 }
 
-void AppDelegate::handleNotification() { recall_->setWindowPosition(); }
+void AppDelegate::handleNotification() {
+    recall_->setWindowPosition();
+}
 
-void AppDelegate::blankSetlist() { filter_->blankSetlist(); }
+void AppDelegate::blankSetlist() {
+    filter_->blankSetlist();
+}
 
 bool AppDelegate::isTopListOfSetlistsTableView(const TableView* table) {
     return table && table->autosaveName() == QLatin1String("topListOfSetlistsTableView");
@@ -283,8 +288,12 @@ bool AppDelegate::isAllSongsTableView(const TableView* table) {
     return table && table->autosaveName() == QLatin1String("allSongsTableView");
 }
 
-void AppDelegate::checkMidi() { dispatch_->checkMidi(); }
-void AppDelegate::checkMidiWithSysex() { dispatch_->checkMidiWithSysex(); }
+void AppDelegate::checkMidi() {
+    dispatch_->checkMidi();
+}
+void AppDelegate::checkMidiWithSysex() {
+    dispatch_->checkMidiWithSysex();
+}
 
 qsizetype AppDelegate::numberOfRowsInTableView(TableView*) {
     return filter_->returnFilteredArray().size();
@@ -292,7 +301,6 @@ qsizetype AppDelegate::numberOfRowsInTableView(TableView*) {
 
 QVariant AppDelegate::objectValue(TableView*, const QString& column, qsizetype row) {
     const auto& songs = filter_->filteredArray;
-    if (row < 0 || row >= songs.size())
-        return {};
+    if (row < 0 || row >= songs.size()) return {};
     return songs[row]->value(column);
 }

@@ -28,7 +28,8 @@ int runApplication(int argc, char** argv) {
         UnixSignalWatcher signalWatcher;
         QObject::connect(&signalWatcher, &UnixSignalWatcher::terminationRequested, &delegate,
                          [&delegate] { guarded("signal", [&] { delegate.quitFromSignal(); }); });
-        guarded("applicationDidFinishLaunching:", [&] { delegate.applicationDidFinishLaunching(); });
+        guarded("applicationDidFinishLaunching:",
+                [&] { delegate.applicationDidFinishLaunching(); });
         delegate.window()->show();
         status = app.exec();
     }

@@ -19,8 +19,7 @@ namespace {
 const char kUsage[] = "usage: gigmora export [--json] [--setlist NAME]\n";
 
 QJsonValue jsonValue(const QVariant& v) {
-    if (!v.isValid() || v.isNull())
-        return QJsonValue::Null;
+    if (!v.isValid() || v.isNull()) return QJsonValue::Null;
     return QJsonValue::fromVariant(v);
 }
 
@@ -34,22 +33,26 @@ QString dateText(const QVariant& v) {
     return v.isValid() ? v.toDateTime().toLocalTime().toString(Qt::ISODate) : QString();
 }
 
-QString numberText(const QVariant& v) { return v.isValid() ? v.toString() : QStringLiteral("-"); }
+QString numberText(const QVariant& v) {
+    return v.isValid() ? v.toString() : QStringLiteral("-");
+}
 
 QJsonObject setlistJson(const ManagedObject* setlist) {
     QJsonArray songs;
     for (auto* s : setlist->orderedObjects("song"))
         songs.append(songJson(s));
-    return {{"name", jsonValue(setlist->value("name"))},
-            {"dateCreated", setlist->value("dateCreated").isValid()
-                                ? QJsonValue(setlist->value("dateCreated").toDateTime().toString(Qt::ISODateWithMs))
-                                : QJsonValue(QJsonValue::Null)},
-            {"songs", songs}};
+    return {
+        {"name", jsonValue(setlist->value("name"))},
+        {"dateCreated",
+         setlist->value("dateCreated").isValid()
+             ? QJsonValue(setlist->value("dateCreated").toDateTime().toString(Qt::ISODateWithMs))
+             : QJsonValue(QJsonValue::Null)},
+        {"songs", songs}};
 }
 
 void printSetlist(QTextStream& out, const ManagedObject* setlist) {
-    out << "Setlist: " << setlist->stringValue("name") << "  (" << dateText(setlist->value("dateCreated"))
-        << ")\n";
+    out << "Setlist: " << setlist->stringValue("name") << "  ("
+        << dateText(setlist->value("dateCreated")) << ")\n";
     int position = 0;
     for (auto* s : setlist->orderedObjects("song"))
         out << QStringLiteral("%1. ").arg(++position, 3) << s->stringValue("title") << "  ["
@@ -88,8 +91,8 @@ int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStre
         return 1;
     }
     ObjectContext context(ManagedObjectModel::gigmoraTwo(), store.get());
-    auto setlists = context.executeFetchRequest(
-        {"Setlist", {}, LibraryStack::allSetlistsSortDescriptor(), 0});
+    auto setlists =
+        context.executeFetchRequest({"Setlist", {}, LibraryStack::allSetlistsSortDescriptor(), 0});
     if (wantSetlist) {
         setlists.removeIf([&](ManagedObject* s) { return s->stringValue("name") != onlySetlist; });
         if (setlists.isEmpty()) {
@@ -118,8 +121,8 @@ int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStre
     if (!wantSetlist) {
         out << "Songs (" << songs.size() << ")\n";
         for (auto* s : songs)
-            out << QStringLiteral("%1  ").arg(numberText(s->value("midiIn")), 5) << s->stringValue("title")
-                << "  " << s->stringValue("path") << "\n";
+            out << QStringLiteral("%1  ").arg(numberText(s->value("midiIn")), 5)
+                << s->stringValue("title") << "  " << s->stringValue("path") << "\n";
         out << "\n";
     }
     for (auto* s : setlists)

@@ -15,8 +15,7 @@ void onSignal(int number) {
 } // namespace
 
 UnixSignalWatcher::UnixSignalWatcher(QObject* parent) : QObject(parent) {
-    if (g_fds[0] < 0 && ::pipe2(g_fds, O_CLOEXEC | O_NONBLOCK) != 0)
-        return;
+    if (g_fds[0] < 0 && ::pipe2(g_fds, O_CLOEXEC | O_NONBLOCK) != 0) return;
     notifier_ = std::make_unique<QSocketNotifier>(g_fds[0], QSocketNotifier::Read);
     connect(notifier_.get(), &QSocketNotifier::activated, this, [this] {
         char byte = 0;

@@ -18,14 +18,11 @@ void LibraryFilter::makePredicateTemplate() {
 void LibraryFilter::changePredicate(const QString& text) {
     Predicate filter;
     if (!text.isEmpty()) {
-        if (predicateTemplate.isNull())
-            makePredicateTemplate();
+        if (predicateTemplate.isNull()) makePredicateTemplate();
         filter = predicateTemplate.withSubstitutionVariables({{"searchString", text}});
     }
-    if (allSongs_)
-        allSongs_->setFilterPredicate(filter);
-    if (reloadSongs)
-        reloadSongs();
+    if (allSongs_) allSongs_->setFilterPredicate(filter);
+    if (reloadSongs) reloadSongs();
 }
 
 QList<ManagedObject*> LibraryFilter::removeDuplicatesInArray(const QList<ManagedObject*>& songs) {
@@ -39,8 +36,7 @@ QList<ManagedObject*> LibraryFilter::removeDuplicatesInArray(const QList<Managed
             continue;
         }
         const QString p = path.toString();
-        if (seen.contains(p))
-            continue;
+        if (seen.contains(p)) continue;
         seen.insert(p);
         out.append(song);
     }
@@ -54,17 +50,14 @@ QList<ManagedObject*> LibraryFilter::returnFilteredArray() {
 }
 
 ManagedObject* LibraryFilter::getCurrentSetlist() const {
-    if (!allSetlists_)
-        return nullptr;
+    if (!allSetlists_) return nullptr;
     const auto selected = allSetlists_->selectedObjects();
     return selected.isEmpty() ? nullptr : selected.first();
 }
 
 void LibraryFilter::checkNumberOfSetlists() {
-    if (!context_)
-        return;
-    if (!context_->executeFetchRequest({"Setlist", {}, {}, 0}).isEmpty())
-        return;
+    if (!context_) return;
+    if (!context_->executeFetchRequest({"Setlist", {}, {}, 0}).isEmpty()) return;
     ManagedObject* setlist = context_->insertNewObject("Setlist");
     setlist->setValue("name", QStringLiteral("new Setlist"));
 }
@@ -75,8 +68,7 @@ void LibraryFilter::checkNumberOfSongs() {
 }
 
 void LibraryFilter::blankSetlist() {
-    if (!context_)
-        return;
+    if (!context_) return;
     const auto unnamed = context_->executeFetchRequest(
         {"Setlist", Predicate::withFormat("name=nil OR name=''"), {}, 0});
     for (auto* setlist : unnamed)

@@ -12,8 +12,7 @@
 ArrayController::ArrayController(QObject* parent) : ArrangedContent(parent) {}
 
 void ArrayController::setManagedObjectContext(ObjectContext* context) {
-    if (context_)
-        disconnect(context_, nullptr, this, nullptr);
+    if (context_) disconnect(context_, nullptr, this, nullptr);
     context_ = context;
     if (context_)
         connect(context_, &ObjectContext::objectsDidChange, this, &ArrayController::contextChanged);
@@ -26,8 +25,7 @@ void ArrayController::setEntityName(const QString& name) {
 }
 
 void ArrayController::bindContentArray(ArrayController* source, const QString& key) {
-    if (source_)
-        disconnect(source_, nullptr, this, nullptr);
+    if (source_) disconnect(source_, nullptr, this, nullptr);
     source_ = source;
     sourceKey_ = key;
     if (source_)
@@ -55,8 +53,7 @@ void ArrayController::setFilterPredicate(const Predicate& predicate) {
 }
 
 ManagedObject* ArrayController::contentOwner() const {
-    if (!source_)
-        return nullptr;
+    if (!source_) return nullptr;
     const auto selected = source_->selectedObjects();
     return selected.isEmpty() ? nullptr : selected.first();
 }
@@ -64,12 +61,10 @@ ManagedObject* ArrayController::contentOwner() const {
 QList<ManagedObject*> ArrayController::content() const {
     if (source_) {
         ManagedObject* owner = contentOwner();
-        if (!owner || owner->isDeleted())
-            return {};
+        if (!owner || owner->isDeleted()) return {};
         return OrderedSetArrayValueTransformer::transformedValue(owner->orderedObjects(sourceKey_));
     }
-    if (!context_ || entityName_.isEmpty())
-        return {};
+    if (!context_ || entityName_.isEmpty()) return {};
     const auto* entity = context_->model().entity(entityName_);
     return entity ? context_->registeredObjects(entity) : QList<ManagedObject*>();
 }
@@ -81,8 +76,7 @@ quint64 ArrayController::currentStamp() const {
 }
 
 void ArrayController::refreshIfStale() {
-    if (stamp_ != currentStamp())
-        rebuild();
+    if (stamp_ != currentStamp()) rebuild();
 }
 
 void ArrayController::rebuild() {
@@ -92,8 +86,7 @@ void ArrayController::rebuild() {
         list = all;
     } else {
         for (auto* o : all)
-            if (filter_.evaluate(*o))
-                list.append(o);
+            if (filter_.evaluate(*o)) list.append(o);
     }
     sortBySortDescriptors(list, sortDescriptors_);
     arranged_ = std::move(list);
@@ -102,10 +95,8 @@ void ArrayController::rebuild() {
     const QSet<ManagedObject*> present(arranged_.cbegin(), arranged_.cend());
     QList<ManagedObject*> kept;
     for (auto* o : selected_)
-        if (present.contains(o))
-            kept.append(o);
-    if (kept.isEmpty() && !arranged_.isEmpty())
-        kept.append(arranged_.first());
+        if (present.contains(o)) kept.append(o);
+    if (kept.isEmpty() && !arranged_.isEmpty()) kept.append(arranged_.first());
     if (kept != selected_) {
         selected_ = kept;
         ++selectionGeneration_;
@@ -114,8 +105,7 @@ void ArrayController::rebuild() {
 }
 
 void ArrayController::contextChanged() {
-    if (stamp_ == currentStamp())
-        return;
+    if (stamp_ == currentStamp()) return;
     rebuild();
     emit arrangedObjectsChanged();
 }
@@ -144,8 +134,7 @@ qsizetype ArrayController::selectionIndex() {
 }
 
 void ArrayController::selectObjects(const QList<ManagedObject*>& objects) {
-    if (objects == selected_)
-        return;
+    if (objects == selected_) return;
     selected_ = objects;
     ++selectionGeneration_;
     emit selectionChanged();
@@ -155,15 +144,16 @@ bool ArrayController::setSelectionIndexes(const IndexSet& indexes) {
     refreshIfStale();
     QList<ManagedObject*> objects;
     for (auto i : indexes.indexes())
-        if (i >= 0 && i < arranged_.size())
-            objects.append(arranged_[i]);
+        if (i >= 0 && i < arranged_.size()) objects.append(arranged_[i]);
     if (objects.isEmpty() && !arranged_.isEmpty())
         objects.append(arranged_.first()); // an empty selection is avoided
     selectObjects(objects);
     return true;
 }
 
-bool ArrayController::setSelectionIndex(qsizetype index) { return setSelectionIndexes({index}); }
+bool ArrayController::setSelectionIndex(qsizetype index) {
+    return setSelectionIndexes({index});
+}
 
 void ArrayController::fetch() {
     rebuild();
@@ -176,14 +166,14 @@ void ArrayController::rearrangeObjects() {
 }
 
 ManagedObject* ArrayController::add() {
-    if (!context_)
-        return nullptr;
+    if (!context_) return nullptr;
     QString entity = entityName_;
     if (source_) {
         ManagedObject* owner = contentOwner();
-        if (!owner)
-            return nullptr;
-        entity = owner->entity().relationships()[owner->entity().relationshipIndex(sourceKey_)].destination;
+        if (!owner) return nullptr;
+        entity = owner->entity()
+                     .relationships()[owner->entity().relationshipIndex(sourceKey_)]
+                     .destination;
     }
     ManagedObject* object = context_->insertNewObject(entity);
     addObject(object);
@@ -196,14 +186,12 @@ void ArrayController::addObject(ManagedObject* object) {
             owner->mutableOrderedSetValueForKey(sourceKey_).addObject(object);
     }
     rebuild();
-    if (arranged_.contains(object))
-        selectObjects({object});
+    if (arranged_.contains(object)) selectObjects({object});
     emit arrangedObjectsChanged();
 }
 
 void ArrayController::removeObject(ManagedObject* object) {
-    if (!object)
-        return;
+    if (!object) return;
     if (source_) {
         if (ManagedObject* owner = contentOwner())
             owner->mutableOrderedSetValueForKey(sourceKey_).removeObject(object);
@@ -224,17 +212,17 @@ void ArrayController::removeObjectAtArrangedObjectIndex(qsizetype index) {
     removeObject(arranged_[index]);
 }
 
-qsizetype ArrayController::arrangedCount() { return arrangedObjects().size(); }
+qsizetype ArrayController::arrangedCount() {
+    return arrangedObjects().size();
+}
 
 QVariant ArrayController::arrangedValue(qsizetype row, const QString& key) {
     const auto& list = arrangedObjects();
-    if (row < 0 || row >= list.size())
-        return {};
+    if (row < 0 || row >= list.size()) return {};
     return list[row]->value(key);
 }
 
 void ArrayController::setArrangedValue(qsizetype row, const QString& key, const QVariant& value) {
     const auto& list = arrangedObjects();
-    if (row >= 0 && row < list.size())
-        list[row]->setValue(key, value);
+    if (row >= 0 && row < list.size()) list[row]->setValue(key, value);
 }

@@ -6,11 +6,9 @@ EntityDescription::EntityDescription(QString name, std::vector<AttributeDescript
       relationships_(std::move(relationships)) {}
 
 namespace {
-template <typename List>
-int find(const List& list, QStringView key, Qt::CaseSensitivity cs) {
+template <typename List> int find(const List& list, QStringView key, Qt::CaseSensitivity cs) {
     for (size_t i = 0; i < list.size(); ++i)
-        if (QStringView(list[i].name).compare(key, cs) == 0)
-            return static_cast<int>(i);
+        if (QStringView(list[i].name).compare(key, cs) == 0) return static_cast<int>(i);
     return -1;
 }
 } // namespace

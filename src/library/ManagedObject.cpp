@@ -23,11 +23,9 @@ namespace {
 } // namespace
 
 QVariant ManagedObject::value(const QString& key) const {
-    if (int a = entity_->attributeIndex(key); a >= 0)
-        return values_[a];
+    if (int a = entity_->attributeIndex(key); a >= 0) return values_[a];
     int r = entity_->relationshipIndex(key);
-    if (r < 0)
-        unknownKey(*entity_, key);
+    if (r < 0) unknownKey(*entity_, key);
     if (!entity_->relationships()[r].toMany)
         return relations_[r].one ? QVariant::fromValue(relations_[r].one) : QVariant();
     QVariantList list;
@@ -37,12 +35,15 @@ QVariant ManagedObject::value(const QString& key) const {
     return list;
 }
 
-qint64 ManagedObject::integerValue(const QString& key) const { return value(key).toLongLong(); }
-QString ManagedObject::stringValue(const QString& key) const { return value(key).toString(); }
+qint64 ManagedObject::integerValue(const QString& key) const {
+    return value(key).toLongLong();
+}
+QString ManagedObject::stringValue(const QString& key) const {
+    return value(key).toString();
+}
 
 QVariant ManagedObject::coerce(int index, const QVariant& v) const {
-    if (!v.isValid() || v.isNull())
-        return {};
+    if (!v.isValid() || v.isNull()) return {};
     switch (entity_->attributes()[index].type) {
     case AttributeType::Integer16:
     case AttributeType::Integer32:
@@ -68,16 +69,14 @@ void ManagedObject::setValue(const QString& key, const QVariant& v) {
         return;
     }
     int r = entity_->relationshipIndex(key);
-    if (r < 0)
-        unknownKey(*entity_, key);
+    if (r < 0) unknownKey(*entity_, key);
     if (entity_->relationships()[r].toMany) {
         // Replacing a whole to-many: empty it, then add the new elements in order.
         auto rel = mutableOrderedSetValueForKey(key);
         while (rel.count() > 0)
             rel.removeObjectAtIndex(rel.count() - 1);
         for (const auto& e : v.toList())
-            if (auto* o = e.value<ManagedObject*>())
-                rel.addObject(o);
+            if (auto* o = e.value<ManagedObject*>()) rel.addObject(o);
         return;
     }
     setToOne(r, v.value<ManagedObject*>());
@@ -85,22 +84,19 @@ void ManagedObject::setValue(const QString& key, const QVariant& v) {
 
 ManagedObject* ManagedObject::relatedObject(const QString& key) const {
     int r = entity_->relationshipIndex(key);
-    if (r < 0 || entity_->relationships()[r].toMany)
-        unknownKey(*entity_, key);
+    if (r < 0 || entity_->relationships()[r].toMany) unknownKey(*entity_, key);
     return relations_[r].one;
 }
 
 const QList<ManagedObject*>& ManagedObject::orderedObjects(const QString& key) const {
     int r = entity_->relationshipIndex(key);
-    if (r < 0 || !entity_->relationships()[r].toMany)
-        unknownKey(*entity_, key);
+    if (r < 0 || !entity_->relationships()[r].toMany) unknownKey(*entity_, key);
     return relations_[r].many;
 }
 
 OrderedRelation ManagedObject::mutableOrderedSetValueForKey(const QString& key) {
     int r = entity_->relationshipIndex(key);
-    if (r < 0 || !entity_->relationships()[r].toMany)
-        unknownKey(*entity_, key);
+    if (r < 0 || !entity_->relationships()[r].toMany) unknownKey(*entity_, key);
     return OrderedRelation(this, r);
 }
 
@@ -109,11 +105,9 @@ void ManagedObject::setPrimitiveAttribute(int index, QVariant value) {
 }
 
 void ManagedObject::changeAttribute(int index, QVariant value) {
-    if (values_[index] == value && values_[index].isValid() == value.isValid())
-        return;
+    if (values_[index] == value && values_[index].isValid() == value.isValid()) return;
     QVariant old = std::exchange(values_[index], std::move(value));
-    if (context_)
-        context_->noteChange([this, index, old] { changeAttribute(index, old); });
+    if (context_) context_->noteChange([this, index, old] { changeAttribute(index, old); });
 }
 
 void ManagedObject::changeToOne(int rel, ManagedObject* target) {
@@ -124,25 +118,21 @@ void ManagedObject::changeToOne(int rel, ManagedObject* target) {
 
 void ManagedObject::insertToMany(int rel, ManagedObject* target, qsizetype index) {
     relations_[rel].many.insert(index, target);
-    if (context_)
-        context_->noteChange([this, rel, index] { removeToManyAt(rel, index); });
+    if (context_) context_->noteChange([this, rel, index] { removeToManyAt(rel, index); });
 }
 
 void ManagedObject::removeToManyAt(int rel, qsizetype index) {
     ManagedObject* old = relations_[rel].many.takeAt(index);
-    if (context_)
-        context_->noteChange([this, rel, old, index] { insertToMany(rel, old, index); });
+    if (context_) context_->noteChange([this, rel, old, index] { insertToMany(rel, old, index); });
 }
 
 void ManagedObject::detachFromInverse(int rel, ManagedObject* target) {
     const auto& d = entity_->relationships()[rel];
     int inv = target->entity_->relationshipIndex(d.inverse);
-    if (inv < 0)
-        return;
+    if (inv < 0) return;
     if (target->entity_->relationships()[inv].toMany) {
         qsizetype i = target->relations_[inv].many.indexOf(this);
-        if (i >= 0)
-            target->removeToManyAt(inv, i);
+        if (i >= 0) target->removeToManyAt(inv, i);
     } else if (target->relations_[inv].one == this) {
         target->changeToOne(inv, nullptr);
     }
@@ -151,8 +141,7 @@ void ManagedObject::detachFromInverse(int rel, ManagedObject* target) {
 void ManagedObject::attachToInverse(int rel, ManagedObject* target) {
     const auto& d = entity_->relationships()[rel];
     int inv = target->entity_->relationshipIndex(d.inverse);
-    if (inv < 0)
-        return;
+    if (inv < 0) return;
     if (target->entity_->relationships()[inv].toMany) {
         if (!target->relations_[inv].many.contains(this))
             target->insertToMany(inv, this, target->relations_[inv].many.size());
@@ -165,18 +154,15 @@ void ManagedObject::attachToInverse(int rel, ManagedObject* target) {
 
 void ManagedObject::setToOne(int rel, ManagedObject* target) {
     ManagedObject* old = relations_[rel].one;
-    if (old == target)
-        return;
+    if (old == target) return;
     // Detached records keep what they are given; the graph rules apply inside a context.
     if (!context_) {
         relations_[rel].one = target;
         return;
     }
-    if (old)
-        detachFromInverse(rel, old);
+    if (old) detachFromInverse(rel, old);
     changeToOne(rel, target);
-    if (target)
-        attachToInverse(rel, target);
+    if (target) attachToInverse(rel, target);
 }
 
 QStringList ManagedObject::archiveClassNames() const {

@@ -16,8 +16,7 @@ ManagedObjectModel::ManagedObjectModel() {
             {"setlist", "Setlist", "song", false, false, DeleteRule::Nullify},
             {"midiMessage", "MidiMessage", "song", true, true, DeleteRule::Cascade}}));
     entities_.push_back(std::make_unique<EntityDescription>(
-        "Setlist",
-        std::vector<AttributeDescription>{{"name", A::String}, {"dateCreated", A::Date}},
+        "Setlist", std::vector<AttributeDescription>{{"name", A::String}, {"dateCreated", A::Date}},
         std::vector<RelationshipDescription>{
             // A setlist owns its song records: they are copies made when songs were dragged in.
             {"song", "Song", "setlist", true, true, DeleteRule::Cascade}}));
@@ -40,14 +39,12 @@ const ManagedObjectModel& ManagedObjectModel::gigmoraTwo() {
 
 const EntityDescription* ManagedObjectModel::entity(QStringView name) const {
     for (const auto& e : entities_)
-        if (e->name() == name)
-            return e.get();
+        if (e->name() == name) return e.get();
     return nullptr;
 }
 
 const EntityDescription* ManagedObjectModel::entityIgnoringCase(QStringView name) const {
     for (const auto& e : entities_)
-        if (QStringView(e->name()).compare(name, Qt::CaseInsensitive) == 0)
-            return e.get();
+        if (QStringView(e->name()).compare(name, Qt::CaseInsensitive) == 0) return e.get();
     return nullptr;
 }

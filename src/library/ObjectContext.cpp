@@ -17,16 +17,14 @@
 ObjectContext::ObjectContext(const ManagedObjectModel& model, PersistentStore* store,
                              QObject* parent)
     : QObject(parent), model_(model), store_(store) {
-    if (store_)
-        store_->loadInto(*this);
+    if (store_) store_->loadInto(*this);
 }
 
 ObjectContext::~ObjectContext() = default;
 
 std::unique_ptr<ManagedObject> ObjectContext::makeObject(const EntityDescription* entity,
                                                          ObjectContext* context) {
-    if (entity->name() == QLatin1String("Song"))
-        return std::make_unique<Song>(entity, context);
+    if (entity->name() == QLatin1String("Song")) return std::make_unique<Song>(entity, context);
     if (entity->name() == QLatin1String("Setlist"))
         return std::make_unique<Setlist>(entity, context);
     if (entity->name() == QLatin1String("MidiMessage"))
@@ -51,8 +49,7 @@ void ObjectContext::unregisterObject(ManagedObject* object) {
 }
 
 void ObjectContext::setDeleted(ManagedObject* object, bool deleted) {
-    if (object->deleted_ == deleted)
-        return;
+    if (object->deleted_ == deleted) return;
     object->deleted_ = deleted;
     if (deleted)
         unregisterObject(object);
@@ -64,9 +61,9 @@ void ObjectContext::setDeleted(ManagedObject* object, bool deleted) {
 ManagedObject* ObjectContext::insertNewObject(const QString& entityName) {
     const EntityDescription* entity = model_.entity(entityName);
     if (!entity)
-        throw UnknownKeyError(("+entityForName: could not locate an entity named '" + entityName +
-                               "' in this model.")
-                                  .toStdString());
+        throw UnknownKeyError(
+            ("+entityForName: could not locate an entity named '" + entityName + "' in this model.")
+                .toStdString());
     const quint64 number = store_ ? store_->nextObjectNumber() : ++localNumbers_;
     ManagedObject* object = adopt(makeObject(entity, this), number);
     object->deleted_ = true; // so that setDeleted registers it and records the undo
@@ -76,8 +73,7 @@ ManagedObject* ObjectContext::insertNewObject(const QString& entityName) {
 }
 
 void ObjectContext::deleteObject(ManagedObject* object) {
-    if (!object || object->deleted_ || object->context_ != this)
-        return;
+    if (!object || object->deleted_ || object->context_ != this) return;
     const auto& rels = object->entity().relationships();
     for (size_t r = 0; r < rels.size(); ++r) {
         const int ri = static_cast<int>(r);
@@ -86,13 +82,11 @@ void ObjectContext::deleteObject(ManagedObject* object) {
             while (relation.count() > 0) {
                 ManagedObject* target = relation.objectAtIndex(relation.count() - 1);
                 relation.removeObjectAtIndex(relation.count() - 1);
-                if (rels[r].deleteRule == DeleteRule::Cascade)
-                    deleteObject(target);
+                if (rels[r].deleteRule == DeleteRule::Cascade) deleteObject(target);
             }
         } else if (ManagedObject* target = object->toOneAt(ri)) {
             object->setToOne(ri, nullptr);
-            if (rels[r].deleteRule == DeleteRule::Cascade)
-                deleteObject(target);
+            if (rels[r].deleteRule == DeleteRule::Cascade) deleteObject(target);
         }
     }
     setDeleted(object, true);
@@ -106,20 +100,17 @@ const QList<ManagedObject*>& ObjectContext::registeredObjects(const EntityDescri
 
 QList<ManagedObject*> ObjectContext::executeFetchRequest(const FetchRequest& request) const {
     const EntityDescription* entity = model_.entity(request.entityName);
-    if (!entity)
-        return {};
+    if (!entity) return {};
     const auto& all = registeredObjects(entity);
     QList<ManagedObject*> out;
     if (request.predicate.isNull()) {
         out = all;
     } else {
         for (auto* o : all)
-            if (request.predicate.evaluate(*o))
-                out.append(o);
+            if (request.predicate.evaluate(*o)) out.append(o);
     }
     sortBySortDescriptors(out, request.sortDescriptors);
-    if (request.fetchLimit > 0 && out.size() > request.fetchLimit)
-        out.resize(request.fetchLimit);
+    if (request.fetchLimit > 0 && out.size() > request.fetchLimit) out.resize(request.fetchLimit);
     return out;
 }
 
@@ -130,8 +121,7 @@ void ObjectContext::noteChange(UndoManager::Action inverse) {
     if (!notifyQueued_) {
         notifyQueued_ = true;
         MainQueue::async([self = QPointer<ObjectContext>(this)] {
-            if (!self)
-                return;
+            if (!self) return;
             self->notifyQueued_ = false;
             emit self->objectsDidChange();
         });
@@ -145,8 +135,7 @@ bool ObjectContext::save(Error* error) {
                            "The store could not be opened.", nullptr};
         return false;
     }
-    if (!store_->save(*this, error))
-        return false;
+    if (!store_->save(*this, error)) return false;
     hasChanges_ = false;
     return true;
 }
@@ -160,17 +149,15 @@ QUrl ObjectContext::URIRepresentation(const ManagedObject* object) const {
 
 ManagedObject* ObjectContext::objectWithURI(const QUrl& uri) const {
     const QString uuid = store_ ? store_->uuid() : QStringLiteral("memory");
-    if (uri.scheme() != QLatin1String("x-coredata") || uri.host(QUrl::FullyDecoded).compare(uuid, Qt::CaseInsensitive) != 0)
+    if (uri.scheme() != QLatin1String("x-coredata") ||
+        uri.host(QUrl::FullyDecoded).compare(uuid, Qt::CaseInsensitive) != 0)
         return nullptr;
     const QStringList parts = uri.path().split('/', Qt::SkipEmptyParts);
-    if (parts.size() != 2 || !parts[1].startsWith('p'))
-        return nullptr;
+    if (parts.size() != 2 || !parts[1].startsWith('p')) return nullptr;
     bool ok = false;
     const quint64 number = parts[1].mid(1).toULongLong(&ok);
-    if (!ok)
-        return nullptr;
+    if (!ok) return nullptr;
     ManagedObject* o = byNumber_.value(number);
-    if (!o || o->entity().name() != parts[0])
-        return nullptr;
+    if (!o || o->entity().name() != parts[0]) return nullptr;
     return o;
 }

@@ -16,12 +16,15 @@ namespace {
 OrderedRelation::OrderedRelation(ManagedObject* owner, int relationship)
     : owner_(owner), rel_(relationship) {}
 
-const QList<ManagedObject*>& OrderedRelation::array() const { return owner_->toManyAt(rel_); }
-qsizetype OrderedRelation::count() const { return array().size(); }
+const QList<ManagedObject*>& OrderedRelation::array() const {
+    return owner_->toManyAt(rel_);
+}
+qsizetype OrderedRelation::count() const {
+    return array().size();
+}
 
 ManagedObject* OrderedRelation::objectAtIndex(qsizetype index) const {
-    if (index < 0 || index >= count())
-        outOfRange(index, count());
+    if (index < 0 || index >= count()) outOfRange(index, count());
     return array()[index];
 }
 
@@ -30,10 +33,8 @@ qsizetype OrderedRelation::indexOfObject(const ManagedObject* object) const {
 }
 
 void OrderedRelation::insertObject(ManagedObject* object, qsizetype index) {
-    if (!object || array().contains(object))
-        return;
-    if (index < 0 || index > count())
-        outOfRange(index, count() + 1);
+    if (!object || array().contains(object)) return;
+    if (index < 0 || index > count()) outOfRange(index, count() + 1);
     if (owner_->context_) {
         // The element leaves its previous owner, as a record belongs to one owner only.
         const auto& d = owner_->entity_->relationships()[rel_];
@@ -47,7 +48,9 @@ void OrderedRelation::insertObject(ManagedObject* object, qsizetype index) {
     owner_->insertToMany(rel_, object, index);
 }
 
-void OrderedRelation::addObject(ManagedObject* object) { insertObject(object, count()); }
+void OrderedRelation::addObject(ManagedObject* object) {
+    insertObject(object, count());
+}
 
 void OrderedRelation::removeObjectAtIndex(qsizetype index) {
     ManagedObject* object = objectAtIndex(index);
@@ -63,20 +66,17 @@ void OrderedRelation::removeObjectAtIndex(qsizetype index) {
 
 void OrderedRelation::removeObject(ManagedObject* object) {
     qsizetype i = indexOfObject(object);
-    if (i >= 0)
-        removeObjectAtIndex(i);
+    if (i >= 0) removeObjectAtIndex(i);
 }
 
 void OrderedRelation::moveObjectsAtIndexes(const IndexSet& indexes, qsizetype index) {
     for (auto i : indexes.indexes())
-        if (i < 0 || i >= count())
-            outOfRange(i, count());
+        if (i < 0 || i >= count()) outOfRange(i, count());
     QList<ManagedObject*> moving;
     for (auto i : indexes.indexes())
         moving.append(array()[i]);
     const qsizetype remaining = count() - moving.size();
-    if (index < 0 || index > remaining)
-        outOfRange(index, remaining + 1);
+    if (index < 0 || index > remaining) outOfRange(index, remaining + 1);
     // A move keeps membership, so the inverse side does not change.
     for (auto it = indexes.indexes().crbegin(); it != indexes.indexes().crend(); ++it)
         owner_->removeToManyAt(rel_, *it);

@@ -13,7 +13,7 @@ public:
     OrderedRelation(ManagedObject* owner, int relationship);
 
     qsizetype count() const;
-    ManagedObject* objectAtIndex(qsizetype index) const; // RangeError when out of range
+    ManagedObject* objectAtIndex(qsizetype index) const;        // RangeError when out of range
     qsizetype indexOfObject(const ManagedObject* object) const; // -1 when absent
     const QList<ManagedObject*>& array() const;
 

@@ -22,10 +22,10 @@ PersistentStore::~PersistentStore() = default;
 
 namespace {
 Error fileError(const QString& path, const QString& reason, int code) {
-    return Error{"NSCocoaErrorDomain", code,
-                 QStringLiteral("The file \"%1\" couldn't be opened.")
-                     .arg(QFileInfo(path).fileName()),
-                 reason, nullptr};
+    return Error{
+        "NSCocoaErrorDomain", code,
+        QStringLiteral("The file \"%1\" couldn't be opened.").arg(QFileInfo(path).fileName()),
+        reason, nullptr};
 }
 } // namespace
 
@@ -39,13 +39,11 @@ std::unique_ptr<PersistentStore> PersistentStore::open(const ManagedObjectModel&
     }
     QFile file(path);
     if (info.isDir() || !file.open(QIODevice::ReadOnly)) {
-        if (error)
-            *error = fileError(path, file.errorString(), 256);
+        if (error) *error = fileError(path, file.errorString(), 256);
         return nullptr;
     }
     const QByteArray bytes = file.readAll();
-    if (!XmlStoreReader::read(bytes, *store, error))
-        return nullptr;
+    if (!XmlStoreReader::read(bytes, *store, error)) return nullptr;
     return store;
 }
 
@@ -65,17 +63,14 @@ void PersistentStore::loadInto(ObjectContext& context) {
         ManagedObject* o = byNumber.value(s.number);
         for (const auto& [rel, refs] : s.relationships) {
             const auto& d = s.entity->relationships()[rel];
-            if (!d.toMany)
-                continue;
+            if (!d.toMany) continue;
             auto& many = o->relations_[rel].many;
             for (quint64 ref : refs) {
                 ManagedObject* t = byNumber.value(ref);
-                if (!t || many.contains(t))
-                    continue;
+                if (!t || many.contains(t)) continue;
                 int inv = t->entity().relationshipIndex(d.inverse);
                 if (inv >= 0 && !t->entity().relationships()[inv].toMany) {
-                    if (t->relations_[inv].one)
-                        continue; // already claimed by an earlier owner
+                    if (t->relations_[inv].one) continue; // already claimed by an earlier owner
                     t->relations_[inv].one = o;
                 }
                 many.append(t);
@@ -86,12 +81,10 @@ void PersistentStore::loadInto(ObjectContext& context) {
         ManagedObject* o = byNumber.value(s.number);
         for (const auto& [rel, refs] : s.relationships) {
             const auto& d = s.entity->relationships()[rel];
-            if (d.toMany || refs.empty() || o->relations_[rel].one)
-                continue;
+            if (d.toMany || refs.empty() || o->relations_[rel].one) continue;
             ManagedObject* owner = byNumber.value(refs.front());
             int inv = owner ? owner->entity().relationshipIndex(d.inverse) : -1;
-            if (inv < 0 || owner->entity().relationships()[inv].toMany == false)
-                continue;
+            if (inv < 0 || owner->entity().relationships()[inv].toMany == false) continue;
             o->relations_[rel].one = owner;
             owner->relations_[inv].many.append(o);
         }

@@ -12,8 +12,8 @@ struct Predicate::Node {
     bool caseless = false, diacriticless = false;
     std::vector<std::shared_ptr<const Node>> children;
     QString key;
-    QVariant value;       // constant, or invalid for nil
-    QString variable;     // $name still to substitute
+    QVariant value;   // constant, or invalid for nil
+    QString variable; // $name still to substitute
 };
 
 QString foldForSearch(const QString& text) {
@@ -21,8 +21,7 @@ QString foldForSearch(const QString& text) {
     QString out;
     out.reserve(d.size());
     for (QChar c : d)
-        if (c.category() != QChar::Mark_NonSpacing)
-            out.append(c);
+        if (c.category() != QChar::Mark_NonSpacing) out.append(c);
     return out.toCaseFolded();
 }
 
@@ -36,15 +35,15 @@ public:
     NodePtr parse() {
         NodePtr n = orExpr();
         skip();
-        if (pos_ != s_.size())
-            fail("unexpected text");
+        if (pos_ != s_.size()) fail("unexpected text");
         return n;
     }
 
 private:
     [[noreturn]] void fail(const char* what) {
-        throw std::invalid_argument(
-            QStringLiteral("Unable to parse the format string \"%1\": %2").arg(s_, what).toStdString());
+        throw std::invalid_argument(QStringLiteral("Unable to parse the format string \"%1\": %2")
+                                        .arg(s_, what)
+                                        .toStdString());
     }
     void skip() {
         while (pos_ < s_.size() && s_[pos_].isSpace())
@@ -98,8 +97,7 @@ private:
         }
         if (symbol("(")) {
             NodePtr n = orExpr();
-            if (!symbol(")"))
-                fail("missing )");
+            if (!symbol(")")) fail("missing )");
             return n;
         }
         return comparison();
@@ -107,10 +105,10 @@ private:
     QString identifier() {
         skip();
         qsizetype start = pos_;
-        while (pos_ < s_.size() && (s_[pos_].isLetterOrNumber() || s_[pos_] == '_' || s_[pos_] == '.'))
+        while (pos_ < s_.size() &&
+               (s_[pos_].isLetterOrNumber() || s_[pos_] == '_' || s_[pos_] == '.'))
             ++pos_;
-        if (start == pos_)
-            fail("expected a key");
+        if (start == pos_) fail("expected a key");
         return s_.mid(start, pos_ - start);
     }
     NodePtr comparison() {
@@ -140,8 +138,7 @@ private:
                 n->caseless |= c == 'c';
                 n->diacriticless |= c == 'd';
             }
-            if (!symbol("]"))
-                fail("missing ]");
+            if (!symbol("]")) fail("missing ]");
         }
         operand(*n);
         return n;
@@ -149,8 +146,7 @@ private:
     void operand(Node& n) {
         skip();
         if (symbol("%@")) {
-            if (argIndex_ < args_.size())
-                n.value = args_[argIndex_];
+            if (argIndex_ < args_.size()) n.value = args_[argIndex_];
             ++argIndex_; // a missing argument reads as nil
             return;
         }
@@ -158,15 +154,13 @@ private:
             n.variable = identifier();
             return;
         }
-        if (word("nil") || word("NULL"))
-            return;
+        if (word("nil") || word("NULL")) return;
         if (pos_ < s_.size() && (s_[pos_] == '\'' || s_[pos_] == '"')) {
             const QChar q = s_[pos_++];
             qsizetype start = pos_;
             while (pos_ < s_.size() && s_[pos_] != q)
                 ++pos_;
-            if (pos_ >= s_.size())
-                fail("unterminated string");
+            if (pos_ >= s_.size()) fail("unterminated string");
             n.value = s_.mid(start, pos_ - start);
             ++pos_;
             return;
@@ -180,8 +174,7 @@ private:
             n.value = num.toDouble(&ok);
         else
             n.value = num.toLongLong(&ok);
-        if (!ok)
-            fail("expected a value");
+        if (!ok) fail("expected a value");
     }
 
     const QString& s_;
@@ -208,8 +201,7 @@ bool isNumber(const QVariant& v) {
 // -1, 0, 1; absent values only equal absent ones and order before everything.
 int compareValues(const QVariant& a, const QVariant& b) {
     const bool an = !a.isValid() || a.isNull(), bn = !b.isValid() || b.isNull();
-    if (an || bn)
-        return an == bn ? 0 : (an ? -1 : 1);
+    if (an || bn) return an == bn ? 0 : (an ? -1 : 1);
     if (isNumber(a) && isNumber(b)) {
         const double x = a.toDouble(), y = b.toDouble();
         return x < y ? -1 : (x > y ? 1 : 0);
@@ -238,8 +230,7 @@ bool evaluateNode(const Node& n, const ManagedObject& o) {
     const QVariant& right = n.value;
     if (n.op == Node::Op::Contains || n.op == Node::Op::BeginsWith ||
         ((n.caseless || n.diacriticless) && left.typeId() == QMetaType::QString)) {
-        if (left.typeId() != QMetaType::QString || !right.isValid())
-            return false;
+        if (left.typeId() != QMetaType::QString || !right.isValid()) return false;
         QString l = left.toString(), r = right.toString();
         if (n.diacriticless) {
             l = foldForSearch(l);
@@ -303,8 +294,7 @@ Predicate Predicate::withFormat(const QString& format, const QVariantList& argum
 Predicate Predicate::withSubstitutionVariables(const QVariantMap& variables) const {
     Predicate p;
     p.format_ = format_;
-    if (root_)
-        p.root_ = substitute(root_, variables);
+    if (root_) p.root_ = substitute(root_, variables);
     return p;
 }
 

@@ -6,7 +6,9 @@
 
 #include <QDateTime>
 
-void Setlist::awakeFromInsert() { setValue("dateCreated", QDateTime::currentDateTimeUtc()); }
+void Setlist::awakeFromInsert() {
+    setValue("dateCreated", QDateTime::currentDateTimeUtc());
+}
 
 void Setlist::encodeWithCoder(KeyedArchiver& coder) const {
     coder.encodeObject(value("dateCreated"), "dateCreated");

@@ -33,10 +33,10 @@ std::unique_ptr<Song> Song::initWithCoder(KeyedUnarchiver& coder) {
     QVariantList messages;
     for (const auto& m : coder.decodeObject("midiMessage").toList())
         if (auto* k = m.value<KeyedCoding*>())
-            if (auto* o = dynamic_cast<ManagedObject*>(k))
-                messages.append(QVariant::fromValue(o));
+            if (auto* o = dynamic_cast<ManagedObject*>(k)) messages.append(QVariant::fromValue(o));
     song->setValue("midiMessage", messages);
-    auto* setlist = dynamic_cast<ManagedObject*>(coder.decodeObject("setlist").value<KeyedCoding*>());
+    auto* setlist =
+        dynamic_cast<ManagedObject*>(coder.decodeObject("setlist").value<KeyedCoding*>());
     song->setValue("setlist", setlist ? QVariant::fromValue(setlist) : QVariant());
     return song;
 }

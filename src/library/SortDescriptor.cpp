@@ -8,8 +8,7 @@
 namespace {
 int compareSortValues(const QVariant& a, const QVariant& b) {
     const bool an = !a.isValid() || a.isNull(), bn = !b.isValid() || b.isNull();
-    if (an || bn)
-        return an == bn ? 0 : (an ? -1 : 1);
+    if (an || bn) return an == bn ? 0 : (an ? -1 : 1);
     switch (a.typeId()) {
     case QMetaType::QString:
         return a.toString().compare(b.toString());
@@ -27,16 +26,14 @@ int compareBySortDescriptors(const ManagedObject& a, const ManagedObject& b,
                              const QList<SortDescriptor>& descriptors) {
     for (const auto& d : descriptors) {
         int c = compareSortValues(a.value(d.key), b.value(d.key));
-        if (c != 0)
-            return d.ascending ? c : -c;
+        if (c != 0) return d.ascending ? c : -c;
     }
     return 0;
 }
 
 void sortBySortDescriptors(QList<ManagedObject*>& objects,
                            const QList<SortDescriptor>& descriptors) {
-    if (descriptors.isEmpty())
-        return;
+    if (descriptors.isEmpty()) return;
     std::stable_sort(objects.begin(), objects.end(), [&](ManagedObject* a, ManagedObject* b) {
         return compareBySortDescriptors(*a, *b, descriptors) < 0;
     });

@@ -15,4 +15,5 @@ struct SortDescriptor {
 int compareBySortDescriptors(const ManagedObject& a, const ManagedObject& b,
                              const QList<SortDescriptor>& descriptors);
 // Stable, so equal records keep their store order.
-void sortBySortDescriptors(QList<ManagedObject*>& objects, const QList<SortDescriptor>& descriptors);
+void sortBySortDescriptors(QList<ManagedObject*>& objects,
+                           const QList<SortDescriptor>& descriptors);

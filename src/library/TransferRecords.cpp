@@ -12,10 +12,10 @@
 
 void TransferRecords::registerClasses(KeyedUnarchiver& coder, const ManagedObjectModel& model) {
     coder.registerClass("Song", [](KeyedUnarchiver& c) { return Song::initWithCoder(c); });
-    coder.registerClass("Setlist", [&model](KeyedUnarchiver& c) {
-        return Setlist::initWithCoder(c, model);
-    });
-    coder.registerClass("MidiMessage", [](KeyedUnarchiver& c) { return MidiMessage::initWithCoder(c); });
+    coder.registerClass("Setlist",
+                        [&model](KeyedUnarchiver& c) { return Setlist::initWithCoder(c, model); });
+    coder.registerClass("MidiMessage",
+                        [](KeyedUnarchiver& c) { return MidiMessage::initWithCoder(c); });
 }
 
 QByteArray TransferRecords::rowIndexesPayload(const IndexSet& rows) {
@@ -35,10 +35,9 @@ QByteArray TransferRecords::songURIsPayload(const QList<ManagedObject*>& songs,
 }
 
 QList<ManagedObject*> TransferRecords::songsFromPayload(const QByteArray& payload,
-                                                       const ObjectContext& context) {
+                                                        const ObjectContext& context) {
     QList<ManagedObject*> out;
     for (const auto& v : KeyedUnarchiver::unarchiveObjectWithData(payload).toList())
-        if (auto* o = context.objectWithURI(v.toUrl()))
-            out.append(o);
+        if (auto* o = context.objectWithURI(v.toUrl())) out.append(o);
     return out;
 }

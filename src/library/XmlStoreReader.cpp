@@ -8,9 +8,9 @@
 
 #include <QDateTime>
 #include <QFileInfo>
-#include <cmath>
 #include <QSet>
 #include <QXmlStreamReader>
+#include <cmath>
 
 namespace {
 const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
@@ -20,8 +20,7 @@ struct Failure {
 };
 
 bool parseObjectId(QStringView id, quint64* out) {
-    if (id.size() < 2 || id[0] != u'z')
-        return false;
+    if (id.size() < 2 || id[0] != u'z') return false;
     bool ok = false;
     *out = id.mid(1).toULongLong(&ok);
     return ok && *out > 0;
@@ -44,19 +43,15 @@ QVariant parseValue(QStringView type, const QString& text, AttributeType declare
         throw Failure{QStringLiteral("unknown attribute type \"%1\"").arg(type)};
     const QString t = text.trimmed();
     if (declared == AttributeType::Boolean) {
-        if (t == u"YES" || t == u"true")
-            return true;
-        if (t == u"NO" || t == u"false")
-            return false;
+        if (t == u"YES" || t == u"true") return true;
+        if (t == u"NO" || t == u"false") return false;
         const double v = t.toDouble(&ok);
-        if (!ok)
-            throw Failure{QStringLiteral("bad number \"%1\"").arg(text)};
+        if (!ok) throw Failure{QStringLiteral("bad number \"%1\"").arg(text)};
         return v != 0;
     }
     if (declared == AttributeType::Float || declared == AttributeType::Double) {
         const double v = t.toDouble(&ok);
-        if (!ok)
-            throw Failure{QStringLiteral("bad number \"%1\"").arg(text)};
+        if (!ok) throw Failure{QStringLiteral("bad number \"%1\"").arg(text)};
         return v;
     }
     qint64 v = t.toLongLong(&ok);
@@ -104,9 +99,10 @@ public:
             for (const auto& [rel, refs] : o.relationships)
                 for (quint64 r : refs)
                     if (!ids.contains(r))
-                        fail(QStringLiteral("z%1 refers to the missing object z%2").arg(o.number).arg(r));
-        if (uuid.isEmpty())
-            fail("the store has no UUID");
+                        fail(QStringLiteral("z%1 refers to the missing object z%2")
+                                 .arg(o.number)
+                                 .arg(r));
+        if (uuid.isEmpty()) fail("the store has no UUID");
     }
 
 private:
@@ -122,10 +118,8 @@ private:
     bool nextElement() {
         while (!xml_.atEnd()) {
             xml_.readNext();
-            if (xml_.isEntityReference())
-                fail("an entity reference that cannot be resolved");
-            if (xml_.isStartElement())
-                return true;
+            if (xml_.isEntityReference()) fail("an entity reference that cannot be resolved");
+            if (xml_.isStartElement()) return true;
         }
         check();
         return false;
@@ -134,12 +128,9 @@ private:
     bool nextChild() {
         while (!xml_.atEnd()) {
             xml_.readNext();
-            if (xml_.isEntityReference())
-                fail("an entity reference that cannot be resolved");
-            if (xml_.isStartElement())
-                return true;
-            if (xml_.isEndElement())
-                return false;
+            if (xml_.isEntityReference()) fail("an entity reference that cannot be resolved");
+            if (xml_.isStartElement()) return true;
+            if (xml_.isEndElement()) return false;
             if (xml_.isCharacters() && !xml_.isWhitespace())
                 fail(QStringLiteral("unexpected text at line %1").arg(xml_.lineNumber()));
         }
@@ -162,8 +153,7 @@ private:
             } else if (xml_.name() == u"nextObjectID") {
                 bool ok = false;
                 lastNumber = text().trimmed().toULongLong(&ok);
-                if (!ok)
-                    fail("bad nextObjectID");
+                if (!ok) fail("bad nextObjectID");
             } else {
                 skip();
             }
@@ -173,8 +163,7 @@ private:
         StoredObject o;
         const auto attrs = xml_.attributes();
         o.entity = model_.entityIgnoringCase(attrs.value("type"));
-        if (!o.entity)
-            fail(QStringLiteral("unknown entity \"%1\"").arg(attrs.value("type")));
+        if (!o.entity) fail(QStringLiteral("unknown entity \"%1\"").arg(attrs.value("type")));
         if (!parseObjectId(attrs.value("id"), &o.number))
             fail(QStringLiteral("bad object id \"%1\"").arg(attrs.value("id")));
         while (nextChild()) {
@@ -191,7 +180,8 @@ private:
         const auto attrs = xml_.attributes();
         const int index = o.entity->attributeIndexIgnoringCase(attrs.value("name"));
         if (index < 0)
-            fail(QStringLiteral("%1 has no attribute \"%2\"").arg(o.entity->name(), attrs.value("name")));
+            fail(QStringLiteral("%1 has no attribute \"%2\"")
+                     .arg(o.entity->name(), attrs.value("name")));
         const QString type = attrs.value("type").toString();
         const QString value = text();
         o.attributes.emplace_back(index,
@@ -201,12 +191,12 @@ private:
         const auto attrs = xml_.attributes();
         const int index = o.entity->relationshipIndexIgnoringCase(attrs.value("name"));
         if (index < 0)
-            fail(QStringLiteral("%1 has no relationship \"%2\"").arg(o.entity->name(), attrs.value("name")));
+            fail(QStringLiteral("%1 has no relationship \"%2\"")
+                     .arg(o.entity->name(), attrs.value("name")));
         std::vector<quint64> refs;
         for (auto part : attrs.value("idrefs").split(u' ', Qt::SkipEmptyParts)) {
             quint64 n = 0;
-            if (!parseObjectId(part, &n))
-                fail(QStringLiteral("bad idref \"%1\"").arg(part));
+            if (!parseObjectId(part, &n)) fail(QStringLiteral("bad idref \"%1\"").arg(part));
             refs.push_back(n);
         }
         if (!o.entity->relationships()[index].toMany && refs.size() > 1)

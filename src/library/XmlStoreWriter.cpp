@@ -45,15 +45,25 @@ void appendEscaped(QByteArray& out, const QString& text) {
     QString clean;
     clean.reserve(text.size());
     for (char32_t c : text.toUcs4()) {
-        if (!isXmlChar(c))
-            c = 0xFFFD;
+        if (!isXmlChar(c)) c = 0xFFFD;
         switch (c) {
-        case '&': clean += u"&amp;"; break;
-        case '<': clean += u"&lt;"; break;
-        case '>': clean += u"&gt;"; break;
-        case '"': clean += u"&quot;"; break;
-        case '\r': clean += u"&#13;"; break;
-        default: clean += QString::fromUcs4(&c, 1);
+        case '&':
+            clean += u"&amp;";
+            break;
+        case '<':
+            clean += u"&lt;";
+            break;
+        case '>':
+            clean += u"&gt;";
+            break;
+        case '"':
+            clean += u"&quot;";
+            break;
+        case '\r':
+            clean += u"&#13;";
+            break;
+        default:
+            clean += QString::fromUcs4(&c, 1);
         }
     }
     out += clean.toUtf8();
@@ -61,14 +71,22 @@ void appendEscaped(QByteArray& out, const QString& text) {
 
 const char* typeName(AttributeType t) {
     switch (t) {
-    case AttributeType::Integer16: return "int16";
-    case AttributeType::Integer32: return "int32";
-    case AttributeType::Integer64: return "int64";
-    case AttributeType::Boolean: return "bool";
-    case AttributeType::Float: return "float";
-    case AttributeType::Double: return "double";
-    case AttributeType::String: return "string";
-    case AttributeType::Date: return "date";
+    case AttributeType::Integer16:
+        return "int16";
+    case AttributeType::Integer32:
+        return "int32";
+    case AttributeType::Integer64:
+        return "int64";
+    case AttributeType::Boolean:
+        return "bool";
+    case AttributeType::Float:
+        return "float";
+    case AttributeType::Double:
+        return "double";
+    case AttributeType::String:
+        return "string";
+    case AttributeType::Date:
+        return "date";
     }
     return "string";
 }
@@ -87,9 +105,10 @@ void appendValue(QByteArray& out, const QVariant& v, AttributeType t) {
         out += QByteArray::number(kReferenceDate.msecsTo(v.toDateTime()) / 1000.0, 'f', 3);
         break;
     case AttributeType::Boolean:
-        out += (v.typeId() == QMetaType::Bool ? *static_cast<const bool*>(v.constData()) : v.toBool())
-                   ? '1'
-                   : '0';
+        out +=
+            (v.typeId() == QMetaType::Bool ? *static_cast<const bool*>(v.constData()) : v.toBool())
+                ? '1'
+                : '0';
         break;
     case AttributeType::Float:
     case AttributeType::Double:
@@ -168,8 +187,7 @@ bool XmlStoreWriter::write(const ObjectContext& context, const PersistentStore& 
             out += "\">\n";
             for (size_t i = 0; i < attrs.size(); ++i) {
                 const QVariant& v = o->attributeAt(static_cast<int>(i));
-                if (!v.isValid())
-                    continue;
+                if (!v.isValid()) continue;
                 out += t.attributeOpen[i];
                 appendValue(out, v, attrs[i].type);
                 out += "</attribute>\n";
@@ -178,8 +196,7 @@ bool XmlStoreWriter::write(const ObjectContext& context, const PersistentStore& 
                 out += t.relationOpen[r];
                 bool first = true;
                 auto addRef = [&](const ManagedObject* target) {
-                    if (!target || target->isDeleted())
-                        return;
+                    if (!target || target->isDeleted()) return;
                     out += first ? " idrefs=\"z" : " z";
                     first = false;
                     appendNumber(out, static_cast<long long>(target->objectNumber()));
@@ -192,8 +209,7 @@ bool XmlStoreWriter::write(const ObjectContext& context, const PersistentStore& 
                 out += first ? "></relationship>\n" : "\"></relationship>\n";
             }
             out += "    </object>\n";
-            if (out.size() >= kChunk)
-                flush();
+            if (out.size() >= kChunk) flush();
         }
     }
     out += "</database>\n";

@@ -27,11 +27,12 @@ MainMidi::MainMidi(MidiServices& services, QObject* parent) : QObject(parent), s
 MainMidi::~MainMidi() {
     MainMidi* self = this;
     g_engine.compare_exchange_strong(self, nullptr);
-    if (client_)
-        services_.clientDispose(client_);
+    if (client_) services_.clientDispose(client_);
 }
 
-MainMidi* MainMidi::engineInstance() { return g_engine.load(); }
+MainMidi* MainMidi::engineInstance() {
+    return g_engine.load();
+}
 
 Prefs* MainMidi::prefs() const {
     MidiHost* host = MidiHost::applicationDelegate();
@@ -43,15 +44,18 @@ void MainMidi::createMidiPort() {
         services_.clientDispose(client_); // takes the old endpoints with it
         client_ = 0;
     }
-    services_.clientCreate(QStringLiteral("Gigmora Midi"), &MainMidi::notifyProc, nullptr, &client_);
+    services_.clientCreate(QStringLiteral("Gigmora Midi"), &MainMidi::notifyProc, nullptr,
+                           &client_);
     services_.portDispose(inPort_);
     inPort_ = 0;
     services_.destinationCreate(client_, QStringLiteral("Gigmora Virtual Input"),
                                 &ReadProcedure::midiReadProc, this, &destVirtualsrc_);
-    services_.objectSetIntegerProperty(destVirtualsrc_, MidiProperty::UniqueID, kVirtualInputUniqueID);
+    services_.objectSetIntegerProperty(destVirtualsrc_, MidiProperty::UniqueID,
+                                       kVirtualInputUniqueID);
     services_.objectSetStringProperty(destVirtualsrc_, MidiProperty::Model, kModel);
     services_.sourceCreate(client_, QStringLiteral("Gigmora Virtual Output"), &sourceVirtualsrc_);
-    services_.objectSetIntegerProperty(sourceVirtualsrc_, MidiProperty::UniqueID, kVirtualOutputUniqueID);
+    services_.objectSetIntegerProperty(sourceVirtualsrc_, MidiProperty::UniqueID,
+                                       kVirtualOutputUniqueID);
     services_.objectSetStringProperty(sourceVirtualsrc_, MidiProperty::Model, kModel);
 }
 
@@ -88,13 +92,14 @@ QString MainMidi::uniqueIDDevice() {
         utf8.truncate(254);
         while (!utf8.isEmpty() && (static_cast<uint8_t>(utf8.back()) & 0xC0) == 0x80)
             utf8.chop(1);
-        if (!utf8.isEmpty() && (static_cast<uint8_t>(utf8.back()) & 0xC0) == 0xC0)
-            utf8.chop(1);
+        if (!utf8.isEmpty() && (static_cast<uint8_t>(utf8.back()) & 0xC0) == 0xC0) utf8.chop(1);
     }
     return QString::fromUtf8(utf8);
 }
 
-int MainMidi::returnMidiDeviceForDestinationUsingUniqueID(MIDIUniqueID) const { return 101; }
+int MainMidi::returnMidiDeviceForDestinationUsingUniqueID(MIDIUniqueID) const {
+    return 101;
+}
 
 void MainMidi::perform(std::string_view selector) {
     static const struct {
@@ -103,8 +108,10 @@ void MainMidi::perform(std::string_view selector) {
     } kOperations[] = {
         {"createMidiPort", &MainMidi::createMidiPort},
         {"disconnectAllMidi", &MainMidi::disconnectAllMidi},
-        {"connectToSpacebarMidiSourceWithUniqueID", &MainMidi::connectToSpacebarMidiSourceWithUniqueID},
-        {"disConnectFromSpacebarMidiSourceWithUniqueID", &MainMidi::disConnectFromSpacebarMidiSourceWithUniqueID},
+        {"connectToSpacebarMidiSourceWithUniqueID",
+         &MainMidi::connectToSpacebarMidiSourceWithUniqueID},
+        {"disConnectFromSpacebarMidiSourceWithUniqueID",
+         &MainMidi::disConnectFromSpacebarMidiSourceWithUniqueID},
         {"connectToVirtualMidiSource", &MainMidi::connectToVirtualMidiSource},
         {"disConnectFromMidiSourceWithUniqueID", &MainMidi::disConnectFromMidiSourceWithUniqueID},
         {"connectToMidiDestinationWithUniqueID", &MainMidi::connectToMidiDestinationWithUniqueID},
@@ -134,26 +141,64 @@ void MainMidi::sendButton(uint8_t zone, uint8_t port) {
           0x2F, port});
 }
 
-void MainMidi::sendOneZeroFour() { send({0xC0, 0x68}); }
-void MainMidi::sendOneZeroFive() { send({0xC0, 0x69}); }
-void MainMidi::sendOneZeroSix() { send({0xC0, 0x6A}); }
-void MainMidi::sendOneZeroSeven() { send({0xC0, 0x6B}); }
-void MainMidi::sendMidiStop() { sendButton(0x0E, 3); }
-void MainMidi::sendMidiPeriod() { sendButton(0x13, 5); }
-void MainMidi::sendMidiReturnToZero() { sendButton(0x0F, 0); }
+void MainMidi::sendOneZeroFour() {
+    send({0xC0, 0x68});
+}
+void MainMidi::sendOneZeroFive() {
+    send({0xC0, 0x69});
+}
+void MainMidi::sendOneZeroSix() {
+    send({0xC0, 0x6A});
+}
+void MainMidi::sendOneZeroSeven() {
+    send({0xC0, 0x6B});
+}
+void MainMidi::sendMidiStop() {
+    sendButton(0x0E, 3);
+}
+void MainMidi::sendMidiPeriod() {
+    sendButton(0x13, 5);
+}
+void MainMidi::sendMidiReturnToZero() {
+    sendButton(0x0F, 0);
+}
 // The number keys sit on irregular ports; the DAW's control surface defines them so.
-void MainMidi::sendMidiNumKey0() { sendButton(0x13, 0); }
-void MainMidi::sendMidiNumKey1() { sendButton(0x13, 1); }
-void MainMidi::sendMidiNumKey2() { sendButton(0x13, 3); }
-void MainMidi::sendMidiNumKey3() { sendButton(0x13, 6); }
-void MainMidi::sendMidiNumKey4() { sendButton(0x13, 2); }
-void MainMidi::sendMidiNumKey5() { sendButton(0x13, 4); }
-void MainMidi::sendMidiNumKey6() { sendButton(0x13, 7); }
-void MainMidi::sendMidiNumKey7() { sendButton(0x15, 0); }
-void MainMidi::sendMidiNumKey8() { sendButton(0x15, 1); }
-void MainMidi::sendMidiNumKey9() { sendButton(0x15, 2); }
-void MainMidi::sendLogicClose() { send({0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7}); }
-void MainMidi::sendLogicNextSong() { send({0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7}); }
+void MainMidi::sendMidiNumKey0() {
+    sendButton(0x13, 0);
+}
+void MainMidi::sendMidiNumKey1() {
+    sendButton(0x13, 1);
+}
+void MainMidi::sendMidiNumKey2() {
+    sendButton(0x13, 3);
+}
+void MainMidi::sendMidiNumKey3() {
+    sendButton(0x13, 6);
+}
+void MainMidi::sendMidiNumKey4() {
+    sendButton(0x13, 2);
+}
+void MainMidi::sendMidiNumKey5() {
+    sendButton(0x13, 4);
+}
+void MainMidi::sendMidiNumKey6() {
+    sendButton(0x13, 7);
+}
+void MainMidi::sendMidiNumKey7() {
+    sendButton(0x15, 0);
+}
+void MainMidi::sendMidiNumKey8() {
+    sendButton(0x15, 1);
+}
+void MainMidi::sendMidiNumKey9() {
+    sendButton(0x15, 2);
+}
+void MainMidi::sendLogicClose() {
+    send({0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7});
+}
+void MainMidi::sendLogicNextSong() {
+    send({0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7});
+}
 
 QTimer* MainMidi::scheduleOneShot(double seconds, void (MainMidi::*operation)()) {
     // A timer fires once; a newer one never cancels it. The engine keeps the newest of each
@@ -164,8 +209,7 @@ QTimer* MainMidi::scheduleOneShot(double seconds, void (MainMidi::*operation)())
     timer->setInterval(std::chrono::milliseconds(std::llround(std::max(0.0, seconds) * 1000.0)));
     connect(timer, &QTimer::timeout, this, [this, timer, operation] {
         guarded("backup timer", [&] { (this->*operation)(); });
-        if (timer != backupTimer_ && timer != backupTimer2_)
-            timer->deleteLater();
+        if (timer != backupTimer_ && timer != backupTimer2_) timer->deleteLater();
     });
     timer->start();
     return timer;
@@ -174,35 +218,33 @@ QTimer* MainMidi::scheduleOneShot(double seconds, void (MainMidi::*operation)())
 void MainMidi::replaceTimer(QPointer<QTimer>& slot, QTimer* timer) {
     QTimer* old = slot;
     slot = timer;
-    if (old && !old->isActive())
-        old->deleteLater();
+    if (old && !old->isActive()) old->deleteLater();
 }
 
 void MainMidi::startBackupTimer() {
     MainQueue::async([self = QPointer<MainMidi>(this)] {
-        if (!self)
-            return;
+        if (!self) return;
         const Prefs* p = self->prefs();
         const double delay = p ? static_cast<double>(p->prefsBackupDelay) : 0.0;
-        self->replaceTimer(self->backupTimer_, self->scheduleOneShot(delay, &MainMidi::sendOneZeroFive));
+        self->replaceTimer(self->backupTimer_,
+                           self->scheduleOneShot(delay, &MainMidi::sendOneZeroFive));
     });
 }
 
 void MainMidi::startBackupTimer2() {
     MainQueue::async([self = QPointer<MainMidi>(this)] {
-        if (!self)
-            return;
+        if (!self) return;
         const Prefs* p = self->prefs();
         const float twice = p ? p->prefsBackupDelay + p->prefsBackupDelay : 0.0f;
-        self->replaceTimer(self->backupTimer2_,
-                           self->scheduleOneShot(static_cast<double>(twice), &MainMidi::sendOneZeroSeven));
+        self->replaceTimer(self->backupTimer2_, self->scheduleOneShot(static_cast<double>(twice),
+                                                                      &MainMidi::sendOneZeroSeven));
     });
 }
 
 void MainMidi::notifyProc(const MIDINotification* message, void*) {
-    if (!message)
-        return;
-    if (message->messageID == kMIDIMsgPropertyChanged || message->messageID == kMIDIMsgObjectRemoved) {
+    if (!message) return;
+    if (message->messageID == kMIDIMsgPropertyChanged ||
+        message->messageID == kMIDIMsgObjectRemoved) {
         MidiHost* host = MidiHost::applicationDelegate();
         if (MainMidi* engine = host ? host->mainMidiObject() : nullptr)
             engine->checkIfSelectedDeviceRemoved();

@@ -2,9 +2,13 @@
 
 #include <cstring>
 
-MidiPacketList::MidiPacketList() { clear(); }
+MidiPacketList::MidiPacketList() {
+    clear();
+}
 
-void MidiPacketList::clear() { bytes_.assign(kHeaderSize, 0); }
+void MidiPacketList::clear() {
+    bytes_.assign(kHeaderSize, 0);
+}
 
 uint32_t MidiPacketList::packetCount() const {
     uint32_t n;
@@ -17,8 +21,7 @@ void MidiPacketList::addPacket(uint64_t timeStamp, const uint8_t* data, uint16_t
     bytes_.resize(at + kPacketHeaderSize + length);
     std::memcpy(bytes_.data() + at, &timeStamp, sizeof timeStamp);
     std::memcpy(bytes_.data() + at + 8, &length, sizeof length);
-    if (length)
-        std::memcpy(bytes_.data() + at + kPacketHeaderSize, data, length);
+    if (length) std::memcpy(bytes_.data() + at + kPacketHeaderSize, data, length);
     const uint32_t n = packetCount() + 1;
     std::memcpy(bytes_.data(), &n, sizeof n);
 }

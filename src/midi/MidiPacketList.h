@@ -30,6 +30,16 @@ public:
     };
     static bool packetAt(const uint8_t* list, size_t byteCount, size_t offset, Packet* out);
 
+    // Calls `f` with each packet that lies inside the list, in order.
+    template <typename F> void forEachPacket(F&& f) const {
+        size_t offset = kHeaderSize;
+        Packet packet;
+        for (uint32_t i = 0; i < packetCount() && packetAt(data(), size(), offset, &packet); ++i) {
+            offset = packet.next;
+            f(packet);
+        }
+    }
+
 private:
     std::vector<uint8_t> bytes_;
 };

@@ -16,8 +16,8 @@ public:
     virtual ~MidiServices() = default;
     virtual QString systemName() const = 0;
 
-    virtual OSStatus clientCreate(const QString& name, MIDINotifyProc notifyProc, void* notifyRefCon,
-                                  MIDIClientRef* outClient) = 0;
+    virtual OSStatus clientCreate(const QString& name, MIDINotifyProc notifyProc,
+                                  void* notifyRefCon, MIDIClientRef* outClient) = 0;
     virtual OSStatus clientDispose(MIDIClientRef client) = 0;
     virtual OSStatus portDispose(MIDIPortRef port) = 0;
     virtual OSStatus destinationCreate(MIDIClientRef client, const QString& name,

@@ -12,12 +12,10 @@ namespace {
 constexpr uint8_t kNextSongSysex[6] = {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7};
 
 void checkMidiJob() {
-    if (MidiHost* host = MidiHost::applicationDelegate())
-        host->checkMidi();
+    if (MidiHost* host = MidiHost::applicationDelegate()) host->checkMidi();
 }
 void checkMidiWithSysexJob() {
-    if (MidiHost* host = MidiHost::applicationDelegate())
-        host->checkMidiWithSysex();
+    if (MidiHost* host = MidiHost::applicationDelegate()) host->checkMidiWithSysex();
 }
 
 // Bytes of a packet as far as they lie inside both the packet and the list.
@@ -29,17 +27,14 @@ struct View {
 } // namespace
 
 void ReadProcedure::midiReadProc(const uint8_t* list, size_t byteCount, void*, void*) {
-    if (!list || byteCount < MidiPacketList::kHeaderSize)
-        return;
+    if (!list || byteCount < MidiPacketList::kHeaderSize) return;
     uint32_t count = 0;
     std::memcpy(&count, list, sizeof count);
-    if (count == 0)
-        return;
+    if (count == 0) return;
     // A count larger than the packets the list can hold is cut to what is there.
-    const size_t maxPackets = (byteCount - MidiPacketList::kHeaderSize) /
-                              MidiPacketList::kPacketHeaderSize;
-    if (count > maxPackets)
-        count = static_cast<uint32_t>(maxPackets);
+    const size_t maxPackets =
+        (byteCount - MidiPacketList::kHeaderSize) / MidiPacketList::kPacketHeaderSize;
+    if (count > maxPackets) count = static_cast<uint32_t>(maxPackets);
 
     MidiPacketList::Packet current{};
     bool inside = MidiPacketList::packetAt(list, byteCount, MidiPacketList::kHeaderSize, &current);

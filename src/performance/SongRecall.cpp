@@ -36,48 +36,44 @@ bool isProject(const QVariant& path) {
 SongRecall::SongRecall(QObject* parent) : QObject(parent) {}
 
 qint64 SongRecall::waitingFlag() const {
-    return waitingMidiMessage && !waitingMidiMessage->isEmpty() ? waitingMidiMessage->first().toLongLong()
-                                                                : 0;
+    return waitingMidiMessage && !waitingMidiMessage->isEmpty()
+               ? waitingMidiMessage->first().toLongLong()
+               : 0;
 }
 
 ArrayController* SongRecall::currentSetlistController() const {
-    if (!setlistTableView)
-        return nullptr;
-    return qobject_cast<ArrayController*>(setlistTableView->infoForBinding("content").observedObject);
+    if (!setlistTableView) return nullptr;
+    return qobject_cast<ArrayController*>(
+        setlistTableView->infoForBinding("content").observedObject);
 }
 
 void SongRecall::redisplay() {
     for (QWidget* w : {mainView.data(), performanceView.data(), editView.data()})
-        if (w)
-            w->update();
+        if (w) w->update();
 }
 
 void SongRecall::closeAndScheduleOpening() {
-    if (mainMidiObject)
-        mainMidiObject->sendLogicClose();
+    if (mainMidiObject) mainMidiObject->sendLogicClose();
     mainThreadOpenLogicFile(controllerFileToOpen);
 }
 
 void SongRecall::runMyScriptInController() {
     ArrayController* controller = currentSetlistController();
-    if (!controller || !setlistTableView)
-        return;
+    if (!controller || !setlistTableView) return;
     const qsizetype r = setlistTableView->selectedRow();
     const qsizetype n = controller->arrangedObjects().size();
     // Unsigned, as the platform compares: no selection (-1) and an empty list never pass.
     const bool hasNext = static_cast<quint64>(r) < static_cast<quint64>(n - 1);
     if (hasNext) {
         MainQueue::async([table = setlistTableView, r] {
-            if (!table)
-                return;
+            if (!table) return;
             table->selectRowIndexes({r + 1}, false);
             table->scrollRowToVisible(r + 1);
         });
     }
     NotificationCenter::defaultCenter().post("ProgChangeNumber", notificationSender);
     const qsizetype current = setlistTableView->selectedRow();
-    if (current >= 0)
-        controller->setSelectionIndex(current);
+    if (current >= 0) controller->setSelectionIndex(current);
     const QList<ManagedObject*> songs = controller->arrangedObjects();
     ManagedObject* song = songAt(songs, hasNext ? r + 1 : r); // no wrap-around: the last re-opens
     controllerFileToOpen = song->value("path");
@@ -89,37 +85,30 @@ void SongRecall::runMyScriptInController() {
 
 void SongRecall::reverseMyScriptInController() {
     ArrayController* controller = currentSetlistController();
-    if (!controller || !setlistTableView)
-        return;
+    if (!controller || !setlistTableView) return;
     const qsizetype r = setlistTableView->selectedRow();
     setlistTableView->selectRowIndexes({r - 1}, false); // no guard for the first row, by design
     setlistTableView->reloadData();
     redisplay();
     NotificationCenter::defaultCenter().post("ProgChangeNumber", notificationSender);
     const qsizetype current = setlistTableView->selectedRow();
-    if (current >= 0)
-        controller->setSelectionIndex(current);
+    if (current >= 0) controller->setSelectionIndex(current);
     ManagedObject* song = songAt(controller->arrangedObjects(), current);
     controllerFileToOpen = song->value("path");
-    if (isProject(controllerFileToOpen))
-        closeAndScheduleOpening();
+    if (isProject(controllerFileToOpen)) closeAndScheduleOpening();
 }
 
 void SongRecall::runMyScriptUsingProgChangeInController() {
-    if (!context)
-        return;
+    if (!context) return;
     const QList<ManagedObject*> matches = context->executeFetchRequest(
         {"Song", Predicate::withFormat("midiIn == %@", {kAsNumber}), {}, 0});
-    if (matches.isEmpty() || !returnFilteredArray)
-        return;
+    if (matches.isEmpty() || !returnFilteredArray) return;
     const QList<ManagedObject*> filtered = returnFilteredArray();
     for (ManagedObject* match : matches) {
         const qsizetype p = filtered.indexOf(match);
-        if (p < 0)
-            continue; // a setlist copy of a project the list shows through another record
+        if (p < 0) continue; // a setlist copy of a project the list shows through another record
         MainQueue::async([self = QPointer<SongRecall>(this), p] {
-            if (!self || !self->aSongsTableView)
-                return;
+            if (!self || !self->aSongsTableView) return;
             self->aSongsTableView->selectRowIndexes({p}, false);
             self->aSongsTableView->reloadData();
             self->redisplay();
@@ -129,8 +118,7 @@ void SongRecall::runMyScriptUsingProgChangeInController() {
         ManagedObject* first = matches.first();
         controllerFileToOpen = first->value("path");
         if (isProject(controllerFileToOpen)) {
-            if (mainMidiObject)
-                mainMidiObject->sendLogicClose();
+            if (mainMidiObject) mainMidiObject->sendLogicClose();
             selectedScript = QVariant();
             mainThreadOpenLogicFile(controllerFileToOpen);
             [[maybe_unused]] const auto& messages = first->orderedObjects("midiMessage");
@@ -140,11 +128,9 @@ void SongRecall::runMyScriptUsingProgChangeInController() {
 
 void SongRecall::goToLogicProject() {
     ArrayController* controller = currentSetlistController();
-    if (!controller || !setlistTableView)
-        return;
+    if (!controller || !setlistTableView) return;
     const qsizetype r = setlistTableView->selectedRow();
-    if (r < 0)
-        return;
+    if (r < 0) return;
     controller->setSelectionIndex(r);
     ManagedObject* song = songAt(controller->arrangedObjects(), r);
     controllerFileToOpen = song->value("path");
@@ -155,10 +141,10 @@ void SongRecall::goToLogicProject() {
 }
 
 void SongRecall::mainThreadOpenLogicFile(const QVariant&) {
-    const double delay = sharedPrefs ? static_cast<double>(sharedPrefs->prefsSelectedDAWDelay) : 0.0;
+    const double delay =
+        sharedPrefs ? static_cast<double>(sharedPrefs->prefsSelectedDAWDelay) : 0.0;
     MainQueue::after(delay, [self = QPointer<SongRecall>(this)] {
-        if (self)
-            self->openLogicFile(self->controllerFileToOpen);
+        if (self) self->openLogicFile(self->controllerFileToOpen);
     });
 }
 
@@ -167,17 +153,14 @@ void SongRecall::openWithDaw() {
     const bool started = Workspace::openFile(path, kApplication);
     emit projectOpenRequested(path, started);
     kAsNumber = 0;
-    if (waitingMidiMessage && !waitingMidiMessage->isEmpty())
-        (*waitingMidiMessage)[0] = kAsNumber;
+    if (waitingMidiMessage && !waitingMidiMessage->isEmpty()) (*waitingMidiMessage)[0] = kAsNumber;
     controllerFileToOpen = kBlank;
 }
 
 void SongRecall::openLogicFile(const QVariant&) {
     // Both settings values mean the same DAW; each is checked on its own, as it always was.
-    if (sharedPrefs && sharedPrefs->prefsSelectedDAW.toInt() == 1)
-        openWithDaw();
-    if (sharedPrefs && sharedPrefs->prefsSelectedDAW.toInt() == 0)
-        openWithDaw();
+    if (sharedPrefs && sharedPrefs->prefsSelectedDAW.toInt() == 1) openWithDaw();
+    if (sharedPrefs && sharedPrefs->prefsSelectedDAW.toInt() == 0) openWithDaw();
 }
 
 QPoint SongRecall::topRightOrigin(const QRect& visibleArea, const QSize& windowSize) {
@@ -187,7 +170,6 @@ QPoint SongRecall::topRightOrigin(const QRect& visibleArea, const QSize& windowS
 void SongRecall::setWindowPosition() {
     QScreen* screen = window ? window->screen() : QGuiApplication::primaryScreen();
     const QRect visible = screen ? screen->availableGeometry() : QRect(0, 0, 0, 0);
-    if (!window)
-        return;
+    if (!window) return;
     window->move(topRightOrigin(visible, window->frameGeometry().size()));
 }

@@ -12,8 +12,7 @@ TriggerDispatch::TriggerDispatch(QObject* parent) : QObject(parent) {}
 void TriggerDispatch::checkMidi() {
     NotificationCenter::defaultCenter().post("MidiReceived", notificationSender);
     const uint64_t status = MidiCapture::status.load(std::memory_order_relaxed);
-    if ((status >> 4) != 0xC)
-        return;
+    if ((status >> 4) != 0xC) return;
     // The capture now holds the channel, which disarms it until a new message arrives.
     const uint64_t channel = status - 191;
     MidiCapture::status.store(channel, std::memory_order_relaxed);
@@ -29,38 +28,31 @@ void TriggerDispatch::checkMidi() {
 }
 
 void TriggerDispatch::checkMidiWithSysex() {
-    if (recall)
-        recall->runMyScriptInController();
+    if (recall) recall->runMyScriptInController();
 }
 
 void TriggerDispatch::checkMidiSpacebar() {
     const uint64_t status = MidiCapture::status.load(std::memory_order_relaxed);
-    if ((status >> 4) != 0x9)
-        return;
+    if ((status >> 4) != 0x9) return;
     const uint64_t channel = status - 143;
     MidiCapture::status.store(channel, std::memory_order_relaxed);
-    if (MidiCapture::data1.load() != kSpacebarNote || MidiCapture::data2.load() == 0)
-        return;
-    const qint64 wanted = sharedPrefs ? sharedPrefs->prefsSelectedSpacebarMidiChannel.toLongLong() : 0;
-    if (static_cast<qint64>(channel) != wanted)
-        return;
-    if (recall)
-        recall->kAsNumber = kSpacebarNote;
+    if (MidiCapture::data1.load() != kSpacebarNote || MidiCapture::data2.load() == 0) return;
+    const qint64 wanted =
+        sharedPrefs ? sharedPrefs->prefsSelectedSpacebarMidiChannel.toLongLong() : 0;
+    if (static_cast<qint64>(channel) != wanted) return;
+    if (recall) recall->kAsNumber = kSpacebarNote;
     KeyboardEvents::postKeyPress(KeyboardEvents::kVirtualKeySpace);
 }
 
 void TriggerDispatch::spacebarSetup() {
     MainQueue::after(0.2, [self = QPointer<TriggerDispatch>(this)] {
-        if (self)
-            self->spaceBar();
+        if (self) self->spaceBar();
     });
 }
 
 void TriggerDispatch::checkForActive() {
     // The application keeps no documents, so there is never a current one and this stops here.
     const bool hasCurrentDocument = false;
-    if (!hasCurrentDocument)
-        return;
-    if (recall && recall->waitingFlag() != 0)
-        recall->runMyScriptInController();
+    if (!hasCurrentDocument) return;
+    if (recall && recall->waitingFlag() != 0) recall->runMyScriptInController();
 }

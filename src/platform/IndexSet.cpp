@@ -9,8 +9,7 @@ IndexSet::IndexSet(std::initializer_list<qsizetype> indexes) {
 
 void IndexSet::add(qsizetype index) {
     auto it = std::lower_bound(indexes_.begin(), indexes_.end(), index);
-    if (it == indexes_.end() || *it != index)
-        indexes_.insert(it, index);
+    if (it == indexes_.end() || *it != index) indexes_.insert(it, index);
 }
 
 bool IndexSet::contains(qsizetype index) const {

@@ -30,7 +30,8 @@ bool KeyboardEvents::postKeyPress(int virtualKeyCode) {
     int event, error, major, minor;
     if (!display || sym == NoSymbol ||
         !XTestQueryExtension(display.get(), &event, &error, &major, &minor)) {
-        qCInfo(lcKeys) << "No X display with XTest; the key press" << virtualKeyCode << "was not sent.";
+        qCInfo(lcKeys) << "No X display with XTest; the key press" << virtualKeyCode
+                       << "was not sent.";
         return false;
     }
     const KeyCode code = XKeysymToKeycode(display.get(), sym);

@@ -12,7 +12,9 @@
 namespace {
 const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
 
-plist_t integerNode(qint64 v) { return plist_new_uint(static_cast<uint64_t>(v)); }
+plist_t integerNode(qint64 v) {
+    return plist_new_uint(static_cast<uint64_t>(v));
+}
 } // namespace
 
 struct KeyedArchiver::State {
@@ -33,14 +35,14 @@ struct KeyedArchiver::State {
     }
     uint64_t classUid(const QStringList& names) {
         const QString key = names.join(',');
-        if (auto it = classes.constFind(key); it != classes.constEnd())
-            return *it;
+        if (auto it = classes.constFind(key); it != classes.constEnd()) return *it;
         plist_t dict = plist_new_dict();
         plist_t list = plist_new_array();
         for (const auto& n : names)
             plist_array_append_item(list, plist_new_string(n.toUtf8().constData()));
         plist_dict_set_item(dict, "$classes", list);
-        plist_dict_set_item(dict, "$classname", plist_new_string(names.first().toUtf8().constData()));
+        plist_dict_set_item(dict, "$classname",
+                            plist_new_string(names.first().toUtf8().constData()));
         return classes[key] = add(dict);
     }
     plist_t classedDict(const QStringList& names) {
@@ -56,8 +58,7 @@ struct KeyedArchiver::State {
 };
 
 uint64_t KeyedArchiver::State::encodeValue(const QVariant& v) {
-    if (!v.isValid() || v.isNull())
-        return 0;
+    if (!v.isValid() || v.isNull()) return 0;
     switch (v.typeId()) {
     case QMetaType::Bool:
         return add(plist_new_bool(v.toBool()));
@@ -75,8 +76,7 @@ uint64_t KeyedArchiver::State::encodeValue(const QVariant& v) {
         return add(plist_new_real(v.toDouble()));
     case QMetaType::QString: {
         const QString s = v.toString();
-        if (auto it = strings.constFind(s); it != strings.constEnd())
-            return *it;
+        if (auto it = strings.constFind(s); it != strings.constEnd()) return *it;
         return strings[s] = add(plist_new_string(s.toUtf8().constData()));
     }
     case QMetaType::QDateTime: {
@@ -121,8 +121,7 @@ uint64_t KeyedArchiver::State::encodeValue(const QVariant& v) {
 }
 
 uint64_t KeyedArchiver::State::encodeRecord(const KeyedCoding* record, KeyedArchiver& coder) {
-    if (!record)
-        return 0;
+    if (!record) return 0;
     if (auto it = records.constFind(record); it != records.constEnd())
         return *it; // cycles and shared records are written once
     plist_t dict = classedDict(record->archiveClassNames());
@@ -146,8 +145,7 @@ void KeyedArchiver::encodeObject(const KeyedCoding* record, const QString& key) 
     d->set(key, plist_new_uid(d->encodeRecord(record, *this)));
 }
 
-void KeyedArchiver::encodeOrderedSet(const QList<const KeyedCoding*>& records,
-                                     const QString& key) {
+void KeyedArchiver::encodeOrderedSet(const QList<const KeyedCoding*>& records, const QString& key) {
     plist_t dict = d->classedDict({"NSOrderedSet", "NSObject"});
     const uint64_t uid = d->add(dict);
     plist_t list = plist_new_array();

@@ -16,21 +16,18 @@ constexpr int kMaxDepth = 64;
 constexpr qsizetype kMaxIndexes = 1 << 20;
 
 plist_t dictItem(plist_t dict, const char* key) {
-    if (!dict || plist_get_node_type(dict) != PLIST_DICT)
-        return nullptr;
+    if (!dict || plist_get_node_type(dict) != PLIST_DICT) return nullptr;
     return plist_dict_get_item(dict, key);
 }
 
 bool readUid(plist_t node, uint64_t* out) {
-    if (!node || plist_get_node_type(node) != PLIST_UID)
-        return false;
+    if (!node || plist_get_node_type(node) != PLIST_UID) return false;
     plist_get_uid_val(node, out);
     return true;
 }
 
 QString readString(plist_t node) {
-    if (!node || plist_get_node_type(node) != PLIST_STRING)
-        return {};
+    if (!node || plist_get_node_type(node) != PLIST_STRING) return {};
     char* s = nullptr;
     plist_get_string_val(node, &s);
     QString out = QString::fromUtf8(s ? s : "");
@@ -39,8 +36,7 @@ QString readString(plist_t node) {
 }
 
 bool readNumber(plist_t node, double* real, qint64* integer, bool* isInteger) {
-    if (!node)
-        return false;
+    if (!node) return false;
     switch (plist_get_node_type(node)) {
     case PLIST_UINT: {
         uint64_t v = 0;
@@ -81,38 +77,32 @@ struct KeyedUnarchiver::State {
     int depth = 0;
 
     plist_t object(uint64_t uid) const {
-        if (!objects || uid >= objectCount)
-            return nullptr;
+        if (!objects || uid >= objectCount) return nullptr;
         return plist_array_get_item(objects, static_cast<uint32_t>(uid));
     }
     QString className(plist_t dict) const {
         uint64_t cls = 0;
-        if (!readUid(dictItem(dict, "$class"), &cls))
-            return {};
+        if (!readUid(dictItem(dict, "$class"), &cls)) return {};
         return readString(dictItem(object(cls), "$classname"));
     }
     QVariant decodeUid(uint64_t uid, KeyedUnarchiver& self);
     QVariant decodeList(plist_t dict, KeyedUnarchiver& self) {
         plist_t list = dictItem(dict, "NS.objects");
-        if (!list || plist_get_node_type(list) != PLIST_ARRAY)
-            return {};
+        if (!list || plist_get_node_type(list) != PLIST_ARRAY) return {};
         QVariantList out;
         const uint32_t n = plist_array_get_size(list);
         for (uint32_t i = 0; i < n; ++i) {
             uint64_t uid = 0;
-            if (readUid(plist_array_get_item(list, i), &uid))
-                out.append(decodeUid(uid, self));
+            if (readUid(plist_array_get_item(list, i), &uid)) out.append(decodeUid(uid, self));
         }
         return out;
     }
 };
 
 QVariant KeyedUnarchiver::State::decodeUid(uint64_t uid, KeyedUnarchiver& self) {
-    if (uid == 0)
-        return {};
+    if (uid == 0) return {};
     plist_t node = object(uid);
-    if (!node)
-        return {};
+    if (!node) return {};
     switch (plist_get_node_type(node)) {
     case PLIST_STRING:
         return readString(node);
@@ -165,8 +155,7 @@ QVariant KeyedUnarchiver::State::decodeUid(uint64_t uid, KeyedUnarchiver& self) 
     }
     if (cls == "NSURL" || cls == "NSMutableURL") {
         uint64_t rel = 0;
-        if (!readUid(dictItem(node, "NS.relative"), &rel))
-            return {};
+        if (!readUid(dictItem(node, "NS.relative"), &rel)) return {};
         const QVariant s = decodeUid(rel, self);
         return s.typeId() == QMetaType::QString ? QVariant(QUrl(s.toString())) : QVariant();
     }
@@ -182,21 +171,18 @@ QVariant KeyedUnarchiver::State::decodeUid(uint64_t uid, KeyedUnarchiver& self) 
                 double r;
                 qint64 v;
                 bool isInt;
-                if (readNumber(plist_array_get_item(list, i), &r, &v, &isInt) && v >= 0)
-                    set.add(v);
+                if (readNumber(plist_array_get_item(list, i), &r, &v, &isInt) && v >= 0) set.add(v);
             }
         }
         return QVariant::fromValue(set);
     }
     auto f = factories.constFind(cls);
-    if (f == factories.constEnd())
-        return {};
+    if (f == factories.constEnd()) return {};
     plist_t saved = current;
     current = node;
     auto record = (*f)(self);
     current = saved;
-    if (!record)
-        return {};
+    if (!record) return {};
     KeyedCoding* raw = record.get();
     owned.push_back(std::move(record));
     decodedRecords.insert(uid, raw);
@@ -204,15 +190,12 @@ QVariant KeyedUnarchiver::State::decodeUid(uint64_t uid, KeyedUnarchiver& self) 
 }
 
 KeyedUnarchiver::KeyedUnarchiver(const QByteArray& data) : d(std::make_unique<State>()) {
-    if (data.size() < 8 || data.size() > (1 << 28) || !data.startsWith("bplist00"))
-        return;
+    if (data.size() < 8 || data.size() > (1 << 28) || !data.startsWith("bplist00")) return;
     plist_t root = nullptr;
     plist_from_bin(data.constData(), static_cast<uint32_t>(data.size()), &root);
     d->root.reset(root);
-    if (!root || plist_get_node_type(root) != PLIST_DICT)
-        return;
-    if (readString(dictItem(root, "$archiver")) != "NSKeyedArchiver")
-        return;
+    if (!root || plist_get_node_type(root) != PLIST_DICT) return;
+    if (readString(dictItem(root, "$archiver")) != "NSKeyedArchiver") return;
     plist_t objects = dictItem(root, "$objects");
     plist_t top = dictItem(root, "$top");
     if (!objects || plist_get_node_type(objects) != PLIST_ARRAY || !top ||
@@ -225,7 +208,9 @@ KeyedUnarchiver::KeyedUnarchiver(const QByteArray& data) : d(std::make_unique<St
 
 KeyedUnarchiver::~KeyedUnarchiver() = default;
 
-bool KeyedUnarchiver::isValid() const { return d->objects != nullptr; }
+bool KeyedUnarchiver::isValid() const {
+    return d->objects != nullptr;
+}
 
 void KeyedUnarchiver::registerClass(const QString& className, Factory factory) {
     d->factories.insert(className, std::move(factory));
@@ -237,8 +222,7 @@ bool KeyedUnarchiver::containsValue(const QString& key) const {
 
 QVariant KeyedUnarchiver::decodeObject(const QString& key) {
     uint64_t uid = 0;
-    if (!readUid(dictItem(d->current, key.toUtf8().constData()), &uid))
-        return {};
+    if (!readUid(dictItem(d->current, key.toUtf8().constData()), &uid)) return {};
     return d->decodeUid(uid, *this);
 }
 
@@ -246,8 +230,7 @@ float KeyedUnarchiver::decodeFloat(const QString& key) const {
     double r = 0;
     qint64 i;
     bool isInt;
-    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt))
-        return 0.0f;
+    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt)) return 0.0f;
     return static_cast<float>(r);
 }
 
@@ -255,8 +238,7 @@ qint32 KeyedUnarchiver::decodeInt32(const QString& key) const {
     double r;
     qint64 i = 0;
     bool isInt;
-    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt))
-        return 0;
+    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt)) return 0;
     return static_cast<qint32>(i);
 }
 
@@ -264,12 +246,13 @@ bool KeyedUnarchiver::decodeBool(const QString& key) const {
     double r;
     qint64 i = 0;
     bool isInt;
-    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt))
-        return false;
+    if (!readNumber(dictItem(d->current, key.toUtf8().constData()), &r, &i, &isInt)) return false;
     return i != 0;
 }
 
-void KeyedUnarchiver::finishDecoding() { d->current = nullptr; }
+void KeyedUnarchiver::finishDecoding() {
+    d->current = nullptr;
+}
 
 QVariant KeyedUnarchiver::unarchiveObjectWithData(const QByteArray& data) {
     KeyedUnarchiver u(data);

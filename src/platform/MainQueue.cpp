@@ -42,8 +42,7 @@ public:
     }
     MainQueue::PlainJob pop() noexcept {
         Slot& s = slots_[head_ & (kSize - 1)];
-        if (s.seq.load(std::memory_order_acquire) != head_ + 1)
-            return nullptr;
+        if (s.seq.load(std::memory_order_acquire) != head_ + 1) return nullptr;
         auto job = s.job;
         s.seq.store(head_ + kSize, std::memory_order_release);
         ++head_;
@@ -67,8 +66,7 @@ struct Drain {
     std::unique_ptr<QSocketNotifier> notifier;
     ~Drain() {
         notifier.reset();
-        if (fd >= 0)
-            ::close(fd);
+        if (fd >= 0) ::close(fd);
     }
 };
 
@@ -85,16 +83,14 @@ void drainRing(Drain* d) {
 
 void MainQueue::async(Job job) {
     QObject* context = QCoreApplication::instance();
-    if (!context)
-        return;
+    if (!context) return;
     QMetaObject::invokeMethod(
         context, [job = std::move(job)] { guarded("main queue job", job); }, Qt::QueuedConnection);
 }
 
 void MainQueue::after(double seconds, Job job) {
     QObject* context = QCoreApplication::instance();
-    if (!context)
-        return;
+    if (!context) return;
     const double ms = std::max(0.0, std::round(seconds * 1000.0));
     QTimer::singleShot(std::chrono::milliseconds(static_cast<long long>(ms)), Qt::PreciseTimer,
                        context, [job = std::move(job)] { guarded("timer", job); });
@@ -116,8 +112,7 @@ void MainQueue::asyncPlain(PlainJob job) noexcept {
 }
 
 void MainQueue::install() {
-    if (g_drain.load())
-        return;
+    if (g_drain.load()) return;
     static Drain drain;
     drain.fd = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     drain.notifier = std::make_unique<QSocketNotifier>(drain.fd, QSocketNotifier::Read);

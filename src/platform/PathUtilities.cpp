@@ -11,8 +11,7 @@ QString PathUtilities::lastPathComponent(const QString& path) {
 QString PathUtilities::pathExtension(const QString& path) {
     const QString last = lastPathComponent(path);
     const qsizetype dot = last.lastIndexOf('.');
-    if (dot <= 0 || dot == last.size() - 1)
-        return {};
+    if (dot <= 0 || dot == last.size() - 1) return {};
     return last.mid(dot + 1);
 }
 

@@ -5,8 +5,7 @@
 
 struct PlistFree {
     void operator()(plist_t node) const noexcept {
-        if (node)
-            plist_free(node);
+        if (node) plist_free(node);
     }
 };
 // Owns a libplist tree; released with plist_free.

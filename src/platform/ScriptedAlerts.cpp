@@ -4,8 +4,7 @@
 
 int ScriptedAlerts::runModal(const AlertSpec& alert) {
     shownAlerts.append(alert);
-    if (answers.empty())
-        return FirstButton;
+    if (answers.empty()) return FirstButton;
     const int a = answers.front();
     answers.pop_front();
     return a;
@@ -37,4 +36,6 @@ Alerts& Alerts::shared() {
     return g_alerts ? *g_alerts : fallback;
 }
 
-void Alerts::setShared(Alerts* alerts) { g_alerts = alerts; }
+void Alerts::setShared(Alerts* alerts) {
+    g_alerts = alerts;
+}

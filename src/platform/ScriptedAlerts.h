@@ -12,7 +12,7 @@ public:
     int runModal(const AlertSpec& alert) override;
     bool presentError(const Error& error) override;
 
-    std::deque<int> answers;      // next answers to runModal; FirstButton when empty
+    std::deque<int> answers; // next answers to runModal; FirstButton when empty
     bool presentErrorResult = false;
     QList<AlertSpec> shownAlerts;
     QList<Error> presentedErrors;

@@ -13,8 +13,9 @@ TableView::TableView(QWidget* parent) : QTableView(parent), model_(new TableView
     setSelectionMode(QAbstractItemView::SingleSelection);
     verticalHeader()->hide();
     horizontalHeader()->setStretchLastSection(true);
-    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            [this] { guarded("tableViewSelectionDidChange", [this] { tableSelectionChanged(); }); });
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        guarded("tableViewSelectionDidChange", [this] { tableSelectionChanged(); });
+    });
 }
 
 TableView::~TableView() = default;
@@ -33,8 +34,7 @@ void TableView::setDataSource(TableViewDataSource* dataSource) {
 
 void TableView::bind(const QString& binding, ArrangedContent* content, const QString&) {
     if (binding == QLatin1String("content")) {
-        if (content_)
-            disconnect(content_, nullptr, this, nullptr);
+        if (content_) disconnect(content_, nullptr, this, nullptr);
         content_ = content;
         connect(content, &ArrangedContent::arrangedObjectsChanged, this,
                 [this] { guarded("content changed", [this] { reloadData(); }); });
@@ -55,7 +55,9 @@ BindingInfo TableView::infoForBinding(const QString& binding) const {
     return {};
 }
 
-qsizetype TableView::numberOfRows() { return model_->rowCount(); }
+qsizetype TableView::numberOfRows() {
+    return model_->rowCount();
+}
 
 IndexSet TableView::selectedRowIndexes() const {
     IndexSet rows;
@@ -64,7 +66,9 @@ IndexSet TableView::selectedRowIndexes() const {
     return rows;
 }
 
-qsizetype TableView::selectedRow() const { return selectedRowIndexes().last(); }
+qsizetype TableView::selectedRow() const {
+    return selectedRowIndexes().last();
+}
 
 void TableView::applySelection(const IndexSet& rows) {
     QItemSelection selection;
@@ -89,8 +93,7 @@ void TableView::selectRowIndexes(const IndexSet& rows, bool extendSelection) {
                                             "row %1 is not a row")
                                  .arg(r)
                                  .toStdString());
-        if (r < count)
-            target.add(r);
+        if (r < count) target.add(r);
     }
     if (extendSelection) {
         const IndexSet current = selectedRowIndexes();
@@ -100,7 +103,9 @@ void TableView::selectRowIndexes(const IndexSet& rows, bool extendSelection) {
     applySelection(target);
 }
 
-void TableView::deselectAll() { selectionModel()->clearSelection(); }
+void TableView::deselectAll() {
+    selectionModel()->clearSelection();
+}
 
 void TableView::reloadData() {
     const IndexSet kept = selectedRowIndexes();
@@ -115,8 +120,7 @@ void TableView::reloadData() {
     IndexSet rows;
     const qsizetype count = numberOfRows();
     for (auto r : kept.indexes())
-        if (r < count)
-            rows.add(r);
+        if (r < count) rows.add(r);
     syncing_ = true;
     applySelection(rows);
     syncing_ = false;
@@ -128,8 +132,7 @@ void TableView::scrollRowToVisible(qsizetype row) {
 }
 
 void TableView::tableSelectionChanged() {
-    if (syncing_)
-        return;
+    if (syncing_) return;
     if (content_ && selectionBound_) {
         syncing_ = true;
         content_->setSelectionIndexes(selectedRowIndexes());
@@ -139,8 +142,7 @@ void TableView::tableSelectionChanged() {
 }
 
 void TableView::contentSelectionChanged() {
-    if (!content_ || !selectionBound_ || syncing_)
-        return;
+    if (!content_ || !selectionBound_ || syncing_) return;
     syncing_ = true;
     applySelection(content_->selectionIndexes());
     syncing_ = false;

@@ -7,8 +7,7 @@
 TableViewModel::TableViewModel(TableView* table) : QAbstractTableModel(table), table_(table) {}
 
 int TableViewModel::rowCount(const QModelIndex& parent) const {
-    if (parent.isValid())
-        return 0;
+    if (parent.isValid()) return 0;
     int n = 0;
     guarded("numberOfRowsInTableView", [&] {
         if (table_->dataSource_)
@@ -24,8 +23,7 @@ int TableViewModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant TableViewModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::EditRole))
-        return {};
+    if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::EditRole)) return {};
     QVariant v;
     const QString& column = table_->columns_.at(index.column());
     guarded("objectValueForTableColumn", [&] {
@@ -38,8 +36,7 @@ QVariant TableViewModel::data(const QModelIndex& index, int role) const {
 }
 
 bool TableViewModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-    if (!index.isValid() || role != Qt::EditRole)
-        return false;
+    if (!index.isValid() || role != Qt::EditRole) return false;
     const QString& column = table_->columns_.at(index.column());
     const bool ok = guarded("setObjectValue", [&] {
         if (table_->dataSource_)
@@ -53,8 +50,7 @@ bool TableViewModel::setData(const QModelIndex& index, const QVariant& value, in
 
 Qt::ItemFlags TableViewModel::flags(const QModelIndex& index) const {
     Qt::ItemFlags f = QAbstractTableModel::flags(index);
-    if (index.isValid() && table_->isColumnEditable(index.column()))
-        f |= Qt::ItemIsEditable;
+    if (index.isValid() && table_->isColumnEditable(index.column())) f |= Qt::ItemIsEditable;
     return f;
 }
 

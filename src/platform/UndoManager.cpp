@@ -6,8 +6,7 @@
 #include <memory>
 
 void UndoManager::registerUndo(Action inverse) {
-    if (!enabled_)
-        return;
+    if (!enabled_) return;
     if (recording_) {
         recording_->push_back(std::move(inverse));
         return;
@@ -18,16 +17,14 @@ void UndoManager::registerUndo(Action inverse) {
         closeQueued_ = true;
         // The manager outlives the event loop turn in every owner; a weak flag keeps it safe.
         MainQueue::async([this, alive = std::weak_ptr<int>(alive_)] {
-            if (!alive.expired())
-                closeGroup();
+            if (!alive.expired()) closeGroup();
         });
     }
 }
 
 void UndoManager::closeGroup() {
     closeQueued_ = false;
-    if (!open_.empty())
-        undo_.push_back(std::move(open_));
+    if (!open_.empty()) undo_.push_back(std::move(open_));
     open_.clear();
 }
 
@@ -37,14 +34,12 @@ void UndoManager::run(Group group, std::vector<Group>& target) {
     for (auto it = group.rbegin(); it != group.rend(); ++it)
         (*it)();
     recording_ = nullptr;
-    if (!inverse.empty())
-        target.push_back(std::move(inverse));
+    if (!inverse.empty()) target.push_back(std::move(inverse));
 }
 
 void UndoManager::undo() {
     closeGroup();
-    if (undo_.empty())
-        return;
+    if (undo_.empty()) return;
     Group g = std::move(undo_.back());
     undo_.pop_back();
     run(std::move(g), redo_);
@@ -52,8 +47,7 @@ void UndoManager::undo() {
 
 void UndoManager::redo() {
     closeGroup();
-    if (redo_.empty())
-        return;
+    if (redo_.empty()) return;
     Group g = std::move(redo_.back());
     redo_.pop_back();
     run(std::move(g), undo_);

@@ -16,8 +16,7 @@ namespace {
 QHash<QString, QString> readDesktopEntry(const QString& file) {
     QHash<QString, QString> keys;
     QFile f(file);
-    if (!f.open(QIODevice::ReadOnly | QIODevice::Text))
-        return keys;
+    if (!f.open(QIODevice::ReadOnly | QIODevice::Text)) return keys;
     QTextStream in(&f);
     bool inGroup = false;
     while (!in.atEnd()) {
@@ -27,15 +26,17 @@ QHash<QString, QString> readDesktopEntry(const QString& file) {
             continue;
         }
         const qsizetype eq = line.indexOf('=');
-        if (!inGroup || line.startsWith('#') || eq <= 0)
-            continue;
+        if (!inGroup || line.startsWith('#') || eq <= 0) continue;
         QString value;
         const QString raw = line.mid(eq + 1).trimmed();
         for (qsizetype i = 0; i < raw.size(); ++i) {
             if (raw[i] == '\\' && i + 1 < raw.size()) {
                 const QChar c = raw[++i];
-                value += c == 's' ? QChar(' ') : c == 'n' ? QChar('\n') : c == 't' ? QChar('\t')
-                       : c == 'r' ? QChar('\r') : c;
+                value += c == 's'   ? QChar(' ')
+                         : c == 'n' ? QChar('\n')
+                         : c == 't' ? QChar('\t')
+                         : c == 'r' ? QChar('\r')
+                                    : c;
             } else {
                 value += raw[i];
             }
@@ -70,7 +71,8 @@ QStringList Workspace::splitExec(const QString& exec) {
         if (quoted) {
             if (c == '"') {
                 quoted = false;
-            } else if (c == '\\' && i + 1 < exec.size() && QString("\"`$\\").contains(exec[i + 1])) {
+            } else if (c == '\\' && i + 1 < exec.size() &&
+                       QString("\"`$\\").contains(exec[i + 1])) {
                 current += exec[++i];
             } else {
                 current += c;
@@ -78,16 +80,14 @@ QStringList Workspace::splitExec(const QString& exec) {
         } else if (c == '"') {
             quoted = any = true;
         } else if (c.isSpace()) {
-            if (any || !current.isEmpty())
-                args << current;
+            if (any || !current.isEmpty()) args << current;
             current.clear();
             any = false;
         } else {
             current += c;
         }
     }
-    if (any || !current.isEmpty())
-        args << current;
+    if (any || !current.isEmpty()) args << current;
     return args;
 }
 
@@ -108,8 +108,7 @@ QStringList Workspace::commandLine(const QString& desktopEntryPath, const QStrin
             continue;
         }
         if (arg == "%i") {
-            if (keys.contains("Icon"))
-                out << "--icon" << keys.value("Icon");
+            if (keys.contains("Icon")) out << "--icon" << keys.value("Icon");
             continue;
         }
         QString expanded;
@@ -143,8 +142,7 @@ QStringList Workspace::commandLine(const QString& desktopEntryPath, const QStrin
 
 bool Workspace::openFile(const QString& path, const QString& applicationName) {
     QString name = applicationName;
-    if (name.endsWith(QLatin1String(".app")))
-        name.chop(4);
+    if (name.endsWith(QLatin1String(".app"))) name.chop(4);
 #ifdef Q_OS_MACOS
     return QProcess::startDetached("open", {"-a", name, path});
 #else
@@ -155,12 +153,10 @@ bool Workspace::openFile(const QString& path, const QString& applicationName) {
         return false;
     }
     QStringList args = commandLine(entry, path);
-    if (args.isEmpty())
-        return false;
+    if (args.isEmpty()) return false;
     const QString program = args.takeFirst();
     const bool ok = QProcess::startDetached(program, args);
-    if (!ok)
-        qCWarning(lcWorkspace).noquote() << "Could not start" << program << "from" << entry;
+    if (!ok) qCWarning(lcWorkspace).noquote() << "Could not start" << program << "from" << entry;
     return ok;
 #endif
 }

@@ -18,16 +18,14 @@ Prefs::Prefs() {
     }
     QFile file(path);
     QByteArray bytes;
-    if (file.open(QIODevice::ReadOnly))
-        bytes = file.readAll();
+    if (file.open(QIODevice::ReadOnly)) bytes = file.readAll();
     KeyedUnarchiver coder(bytes);
     coder.registerClass("Storage", [](KeyedUnarchiver& c) { return Storage::initWithCoder(c); });
     // A file without a readable record leaves everything absent, zero or false.
     Storage empty;
     const auto* s = dynamic_cast<Storage*>(coder.decodeObject("Data").value<KeyedCoding*>());
     coder.finishDecoding();
-    if (!s)
-        s = &empty;
+    if (!s) s = &empty;
     prefsSelectedMidiDevice = s->storageSelectedMidiDevice;
     prefsSelectedMidiOutDevice = s->storageSelectedMidiOutDevice;
     prefsSelectedMidiChannel = s->storageSelectedMidiChannel;
@@ -97,6 +95,5 @@ void Prefs::saveDataToDisk() {
     coder.encodeObject(&s, "Data");
     const QByteArray bytes = coder.encodedData();
     QSaveFile file(dataFilePath());
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size())
-        file.commit();
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size()) file.commit();
 }

@@ -14,8 +14,7 @@ constexpr const char* kUniqueIDKey = "urn:x-midi:uniqueID";
 JackTestClient::JackTestClient(const char* name) {
     jack_status_t status;
     client_ = jack_client_open(name, JackNoStartServer, &status);
-    if (!client_)
-        return;
+    if (!client_) return;
     out_ = jack_port_register(client_, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
     in_ = jack_port_register(client_, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
     toSend_ = jack_ringbuffer_create(1 << 20);
@@ -29,10 +28,8 @@ JackTestClient::~JackTestClient() {
         jack_deactivate(client_);
         jack_client_close(client_);
     }
-    if (toSend_)
-        jack_ringbuffer_free(toSend_);
-    if (got_)
-        jack_ringbuffer_free(got_);
+    if (toSend_) jack_ringbuffer_free(toSend_);
+    if (got_) jack_ringbuffer_free(got_);
 }
 
 int JackTestClient::process(jack_nframes_t nframes, void* arg) {
@@ -43,11 +40,9 @@ int JackTestClient::process(jack_nframes_t nframes, void* arg) {
     while (jack_ringbuffer_read_space(self->toSend_) >= 2) {
         uint16_t size;
         jack_ringbuffer_peek(self->toSend_, reinterpret_cast<char*>(&size), 2);
-        if (jack_ringbuffer_read_space(self->toSend_) < 2u + size)
-            break;
+        if (jack_ringbuffer_read_space(self->toSend_) < 2u + size) break;
         jack_midi_data_t* dst = jack_midi_event_reserve(out, 0, size);
-        if (!dst)
-            break; // this period's buffer is full; the rest goes in the next one
+        if (!dst) break; // this period's buffer is full; the rest goes in the next one
         jack_ringbuffer_read_advance(self->toSend_, 2);
         jack_ringbuffer_read(self->toSend_, reinterpret_cast<char*>(dst), size);
         self->lastSentCycle_.store(cycle);
@@ -56,11 +51,9 @@ int JackTestClient::process(jack_nframes_t nframes, void* arg) {
     const uint32_t n = jack_midi_get_event_count(in);
     for (uint32_t k = 0; k < n; ++k) {
         jack_midi_event_t ev;
-        if (jack_midi_event_get(&ev, in, k) != 0)
-            continue;
+        if (jack_midi_event_get(&ev, in, k) != 0) continue;
         const uint16_t size = static_cast<uint16_t>(ev.size);
-        if (jack_ringbuffer_write_space(self->got_) < 10u + size)
-            continue;
+        if (jack_ringbuffer_write_space(self->got_) < 10u + size) continue;
         jack_ringbuffer_write(self->got_, reinterpret_cast<const char*>(&cycle), 8);
         jack_ringbuffer_write(self->got_, reinterpret_cast<const char*>(&size), 2);
         jack_ringbuffer_write(self->got_, reinterpret_cast<const char*>(ev.buffer), size);
@@ -75,8 +68,7 @@ void JackTestClient::drain() {
         jack_ringbuffer_peek(got_, header, 10);
         uint16_t size;
         std::memcpy(&size, header + 8, 2);
-        if (jack_ringbuffer_read_space(got_) < 10u + size)
-            break;
+        if (jack_ringbuffer_read_space(got_) < 10u + size) break;
         Event e;
         std::memcpy(&e.cycle, header, 8);
         jack_ringbuffer_read_advance(got_, 10);
@@ -87,8 +79,7 @@ void JackTestClient::drain() {
 }
 
 QString JackTestClient::portWithUniqueID(int32_t id) const {
-    if (!client_)
-        return {};
+    if (!client_) return {};
     const char** ports = jack_get_ports(client_, nullptr, JACK_DEFAULT_MIDI_TYPE, 0);
     QString found;
     for (const char** p = ports; p && *p && found.isEmpty(); ++p) {
@@ -96,8 +87,7 @@ QString JackTestClient::portWithUniqueID(int32_t id) const {
         char* value = nullptr;
         char* type = nullptr;
         if (port && jack_get_property(jack_port_uuid(port), kUniqueIDKey, &value, &type) == 0) {
-            if (QByteArray(value).toInt() == id)
-                found = QString::fromUtf8(*p);
+            if (QByteArray(value).toInt() == id) found = QString::fromUtf8(*p);
             jack_free(value);
             jack_free(type);
         }
@@ -116,8 +106,7 @@ int JackTestClient::countPortsNamed(const QString& shortName) const {
 }
 
 bool JackTestClient::connect(const QString& gigmoraInput, const QString& gigmoraOutput) {
-    if (!client_ || gigmoraInput.isEmpty() || gigmoraOutput.isEmpty())
-        return false;
+    if (!client_ || gigmoraInput.isEmpty() || gigmoraOutput.isEmpty()) return false;
     return jack_connect(client_, jack_port_name(out_), gigmoraInput.toUtf8().constData()) == 0 &&
            jack_connect(client_, gigmoraOutput.toUtf8().constData(), jack_port_name(in_)) == 0;
 }

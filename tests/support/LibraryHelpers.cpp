@@ -12,8 +12,12 @@
 #include <QThread>
 
 namespace helpers {
-QString storeFolder() { return LibraryStack::applicationDocumentsDirectory(); }
-QString storePath() { return QDir(storeFolder()).filePath(LibraryStack::storeFileName()); }
+QString storeFolder() {
+    return LibraryStack::applicationDocumentsDirectory();
+}
+QString storePath() {
+    return QDir(storeFolder()).filePath(LibraryStack::storeFileName());
+}
 
 QByteArray readFile(const QString& path) {
     QFile f(path);
@@ -23,17 +27,14 @@ QByteArray readFile(const QString& path) {
 void writeFile(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).path());
     QFile f(path);
-    if (f.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        f.write(bytes);
+    if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(bytes);
 }
 
 ManagedObject* addSong(ObjectContext& c, const QString& title, const QString& path, int number) {
     ManagedObject* s = c.insertNewObject("Song");
     s->setValue("title", title);
-    if (!path.isNull())
-        s->setValue("path", path);
-    if (number >= 0)
-        s->setValue("midiIn", number);
+    if (!path.isNull()) s->setValue("path", path);
+    if (number >= 0) s->setValue("midiIn", number);
     return s;
 }
 
@@ -46,8 +47,7 @@ ManagedObject* addSetlist(ObjectContext& c, const QString& name) {
 bool waitUntil(const std::function<bool()>& done, int timeoutMs) {
     QDeadlineTimer deadline(timeoutMs);
     while (!done()) {
-        if (deadline.hasExpired())
-            return false;
+        if (deadline.hasExpired()) return false;
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         QThread::msleep(1);
     }

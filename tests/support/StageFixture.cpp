@@ -23,9 +23,10 @@ void StageFixture::SetUp() {
     Alerts::setShared(&alerts);
     openedLog = TempHome::home() + "/opened.log";
     const QString script = TempHome::home() + "/fake-daw.sh";
-    writeFile(script, QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\" >> '%1'; done\n")
-                          .arg(openedLog)
-                          .toUtf8());
+    writeFile(script,
+              QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\" >> '%1'; done\n")
+                  .arg(openedLog)
+                  .toUtf8());
     QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     writeFile(TempHome::dataHome() + "/applications/fake-logic.desktop",
               QString("[Desktop Entry]\nType=Application\nName=Logic Pro X\nExec=%1 --open %f\n")
@@ -63,8 +64,7 @@ QStringList StageFixture::openedFiles() const {
     const QString text = QString::fromUtf8(readFile(openedLog));
     QStringList files;
     for (const QString& line : text.split('\n', Qt::SkipEmptyParts))
-        if (line != "--open")
-            files << line;
+        if (line != "--open") files << line;
     return files;
 }
 
@@ -83,7 +83,9 @@ bool StageFixture::waitForCloseCommands(size_t count, int timeoutMs) {
     return waitUntil([&] { return closeCommands() >= count; }, timeoutMs);
 }
 
-qsizetype StageFixture::selectedSetlistRow() const { return app->window()->setlistTableView->selectedRow(); }
+qsizetype StageFixture::selectedSetlistRow() const {
+    return app->window()->setlistTableView->selectedRow();
+}
 
 void StageFixture::selectSetlistRow(qsizetype row) {
     app->window()->setlistTableView->selectRowIndexes({row}, false);

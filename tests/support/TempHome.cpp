@@ -22,12 +22,17 @@ void TempHome::installForProcess() {
     QStandardPaths::setTestModeEnabled(false);
 }
 
-QString TempHome::home() { return g_dir->path(); }
-QString TempHome::dataHome() { return g_dir->path() + "/.local/share"; }
+QString TempHome::home() {
+    return g_dir->path();
+}
+QString TempHome::dataHome() {
+    return g_dir->path() + "/.local/share";
+}
 
 void TempHome::clear() {
     QDir dir(g_dir->path());
-    for (const auto& e : dir.entryInfoList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden)) {
+    for (const auto& e :
+         dir.entryInfoList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden)) {
         if (e.isDir() && !e.isSymLink())
             QDir(e.filePath()).removeRecursively();
         else

@@ -10,8 +10,7 @@ constexpr size_t kMaxEvent = 0x10000;
 
 bool AlsaMidiServices::sequencerIsAvailable() {
     snd_seq_t* seq = nullptr;
-    if (snd_seq_open(&seq, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK) < 0)
-        return false;
+    if (snd_seq_open(&seq, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK) < 0) return false;
     snd_seq_close(seq);
     return true;
 }
@@ -25,15 +24,11 @@ AlsaMidiServices::~AlsaMidiServices() {
 
 void AlsaMidiServices::closeClient() {
     stopping_ = true;
-    if (receiver_.joinable())
-        receiver_.join();
+    if (receiver_.joinable()) receiver_.join();
     stopping_ = false;
-    if (encoder_)
-        snd_midi_event_free(std::exchange(encoder_, nullptr));
-    if (decoder_)
-        snd_midi_event_free(std::exchange(decoder_, nullptr));
-    if (seq_)
-        snd_seq_close(std::exchange(seq_, nullptr)); // its ports go with it
+    if (encoder_) snd_midi_event_free(std::exchange(encoder_, nullptr));
+    if (decoder_) snd_midi_event_free(std::exchange(decoder_, nullptr));
+    if (seq_) snd_seq_close(std::exchange(seq_, nullptr)); // its ports go with it
     endpoints_.clear();
     clientRef_ = 0;
 }
@@ -41,8 +36,7 @@ void AlsaMidiServices::closeClient() {
 OSStatus AlsaMidiServices::clientCreate(const QString& name, MIDINotifyProc notifyProc,
                                         void* notifyRefCon, MIDIClientRef* outClient) {
     std::lock_guard lock(mutex_);
-    if (seq_)
-        return kMIDIInvalidClient;
+    if (seq_) return kMIDIInvalidClient;
     if (snd_seq_open(&seq_, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK) < 0) {
         seq_ = nullptr;
         return kMIDIServerStartErr;
@@ -54,20 +48,19 @@ OSStatus AlsaMidiServices::clientCreate(const QString& name, MIDINotifyProc noti
     announcePort_ = snd_seq_create_simple_port(seq_, "announcements", SND_SEQ_PORT_CAP_WRITE,
                                                SND_SEQ_PORT_TYPE_APPLICATION);
     if (announcePort_ >= 0)
-        snd_seq_connect_from(seq_, announcePort_, SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE);
+        snd_seq_connect_from(seq_, announcePort_, SND_SEQ_CLIENT_SYSTEM,
+                             SND_SEQ_PORT_SYSTEM_ANNOUNCE);
     notifyProc_ = notifyProc;
     notifyRefCon_ = notifyRefCon;
     clientRef_ = nextRef_++;
-    if (outClient)
-        *outClient = clientRef_;
+    if (outClient) *outClient = clientRef_;
     receiver_ = std::thread([this] { receiveLoop(); });
     return kMidiNoErr;
 }
 
 OSStatus AlsaMidiServices::clientDispose(MIDIClientRef client) {
     std::lock_guard lock(mutex_);
-    if (client == 0 || client != clientRef_)
-        return kMIDIInvalidClient;
+    if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
     closeClient();
     return kMidiNoErr;
 }
@@ -80,41 +73,35 @@ OSStatus AlsaMidiServices::destinationCreate(MIDIClientRef client, const QString
                                              MIDIReadProc readProc, void* refCon,
                                              MIDIEndpointRef* outDest) {
     std::lock_guard lock(mutex_);
-    if (!seq_ || client != clientRef_)
-        return kMIDIInvalidClient;
+    if (!seq_ || client != clientRef_) return kMIDIInvalidClient;
     Endpoint e;
     e.destination = true;
     e.name = name;
     e.readProc = readProc;
     e.refCon = refCon;
-    e.port = snd_seq_create_simple_port(seq_, name.toUtf8().constData(),
-                                        SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE,
-                                        SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
-    if (e.port < 0)
-        return kMIDIInvalidPort;
+    e.port = snd_seq_create_simple_port(
+        seq_, name.toUtf8().constData(), SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE,
+        SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+    if (e.port < 0) return kMIDIInvalidPort;
     const MIDIEndpointRef ref = nextRef_++;
     endpoints_.insert(ref, e);
-    if (outDest)
-        *outDest = ref;
+    if (outDest) *outDest = ref;
     return kMidiNoErr;
 }
 
 OSStatus AlsaMidiServices::sourceCreate(MIDIClientRef client, const QString& name,
                                         MIDIEndpointRef* outSrc) {
     std::lock_guard lock(mutex_);
-    if (!seq_ || client != clientRef_)
-        return kMIDIInvalidClient;
+    if (!seq_ || client != clientRef_) return kMIDIInvalidClient;
     Endpoint e;
     e.name = name;
-    e.port = snd_seq_create_simple_port(seq_, name.toUtf8().constData(),
-                                        SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ,
-                                        SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
-    if (e.port < 0)
-        return kMIDIInvalidPort;
+    e.port = snd_seq_create_simple_port(
+        seq_, name.toUtf8().constData(), SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ,
+        SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+    if (e.port < 0) return kMIDIInvalidPort;
     const MIDIEndpointRef ref = nextRef_++;
     endpoints_.insert(ref, e);
-    if (outSrc)
-        *outSrc = ref;
+    if (outSrc) *outSrc = ref;
     return kMidiNoErr;
 }
 
@@ -122,8 +109,7 @@ OSStatus AlsaMidiServices::objectSetIntegerProperty(MIDIObjectRef obj, MidiPrope
                                                     int32_t value) {
     std::lock_guard lock(mutex_);
     auto it = endpoints_.find(obj);
-    if (it == endpoints_.end() || property != MidiProperty::UniqueID)
-        return kMIDIObjectNotFound;
+    if (it == endpoints_.end() || property != MidiProperty::UniqueID) return kMIDIObjectNotFound;
     it->hasUniqueID = true;
     it->uniqueID = value;
     return kMidiNoErr;
@@ -143,8 +129,7 @@ OSStatus AlsaMidiServices::objectSetStringProperty(MIDIObjectRef obj, MidiProper
                                                    const QString& value) {
     std::lock_guard lock(mutex_);
     auto it = endpoints_.find(obj);
-    if (it == endpoints_.end() || property != MidiProperty::Model)
-        return kMIDIObjectNotFound;
+    if (it == endpoints_.end() || property != MidiProperty::Model) return kMIDIObjectNotFound;
     it->model = value;
     return kMidiNoErr;
 }
@@ -153,25 +138,16 @@ OSStatus AlsaMidiServices::objectGetStringProperty(MIDIObjectRef obj, MidiProper
                                                    QString* outValue) {
     std::lock_guard lock(mutex_);
     auto it = endpoints_.find(obj);
-    if (it == endpoints_.end())
-        return kMIDIObjectNotFound;
+    if (it == endpoints_.end()) return kMIDIObjectNotFound;
     *outValue = property == MidiProperty::Model ? it->model : it->name;
     return kMidiNoErr;
 }
 
 OSStatus AlsaMidiServices::objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject,
                                                 MIDIObjectType* outType) {
-    if (outObject)
-        *outObject = 0;
+    if (outObject) *outObject = 0;
     std::lock_guard lock(mutex_);
-    for (auto it = endpoints_.cbegin(); it != endpoints_.cend(); ++it)
-        if (it->hasUniqueID && it->uniqueID == id) {
-            if (outObject)
-                *outObject = it.key();
-            if (outType)
-                *outType = it->destination ? kMIDIObjectType_Destination : kMIDIObjectType_Source;
-            return kMidiNoErr;
-        }
+    if (EndpointIdentity::find(endpoints_, id, outObject, outType)) return kMidiNoErr;
     return kMIDIObjectNotFound;
 }
 
@@ -182,31 +158,24 @@ OSStatus AlsaMidiServices::portDisconnectSource(MIDIPortRef, MIDIEndpointRef) {
 OSStatus AlsaMidiServices::received(MIDIEndpointRef source, const MidiPacketList& list) {
     std::lock_guard lock(mutex_);
     auto it = endpoints_.find(source);
-    if (!seq_ || it == endpoints_.end() || it->destination)
-        return kMIDIInvalidPort;
-    size_t offset = MidiPacketList::kHeaderSize;
-    MidiPacketList::Packet packet;
-    for (uint32_t i = 0; i < list.packetCount(); ++i) {
-        if (!MidiPacketList::packetAt(list.data(), list.size(), offset, &packet))
-            break;
-        offset = packet.next;
+    if (!seq_ || it == endpoints_.end() || it->destination) return kMIDIInvalidPort;
+    list.forEachPacket([&](const MidiPacketList::Packet& packet) {
         snd_midi_event_reset_encode(encoder_);
         long pos = 0;
         while (pos < packet.length) {
             snd_seq_event_t ev;
             snd_seq_ev_clear(&ev);
-            const long used = snd_midi_event_encode(encoder_, packet.data + pos, packet.length - pos, &ev);
-            if (used <= 0)
-                break;
+            const long used =
+                snd_midi_event_encode(encoder_, packet.data + pos, packet.length - pos, &ev);
+            if (used <= 0) break;
             pos += used;
-            if (ev.type == SND_SEQ_EVENT_NONE)
-                continue;
+            if (ev.type == SND_SEQ_EVENT_NONE) continue;
             snd_seq_ev_set_source(&ev, it->port);
             snd_seq_ev_set_subs(&ev);
             snd_seq_ev_set_direct(&ev);
             snd_seq_event_output_direct(seq_, &ev);
         }
-    }
+    });
     return kMidiNoErr;
 }
 
@@ -216,8 +185,7 @@ void AlsaMidiServices::receiveLoop() {
     std::vector<pollfd> fds(nfds);
     snd_seq_poll_descriptors(seq_, fds.data(), nfds, POLLIN);
     while (!stopping_.load()) {
-        if (poll(fds.data(), fds.size(), 200) <= 0)
-            continue;
+        if (poll(fds.data(), fds.size(), 200) <= 0) continue;
         snd_seq_event_t* ev = nullptr;
         while (snd_seq_event_input(seq_, &ev) >= 0 && ev) {
             if (ev->dest.port == announcePort_) {
@@ -244,12 +212,10 @@ void AlsaMidiServices::receiveLoop() {
                         refCon = e.refCon;
                     }
             }
-            if (!proc)
-                continue;
+            if (!proc) continue;
             snd_midi_event_reset_decode(decoder_);
             const long n = snd_midi_event_decode(decoder_, bytes.data(), bytes.size(), ev);
-            if (n <= 0)
-                continue;
+            if (n <= 0) continue;
             scratch_.clear();
             scratch_.addPacket(0, bytes.data(), static_cast<uint16_t>(n));
             proc(scratch_.data(), scratch_.size(), refCon, nullptr);

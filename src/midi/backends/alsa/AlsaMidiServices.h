@@ -1,5 +1,6 @@
 #pragma once
 
+#include "midi/EndpointIdentity.h"
 #include "midi/MidiPacketList.h"
 #include "midi/MidiServices.h"
 
@@ -28,25 +29,26 @@ public:
     OSStatus portDispose(MIDIPortRef port) override;
     OSStatus destinationCreate(MIDIClientRef client, const QString& name, MIDIReadProc readProc,
                                void* refCon, MIDIEndpointRef* outDest) override;
-    OSStatus sourceCreate(MIDIClientRef client, const QString& name, MIDIEndpointRef* outSrc) override;
-    OSStatus objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property, int32_t value) override;
-    OSStatus objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property, int32_t* outValue) override;
-    OSStatus objectSetStringProperty(MIDIObjectRef obj, MidiProperty property, const QString& value) override;
-    OSStatus objectGetStringProperty(MIDIObjectRef obj, MidiProperty property, QString* outValue) override;
-    OSStatus objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject, MIDIObjectType* outType) override;
+    OSStatus sourceCreate(MIDIClientRef client, const QString& name,
+                          MIDIEndpointRef* outSrc) override;
+    OSStatus objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
+                                      int32_t value) override;
+    OSStatus objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
+                                      int32_t* outValue) override;
+    OSStatus objectSetStringProperty(MIDIObjectRef obj, MidiProperty property,
+                                     const QString& value) override;
+    OSStatus objectGetStringProperty(MIDIObjectRef obj, MidiProperty property,
+                                     QString* outValue) override;
+    OSStatus objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject,
+                                  MIDIObjectType* outType) override;
     OSStatus portDisconnectSource(MIDIPortRef port, MIDIEndpointRef source) override;
     OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) override;
 
 private:
-    struct Endpoint {
+    struct Endpoint : EndpointIdentity {
         int port = -1;
-        bool destination = false;
-        QString name;
         MIDIReadProc readProc = nullptr;
         void* refCon = nullptr;
-        bool hasUniqueID = false;
-        int32_t uniqueID = 0;
-        QString model;
     };
     void receiveLoop();
     void closeClient();

@@ -18,7 +18,9 @@ constexpr size_t kEventHeader = 3; // slot byte, 16-bit size
 constexpr int kReconnectMs = 500;
 constexpr const char* kIntegerType = "http://www.w3.org/2001/XMLSchema#integer";
 
-void quietJackError(const char* message) { qCDebug(lcJack) << message; }
+void quietJackError(const char* message) {
+    qCDebug(lcJack) << message;
+}
 
 struct JackFree {
     void operator()(void* p) const { jack_free(p); }
@@ -27,12 +29,10 @@ struct JackFree {
 // A metadata property of a port, or an empty string.
 QString portProperty(jack_client_t* client, const char* portName, const char* key) {
     jack_port_t* port = jack_port_by_name(client, portName);
-    if (!port)
-        return {};
+    if (!port) return {};
     char* value = nullptr;
     char* type = nullptr;
-    if (jack_get_property(jack_port_uuid(port), key, &value, &type) != 0)
-        return {};
+    if (jack_get_property(jack_port_uuid(port), key, &value, &type) != 0) return {};
     QString out = QString::fromUtf8(value ? value : "");
     jack_free(value);
     jack_free(type);
@@ -40,14 +40,15 @@ QString portProperty(jack_client_t* client, const char* portName, const char* ke
 }
 
 void sleepMs(int ms) {
-    struct timespec ts{ms / 1000, (ms % 1000) * 1000000L};
+    struct timespec ts {
+        ms / 1000, (ms % 1000) * 1000000L
+    };
     nanosleep(&ts, nullptr);
 }
 } // namespace
 
 void JackMidiServices::RingFree::operator()(jack_ringbuffer_t* r) const {
-    if (r)
-        jack_ringbuffer_free(r);
+    if (r) jack_ringbuffer_free(r);
 }
 
 bool JackMidiServices::serverIsRunning() {
@@ -55,8 +56,7 @@ bool JackMidiServices::serverIsRunning() {
     jack_set_info_function(quietJackError);
     jack_status_t status;
     jack_client_t* probe = jack_client_open("gigmora-probe", JackNoStartServer, &status);
-    if (!probe)
-        return false;
+    if (!probe) return false;
     jack_client_close(probe);
     return true;
 }
@@ -75,14 +75,12 @@ JackMidiServices::JackMidiServices()
 JackMidiServices::~JackMidiServices() {
     stopping_ = true;
     sem_post(&inputReady_);
-    if (watchdog_.joinable())
-        watchdog_.join();
+    if (watchdog_.joinable()) watchdog_.join();
     {
         std::lock_guard lock(mutex_);
         closeClient();
     }
-    if (receiver_.joinable())
-        receiver_.join();
+    if (receiver_.joinable()) receiver_.join();
     sem_destroy(&inputReady_);
 }
 
@@ -92,14 +90,12 @@ int JackMidiServices::process(jack_nframes_t nframes, void* arg) {
     bool any = false;
     for (int slot = 0; slot < kSlots; ++slot) {
         jack_port_t* port = self->inPorts_[slot].load(std::memory_order_acquire);
-        if (!port)
-            continue;
+        if (!port) continue;
         void* buffer = jack_port_get_buffer(port, nframes);
         const uint32_t n = jack_midi_get_event_count(buffer);
         for (uint32_t k = 0; k < n; ++k) {
             jack_midi_event_t ev;
-            if (jack_midi_event_get(&ev, buffer, k) != 0 || ev.size > 0xFFFF)
-                continue;
+            if (jack_midi_event_get(&ev, buffer, k) != 0 || ev.size > 0xFFFF) continue;
             if (jack_ringbuffer_write_space(self->inRing_.get()) < kEventHeader + ev.size) {
                 self->dropped_.fetch_add(1, std::memory_order_relaxed);
                 continue;
@@ -108,12 +104,12 @@ int JackMidiServices::process(jack_nframes_t nframes, void* arg) {
             const uint16_t size = static_cast<uint16_t>(ev.size);
             jack_ringbuffer_write(self->inRing_.get(), reinterpret_cast<const char*>(&slotByte), 1);
             jack_ringbuffer_write(self->inRing_.get(), reinterpret_cast<const char*>(&size), 2);
-            jack_ringbuffer_write(self->inRing_.get(), reinterpret_cast<const char*>(ev.buffer), ev.size);
+            jack_ringbuffer_write(self->inRing_.get(), reinterpret_cast<const char*>(ev.buffer),
+                                  ev.size);
             any = true;
         }
     }
-    if (any)
-        sem_post(&self->inputReady_);
+    if (any) sem_post(&self->inputReady_);
 
     std::array<void*, kSlots> outBuffers{};
     for (int slot = 0; slot < kSlots; ++slot)
@@ -127,8 +123,7 @@ int JackMidiServices::process(jack_nframes_t nframes, void* arg) {
         jack_ringbuffer_peek(ring, header, kEventHeader);
         uint16_t size;
         std::memcpy(&size, header + 1, 2);
-        if (jack_ringbuffer_read_space(ring) < kEventHeader + size)
-            break;
+        if (jack_ringbuffer_read_space(ring) < kEventHeader + size) break;
         const int slot = static_cast<uint8_t>(header[0]);
         void* buffer = slot < kSlots ? outBuffers[slot] : nullptr;
         jack_midi_data_t* dst = buffer ? jack_midi_event_reserve(buffer, 0, size) : nullptr;
@@ -165,11 +160,9 @@ void JackMidiServices::receiveLoop() {
             jack_ringbuffer_read_advance(ring, kEventHeader);
             jack_ringbuffer_read(ring, reinterpret_cast<char*>(data.data()), size);
             const int slot = static_cast<uint8_t>(header[0]);
-            if (slot >= kSlots)
-                continue;
+            if (slot >= kSlots) continue;
             MIDIReadProc proc = readTargets_[slot].proc.load(std::memory_order_acquire);
-            if (!proc)
-                continue;
+            if (!proc) continue;
             // One event, one packet list: that is how a sender's messages arrive.
             scratch_.clear();
             scratch_.addPacket(0, data.data(), size);
@@ -202,8 +195,7 @@ void JackMidiServices::notify(MIDINotificationMessageID id) {
 bool JackMidiServices::openClient() {
     jack_status_t status;
     client_ = jack_client_open(clientName_.toUtf8().constData(), JackNoStartServer, &status);
-    if (!client_)
-        return false;
+    if (!client_) return false;
     jack_set_process_callback(client_, &JackMidiServices::process, this);
     jack_set_port_registration_callback(client_, &JackMidiServices::portRegistered, this);
     jack_set_property_change_callback(client_, &JackMidiServices::propertyChanged, this);
@@ -233,20 +225,17 @@ void JackMidiServices::closeClient() {
 }
 
 bool JackMidiServices::registerPort(Endpoint& e) {
-    if (!client_)
-        return false;
+    if (!client_) return false;
     e.port = jack_port_register(client_, e.name.toUtf8().constData(), JACK_DEFAULT_MIDI_TYPE,
                                 e.destination ? JackPortIsInput : JackPortIsOutput, 0);
-    if (!e.port)
-        return false;
+    if (!e.port) return false;
     writeProperties(e);
     (e.destination ? inPorts_ : outPorts_)[e.slot].store(e.port, std::memory_order_release);
     return true;
 }
 
 void JackMidiServices::writeProperties(const Endpoint& e) {
-    if (!client_ || !e.port)
-        return;
+    if (!client_ || !e.port) return;
     const jack_uuid_t uuid = jack_port_uuid(e.port);
     if (e.hasUniqueID)
         jack_set_property(client_, uuid, kUniqueIDKey, QByteArray::number(e.uniqueID).constData(),
@@ -258,19 +247,16 @@ void JackMidiServices::writeProperties(const Endpoint& e) {
 void JackMidiServices::watchdogLoop() {
     while (!stopping_.load()) {
         sleepMs(100);
-        if (!serverGone_.load())
-            continue;
+        if (!serverGone_.load()) continue;
         std::unique_lock lock(mutex_);
-        if (!client_)
-            continue;
+        if (!client_) continue;
         qCWarning(lcJack).noquote() << "The JACK server went away; waiting for it to come back.";
         closeClient();
         while (!stopping_.load()) {
             lock.unlock();
             sleepMs(kReconnectMs);
             lock.lock();
-            if (clientRef_ == 0 || openClient())
-                break;
+            if (clientRef_ == 0 || openClient()) break;
         }
         if (client_)
             qCWarning(lcJack).noquote()
@@ -283,8 +269,7 @@ int JackMidiServices::freeSlot(bool destination) const {
         bool used = false;
         for (const auto& e : endpoints_)
             used = used || (e.destination == destination && e.slot == s);
-        if (!used)
-            return s;
+        if (!used) return s;
     }
     return -1;
 }
@@ -297,23 +282,19 @@ JackMidiServices::Endpoint* JackMidiServices::endpoint(MIDIObjectRef ref) {
 OSStatus JackMidiServices::clientCreate(const QString& name, MIDINotifyProc notifyProc,
                                         void* notifyRefCon, MIDIClientRef* outClient) {
     std::lock_guard lock(mutex_);
-    if (client_)
-        return kMIDIInvalidClient; // one client per process is all the engine needs
+    if (client_) return kMIDIInvalidClient; // one client per process is all the engine needs
     clientName_ = name;
     notifyProc_ = notifyProc;
     notifyRefCon_ = notifyRefCon;
-    if (!openClient())
-        return kMIDIServerStartErr;
+    if (!openClient()) return kMIDIServerStartErr;
     clientRef_ = nextRef_++;
-    if (outClient)
-        *outClient = clientRef_;
+    if (outClient) *outClient = clientRef_;
     return kMidiNoErr;
 }
 
 OSStatus JackMidiServices::clientDispose(MIDIClientRef client) {
     std::lock_guard lock(mutex_);
-    if (client == 0 || client != clientRef_)
-        return kMIDIInvalidClient;
+    if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
     closeClient();
     for (auto& t : readTargets_) {
         t.proc.store(nullptr);
@@ -334,49 +315,41 @@ OSStatus JackMidiServices::destinationCreate(MIDIClientRef client, const QString
                                              MIDIReadProc readProc, void* refCon,
                                              MIDIEndpointRef* outDest) {
     std::lock_guard lock(mutex_);
-    if (client == 0 || client != clientRef_)
-        return kMIDIInvalidClient;
+    if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
     Endpoint e;
     e.destination = true;
     e.name = name;
     e.slot = freeSlot(true);
-    if (e.slot < 0)
-        return kMIDIInvalidPort;
+    if (e.slot < 0) return kMIDIInvalidPort;
     e.readProc = readProc;
     e.refCon = refCon;
     readTargets_[e.slot].refCon.store(refCon);
     readTargets_[e.slot].proc.store(readProc, std::memory_order_release);
-    if (!registerPort(e))
-        return kMIDIInvalidPort;
+    if (!registerPort(e)) return kMIDIInvalidPort;
     const MIDIEndpointRef ref = nextRef_++;
     endpoints_.insert(ref, e);
-    if (outDest)
-        *outDest = ref;
+    if (outDest) *outDest = ref;
     return kMidiNoErr;
 }
 
 OSStatus JackMidiServices::sourceCreate(MIDIClientRef client, const QString& name,
                                         MIDIEndpointRef* outSrc) {
     std::lock_guard lock(mutex_);
-    if (client == 0 || client != clientRef_)
-        return kMIDIInvalidClient;
+    if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
     Endpoint e;
     e.name = name;
     e.slot = freeSlot(false);
-    if (e.slot < 0 || !registerPort(e))
-        return kMIDIInvalidPort;
+    if (e.slot < 0 || !registerPort(e)) return kMIDIInvalidPort;
     const MIDIEndpointRef ref = nextRef_++;
     endpoints_.insert(ref, e);
-    if (outSrc)
-        *outSrc = ref;
+    if (outSrc) *outSrc = ref;
     return kMidiNoErr;
 }
 
 OSStatus JackMidiServices::objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
                                                     int32_t value) {
     std::lock_guard lock(mutex_);
-    if (property != MidiProperty::UniqueID)
-        return kMIDIUnknownProperty;
+    if (property != MidiProperty::UniqueID) return kMIDIUnknownProperty;
     if (Endpoint* e = endpoint(obj)) {
         e->hasUniqueID = true;
         e->uniqueID = value;
@@ -394,15 +367,15 @@ OSStatus JackMidiServices::objectSetIntegerProperty(MIDIObjectRef obj, MidiPrope
 OSStatus JackMidiServices::objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
                                                     int32_t* outValue) {
     std::lock_guard lock(mutex_);
-    if (property != MidiProperty::UniqueID)
-        return kMIDIUnknownProperty;
+    if (property != MidiProperty::UniqueID) return kMIDIUnknownProperty;
     if (Endpoint* e = endpoint(obj); e && e->hasUniqueID) {
         *outValue = e->uniqueID;
         return kMidiNoErr;
     }
     if (foreignPorts_.contains(obj) && client_) {
         bool ok = false;
-        const int v = portProperty(client_, foreignPorts_[obj].toUtf8().constData(), kUniqueIDKey).toInt(&ok);
+        const int v =
+            portProperty(client_, foreignPorts_[obj].toUtf8().constData(), kUniqueIDKey).toInt(&ok);
         if (ok) {
             *outValue = v;
             return kMidiNoErr;
@@ -414,8 +387,7 @@ OSStatus JackMidiServices::objectGetIntegerProperty(MIDIObjectRef obj, MidiPrope
 OSStatus JackMidiServices::objectSetStringProperty(MIDIObjectRef obj, MidiProperty property,
                                                    const QString& value) {
     std::lock_guard lock(mutex_);
-    if (property != MidiProperty::Model)
-        return kMIDIUnknownProperty;
+    if (property != MidiProperty::Model) return kMIDIUnknownProperty;
     if (Endpoint* e = endpoint(obj)) {
         e->model = value;
         writeProperties(*e);
@@ -443,8 +415,7 @@ OSStatus JackMidiServices::objectGetStringProperty(MIDIObjectRef obj, MidiProper
     } else {
         return kMIDIObjectNotFound;
     }
-    if (!client_)
-        return kMIDIObjectNotFound;
+    if (!client_) return kMIDIObjectNotFound;
     if (property == MidiProperty::Model) {
         *outValue = portProperty(client_, portName.constData(), kModelKey);
         return kMidiNoErr;
@@ -456,33 +427,22 @@ OSStatus JackMidiServices::objectGetStringProperty(MIDIObjectRef obj, MidiProper
         jack_port_t* p = jack_port_by_name(client_, portName.constData());
         pretty = p ? QString::fromUtf8(jack_port_short_name(p)) : QString();
     }
-    if (pretty.isEmpty())
-        return kMIDIObjectNotFound;
+    if (pretty.isEmpty()) return kMIDIObjectNotFound;
     *outValue = pretty;
     return kMidiNoErr;
 }
 
 OSStatus JackMidiServices::objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject,
                                                 MIDIObjectType* outType) {
-    if (outObject)
-        *outObject = 0;
+    if (outObject) *outObject = 0;
     std::lock_guard lock(mutex_);
-    for (auto it = endpoints_.cbegin(); it != endpoints_.cend(); ++it)
-        if (it->hasUniqueID && it->uniqueID == id) {
-            if (outObject)
-                *outObject = it.key();
-            if (outType)
-                *outType = it->destination ? kMIDIObjectType_Destination : kMIDIObjectType_Source;
-            return kMidiNoErr;
-        }
-    if (!client_)
-        return kMIDIObjectNotFound;
+    if (EndpointIdentity::find(endpoints_, id, outObject, outType)) return kMidiNoErr;
+    if (!client_) return kMIDIObjectNotFound;
     std::unique_ptr<const char*, JackFree> ports(
         jack_get_ports(client_, nullptr, JACK_DEFAULT_MIDI_TYPE, 0));
     for (const char** p = ports.get(); p && *p; ++p) {
         bool ok = false;
-        if (portProperty(client_, *p, kUniqueIDKey).toInt(&ok) != id || !ok)
-            continue;
+        if (portProperty(client_, *p, kUniqueIDKey).toInt(&ok) != id || !ok) continue;
         const QString name = QString::fromUtf8(*p);
         MIDIObjectRef ref = foreignPorts_.key(name, 0);
         if (!ref) {
@@ -490,11 +450,11 @@ OSStatus JackMidiServices::objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* 
             foreignPorts_.insert(ref, name);
         }
         jack_port_t* port = jack_port_by_name(client_, *p);
-        if (outObject)
-            *outObject = ref;
+        if (outObject) *outObject = ref;
         if (outType)
-            *outType = port && (jack_port_flags(port) & JackPortIsInput) ? kMIDIObjectType_Destination
-                                                                          : kMIDIObjectType_Source;
+            *outType = port && (jack_port_flags(port) & JackPortIsInput)
+                           ? kMIDIObjectType_Destination
+                           : kMIDIObjectType_Source;
         return kMidiNoErr;
     }
     return kMIDIObjectNotFound;
@@ -510,26 +470,21 @@ OSStatus JackMidiServices::received(MIDIEndpointRef source, const MidiPacketList
     {
         std::lock_guard lock(mutex_);
         Endpoint* e = endpoint(source);
-        if (!e || e->destination)
-            return kMIDIInvalidPort;
+        if (!e || e->destination) return kMIDIInvalidPort;
         slot = e->slot;
     }
     std::lock_guard lock(outWriteMutex_);
-    size_t offset = MidiPacketList::kHeaderSize;
-    MidiPacketList::Packet packet;
-    for (uint32_t i = 0; i < list.packetCount(); ++i) {
-        if (!MidiPacketList::packetAt(list.data(), list.size(), offset, &packet))
-            break;
-        offset = packet.next;
+    list.forEachPacket([&](const MidiPacketList::Packet& packet) {
         if (jack_ringbuffer_write_space(outRing_.get()) < kEventHeader + packet.length) {
             dropped_.fetch_add(1);
-            continue;
+            return;
         }
         const uint8_t slotByte = static_cast<uint8_t>(slot);
         jack_ringbuffer_write(outRing_.get(), reinterpret_cast<const char*>(&slotByte), 1);
         jack_ringbuffer_write(outRing_.get(), reinterpret_cast<const char*>(&packet.length), 2);
-        jack_ringbuffer_write(outRing_.get(), reinterpret_cast<const char*>(packet.data), packet.length);
-    }
+        jack_ringbuffer_write(outRing_.get(), reinterpret_cast<const char*>(packet.data),
+                              packet.length);
+    });
     return kMidiNoErr;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "midi/EndpointIdentity.h"
 #include "midi/MidiPacketList.h"
 #include "midi/MidiServices.h"
 
@@ -36,12 +37,18 @@ public:
     OSStatus portDispose(MIDIPortRef port) override;
     OSStatus destinationCreate(MIDIClientRef client, const QString& name, MIDIReadProc readProc,
                                void* refCon, MIDIEndpointRef* outDest) override;
-    OSStatus sourceCreate(MIDIClientRef client, const QString& name, MIDIEndpointRef* outSrc) override;
-    OSStatus objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property, int32_t value) override;
-    OSStatus objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property, int32_t* outValue) override;
-    OSStatus objectSetStringProperty(MIDIObjectRef obj, MidiProperty property, const QString& value) override;
-    OSStatus objectGetStringProperty(MIDIObjectRef obj, MidiProperty property, QString* outValue) override;
-    OSStatus objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject, MIDIObjectType* outType) override;
+    OSStatus sourceCreate(MIDIClientRef client, const QString& name,
+                          MIDIEndpointRef* outSrc) override;
+    OSStatus objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
+                                      int32_t value) override;
+    OSStatus objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
+                                      int32_t* outValue) override;
+    OSStatus objectSetStringProperty(MIDIObjectRef obj, MidiProperty property,
+                                     const QString& value) override;
+    OSStatus objectGetStringProperty(MIDIObjectRef obj, MidiProperty property,
+                                     QString* outValue) override;
+    OSStatus objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject,
+                                  MIDIObjectType* outType) override;
     OSStatus portDisconnectSource(MIDIPortRef port, MIDIEndpointRef source) override;
     OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) override;
 
@@ -51,15 +58,10 @@ public:
 
 private:
     static constexpr int kSlots = 8;
-    struct Endpoint {
+    struct Endpoint : EndpointIdentity {
         int slot = -1;
-        bool destination = false;
-        QString name;
         MIDIReadProc readProc = nullptr;
         void* refCon = nullptr;
-        bool hasUniqueID = false;
-        int32_t uniqueID = 0;
-        QString model;
         jack_port_t* port = nullptr;
     };
     struct ReadTarget {
@@ -77,8 +79,8 @@ private:
     static void serverShutdown(jack_status_t code, const char* reason, void* arg);
     void receiveLoop();
     void watchdogLoop();
-    bool openClient();      // with mutex_ held
-    void closeClient();     // with mutex_ held
+    bool openClient();              // with mutex_ held
+    void closeClient();             // with mutex_ held
     bool registerPort(Endpoint& e); // with mutex_ held
     void writeProperties(const Endpoint& e);
     int freeSlot(bool destination) const;

@@ -31,10 +31,11 @@ public:
         return kMIDIObjectNotFound;
     }
     OSStatus objectFindByUniqueID(MIDIUniqueID, MIDIObjectRef* out, MIDIObjectType*) override {
-        if (out)
-            *out = 0;
+        if (out) *out = 0;
         return kMIDIObjectNotFound;
     }
-    OSStatus portDisconnectSource(MIDIPortRef, MIDIEndpointRef) override { return kMIDIInvalidPort; }
+    OSStatus portDisconnectSource(MIDIPortRef, MIDIEndpointRef) override {
+        return kMIDIInvalidPort;
+    }
     OSStatus received(MIDIEndpointRef, const MidiPacketList&) override { return kMIDIInvalidPort; }
 };
