@@ -12,8 +12,11 @@
 int runApplication(int argc, char** argv) {
     // Without a display (a headless machine) the window is drawn off screen.
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        qWarning(
+            "No display: the window is drawn off screen (MIDI and the stage loop still work).");
+    }
     QApplication app(argc, argv);
     QApplication::setApplicationName("Gigmora");
     QApplication::setQuitOnLastWindowClosed(false);
