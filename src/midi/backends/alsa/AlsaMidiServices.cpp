@@ -8,7 +8,13 @@ namespace {
 constexpr size_t kMaxEvent = 0x10000;
 }
 
+namespace {
+// alsa-lib prints its own errors to standard error; the backend reports in one line instead.
+void quietAlsaError(const char*, int, const char*, int, const char*, ...) {}
+} // namespace
+
 bool AlsaMidiServices::sequencerIsAvailable() {
+    snd_lib_error_set_handler(quietAlsaError);
     snd_seq_t* seq = nullptr;
     if (snd_seq_open(&seq, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK) < 0) return false;
     snd_seq_close(seq);
