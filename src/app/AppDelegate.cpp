@@ -245,23 +245,23 @@ void AppDelegate::controllerMidiDeviceInitialSetAlert() {
     midiDeviceAlert_ = true;
 }
 
-void AppDelegate::midiDevicePopUpAction() {
+void AppDelegate::rebuildMidiAfterDeviceChange() {
     mainMidiObject_->disconnectAllMidi();
     mainMidiObject_->createMidiPort();
-    if (!sharedPrefs_->prefsCreateVirtualPort)
-        mainMidiObject_->perform("connectToMidiSourceWithUniqueID"); // not offered: ends here
-    if (sharedPrefs_->spacebarMidiTrigger)
-        mainMidiObject_->connectToSpacebarMidiSourceWithUniqueID();
-    midiDeviceAlert_ = false;
-}
-
-void AppDelegate::midiSpacebarTriggerDevicePopUpAction() {
-    mainMidiObject_->disconnectAllMidi();
-    mainMidiObject_->createMidiPort();
+    // Not offered by the engine: with the virtual port off the action ends here.
     if (!sharedPrefs_->prefsCreateVirtualPort)
         mainMidiObject_->perform("connectToMidiSourceWithUniqueID");
     if (sharedPrefs_->spacebarMidiTrigger)
         mainMidiObject_->connectToSpacebarMidiSourceWithUniqueID();
+}
+
+void AppDelegate::midiDevicePopUpAction() {
+    rebuildMidiAfterDeviceChange();
+    midiDeviceAlert_ = false;
+}
+
+void AppDelegate::midiSpacebarTriggerDevicePopUpAction() {
+    rebuildMidiAfterDeviceChange();
 }
 
 void AppDelegate::updateAllSongDetailView(qsizetype row) {

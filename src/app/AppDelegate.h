@@ -79,6 +79,7 @@ signals:
 
 private:
     void wireWindow();
+    void rebuildMidiAfterDeviceChange();
     void setFonts();
 
     std::unique_ptr<MidiServices> services_;

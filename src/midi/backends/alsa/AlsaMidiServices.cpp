@@ -24,13 +24,17 @@ bool AlsaMidiServices::sequencerIsAvailable() {
 AlsaMidiServices::AlsaMidiServices() = default;
 
 AlsaMidiServices::~AlsaMidiServices() {
-    std::lock_guard lock(mutex_);
-    closeClient();
+    std::unique_lock lock(mutex_);
+    closeClient(lock);
 }
 
-void AlsaMidiServices::closeClient() {
+void AlsaMidiServices::closeClient(std::unique_lock<std::mutex>& lock) {
+    // The receive thread takes the mutex for each event: join it with the mutex released.
     stopping_ = true;
-    if (receiver_.joinable()) receiver_.join();
+    std::thread receiver = std::move(receiver_);
+    lock.unlock();
+    if (receiver.joinable()) receiver.join();
+    lock.lock();
     stopping_ = false;
     if (encoder_) snd_midi_event_free(std::exchange(encoder_, nullptr));
     if (decoder_) snd_midi_event_free(std::exchange(decoder_, nullptr));
@@ -65,9 +69,9 @@ OSStatus AlsaMidiServices::clientCreate(const QString& name, MIDINotifyProc noti
 }
 
 OSStatus AlsaMidiServices::clientDispose(MIDIClientRef client) {
-    std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
     if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
-    closeClient();
+    closeClient(lock);
     return kMidiNoErr;
 }
 
@@ -75,40 +79,37 @@ OSStatus AlsaMidiServices::portDispose(MIDIPortRef port) {
     return port == 0 ? kMidiNoErr : kMIDIInvalidPort;
 }
 
-OSStatus AlsaMidiServices::destinationCreate(MIDIClientRef client, const QString& name,
-                                             MIDIReadProc readProc, void* refCon,
-                                             MIDIEndpointRef* outDest) {
+OSStatus AlsaMidiServices::createEndpoint(MIDIClientRef client, const QString& name,
+                                          bool destination, MIDIReadProc readProc, void* refCon,
+                                          MIDIEndpointRef* outEndpoint) {
     std::lock_guard lock(mutex_);
     if (!seq_ || client != clientRef_) return kMIDIInvalidClient;
     Endpoint e;
-    e.destination = true;
+    e.destination = destination;
     e.name = name;
     e.readProc = readProc;
     e.refCon = refCon;
-    e.port = snd_seq_create_simple_port(
-        seq_, name.toUtf8().constData(), SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE,
-        SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+    const unsigned caps = destination ? SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE
+                                      : SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
+    e.port =
+        snd_seq_create_simple_port(seq_, name.toUtf8().constData(), caps,
+                                   SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
     if (e.port < 0) return kMIDIInvalidPort;
     const MIDIEndpointRef ref = nextRef_++;
     endpoints_.insert(ref, e);
-    if (outDest) *outDest = ref;
+    if (outEndpoint) *outEndpoint = ref;
     return kMidiNoErr;
+}
+
+OSStatus AlsaMidiServices::destinationCreate(MIDIClientRef client, const QString& name,
+                                             MIDIReadProc readProc, void* refCon,
+                                             MIDIEndpointRef* outDest) {
+    return createEndpoint(client, name, true, readProc, refCon, outDest);
 }
 
 OSStatus AlsaMidiServices::sourceCreate(MIDIClientRef client, const QString& name,
                                         MIDIEndpointRef* outSrc) {
-    std::lock_guard lock(mutex_);
-    if (!seq_ || client != clientRef_) return kMIDIInvalidClient;
-    Endpoint e;
-    e.name = name;
-    e.port = snd_seq_create_simple_port(
-        seq_, name.toUtf8().constData(), SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ,
-        SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
-    if (e.port < 0) return kMIDIInvalidPort;
-    const MIDIEndpointRef ref = nextRef_++;
-    endpoints_.insert(ref, e);
-    if (outSrc) *outSrc = ref;
-    return kMidiNoErr;
+    return createEndpoint(client, name, false, nullptr, nullptr, outSrc);
 }
 
 OSStatus AlsaMidiServices::objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,

@@ -50,8 +50,10 @@ private:
         MIDIReadProc readProc = nullptr;
         void* refCon = nullptr;
     };
+    OSStatus createEndpoint(MIDIClientRef client, const QString& name, bool destination,
+                            MIDIReadProc readProc, void* refCon, MIDIEndpointRef* outEndpoint);
     void receiveLoop();
-    void closeClient();
+    void closeClient(std::unique_lock<std::mutex>& lock); // with mutex_ held through `lock`
 
     std::mutex mutex_;
     snd_seq_t* seq_ = nullptr;

@@ -140,7 +140,15 @@ int JackMidiServices::process(jack_nframes_t nframes, void* arg) {
 
 void JackMidiServices::receiveLoop() {
     std::vector<uint8_t> data(0x10000);
+    uint64_t reportedDrops = 0;
     while (!stopping_.load()) {
+        // The real-time side can only count what it could not carry; say so here.
+        if (const uint64_t drops = dropped_.load(); drops != reportedDrops) {
+            qCWarning(lcJack).noquote()
+                << drops - reportedDrops
+                << "MIDI events were dropped: the JACK ring buffer was full.";
+            reportedDrops = drops;
+        }
         struct timespec deadline;
         clock_gettime(CLOCK_REALTIME, &deadline);
         deadline.tv_nsec += 200 * 1000000L;
@@ -311,39 +319,40 @@ OSStatus JackMidiServices::portDispose(MIDIPortRef port) {
     return port == 0 ? kMidiNoErr : kMIDIInvalidPort;
 }
 
-OSStatus JackMidiServices::destinationCreate(MIDIClientRef client, const QString& name,
-                                             MIDIReadProc readProc, void* refCon,
-                                             MIDIEndpointRef* outDest) {
+OSStatus JackMidiServices::createEndpoint(MIDIClientRef client, const QString& name,
+                                          bool destination, MIDIReadProc readProc, void* refCon,
+                                          MIDIEndpointRef* outEndpoint) {
     std::lock_guard lock(mutex_);
     if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
     Endpoint e;
-    e.destination = true;
+    e.destination = destination;
     e.name = name;
-    e.slot = freeSlot(true);
+    e.slot = freeSlot(destination);
     if (e.slot < 0) return kMIDIInvalidPort;
-    e.readProc = readProc;
-    e.refCon = refCon;
-    readTargets_[e.slot].refCon.store(refCon);
-    readTargets_[e.slot].proc.store(readProc, std::memory_order_release);
-    if (!registerPort(e)) return kMIDIInvalidPort;
+    if (destination) {
+        // Set before the port exists, so that no event can arrive without a reader.
+        readTargets_[e.slot].refCon.store(refCon);
+        readTargets_[e.slot].proc.store(readProc, std::memory_order_release);
+    }
+    if (!registerPort(e)) {
+        if (destination) readTargets_[e.slot].proc.store(nullptr);
+        return kMIDIInvalidPort;
+    }
     const MIDIEndpointRef ref = nextRef_++;
     endpoints_.insert(ref, e);
-    if (outDest) *outDest = ref;
+    if (outEndpoint) *outEndpoint = ref;
     return kMidiNoErr;
+}
+
+OSStatus JackMidiServices::destinationCreate(MIDIClientRef client, const QString& name,
+                                             MIDIReadProc readProc, void* refCon,
+                                             MIDIEndpointRef* outDest) {
+    return createEndpoint(client, name, true, readProc, refCon, outDest);
 }
 
 OSStatus JackMidiServices::sourceCreate(MIDIClientRef client, const QString& name,
                                         MIDIEndpointRef* outSrc) {
-    std::lock_guard lock(mutex_);
-    if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
-    Endpoint e;
-    e.name = name;
-    e.slot = freeSlot(false);
-    if (e.slot < 0 || !registerPort(e)) return kMIDIInvalidPort;
-    const MIDIEndpointRef ref = nextRef_++;
-    endpoints_.insert(ref, e);
-    if (outSrc) *outSrc = ref;
-    return kMidiNoErr;
+    return createEndpoint(client, name, false, nullptr, nullptr, outSrc);
 }
 
 OSStatus JackMidiServices::objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
@@ -460,9 +469,9 @@ OSStatus JackMidiServices::objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* 
     return kMIDIObjectNotFound;
 }
 
-OSStatus JackMidiServices::portDisconnectSource(MIDIPortRef port, MIDIEndpointRef) {
-    // The engine never creates input ports: it listens on its own destination only.
-    return port == 0 ? kMIDIInvalidPort : kMIDIInvalidPort;
+OSStatus JackMidiServices::portDisconnectSource(MIDIPortRef, MIDIEndpointRef) {
+    // This backend has no input ports to disconnect: input arrives at the destinations only.
+    return kMIDIInvalidPort;
 }
 
 OSStatus JackMidiServices::received(MIDIEndpointRef source, const MidiPacketList& list) {
@@ -486,10 +495,4 @@ OSStatus JackMidiServices::received(MIDIEndpointRef source, const MidiPacketList
                               packet.length);
     });
     return kMidiNoErr;
-}
-
-QString JackMidiServices::jackPortName(MIDIEndpointRef ref) {
-    std::lock_guard lock(mutex_);
-    Endpoint* e = endpoint(ref);
-    return e && e->port ? QString::fromUtf8(jack_port_name(e->port)) : QString();
 }

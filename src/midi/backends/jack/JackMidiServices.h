@@ -52,16 +52,10 @@ public:
     OSStatus portDisconnectSource(MIDIPortRef port, MIDIEndpointRef source) override;
     OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) override;
 
-    // Full JACK name of one of our endpoints ("client:port"), for routing and tests.
-    QString jackPortName(MIDIEndpointRef endpoint);
-    uint64_t droppedEvents() const { return dropped_.load(); }
-
 private:
     static constexpr int kSlots = 8;
     struct Endpoint : EndpointIdentity {
-        int slot = -1;
-        MIDIReadProc readProc = nullptr;
-        void* refCon = nullptr;
+        int slot = -1; // index into inPorts_/readTargets_ or outPorts_
         jack_port_t* port = nullptr;
     };
     struct ReadTarget {
@@ -79,6 +73,8 @@ private:
     static void serverShutdown(jack_status_t code, const char* reason, void* arg);
     void receiveLoop();
     void watchdogLoop();
+    OSStatus createEndpoint(MIDIClientRef client, const QString& name, bool destination,
+                            MIDIReadProc readProc, void* refCon, MIDIEndpointRef* outEndpoint);
     bool openClient();              // with mutex_ held
     void closeClient();             // with mutex_ held
     bool registerPort(Endpoint& e); // with mutex_ held
