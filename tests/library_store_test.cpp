@@ -151,6 +151,11 @@ TEST_F(LibraryStore, UnreadableStoreIsReportedAndNeverOverwritten) {
         {"dangling idref",
          QByteArray(valid).replace("</object>",
                                    "<relationship name=\"setlist\" idrefs=\"z9\"/></object>")},
+        {"reference to the wrong entity",
+         QByteArray(valid).replace("</database>",
+                                   "<object type=\"MIDIMESSAGE\" id=\"z2\"></object>"
+                                   "<object type=\"SETLIST\" id=\"z3\"><relationship "
+                                   "name=\"song\" idrefs=\"z1 z2\"/></object></database>")},
         {"bad number", QByteArray(valid).replace("type=\"string\">x", "type=\"int16\">x")},
     };
     for (const auto& bad : cases) {

@@ -8,20 +8,25 @@
 #include "support/LibraryHelpers.h"
 #include "support/StageFixture.h"
 
+#include <QDir>
 #include <QElapsedTimer>
+#include <QSignalSpy>
 #include <QTimer>
 #include <sys/resource.h>
 
 using namespace helpers;
 using Bytes = std::vector<uint8_t>;
 
-namespace {
-const QString kOne = "/music/One.logicx";
-const QString kTwo = "/music/Two \"live\" it's $HOME.logicx";
-const QString kThree = "/music/Three & more.logicx";
-} // namespace
-
-class StageLoop : public StageFixture {};
+class StageLoop : public StageFixture {
+protected:
+    void SetUp() override {
+        StageFixture::SetUp();
+        kOne = project("One.logicx");
+        kTwo = project("Two \"live\" it's $HOME.logicx");
+        kThree = project("Three & more.logicx");
+    }
+    QString kOne, kTwo, kThree;
+};
 
 TEST_F(StageLoop, ProgramChange127OnAnyChannelOpensTheNextSongAfterTheDelay) {
     makeSetlist({kOne, kTwo, kThree});
@@ -75,7 +80,7 @@ TEST_F(StageLoop, SysexTriggerAndTheHoldProgram) {
 }
 
 TEST_F(StageLoop, ASongThatIsNotAProjectSendsNothing) {
-    makeSetlist({kOne, "/music/notes.txt"});
+    makeSetlist({kOne, project("notes.txt")});
     launch();
     selectSetlistRow(0);
     midi->send({0xC0, 0x7F});
@@ -83,7 +88,34 @@ TEST_F(StageLoop, ASongThatIsNotAProjectSendsNothing) {
     waitUntil([] { return false; }, 500);
     EXPECT_EQ(closeCommands(), 0u);
     EXPECT_TRUE(openedFiles().isEmpty());
-    EXPECT_EQ(app->recall()->controllerFileToOpen.toString(), "/music/notes.txt");
+    EXPECT_EQ(app->recall()->controllerFileToOpen.toString(), project("notes.txt"));
+}
+
+// Two triggers inside the DAW delay: both close commands go out, the first opening takes the
+// latest song and the second finds "blank", which is refused. A project moved away since it
+// was added launches nothing either.
+TEST_F(StageLoop, DoubleTapOpensOneProjectAndAMissingProjectNothing) {
+    makeSetlist({kOne, kTwo, kThree});
+    launch();
+    selectSetlistRow(0);
+    QSignalSpy requests(app->recall(), &SongRecall::projectOpenRequested);
+    midi->send({0xC0, 0x7F});
+    ASSERT_TRUE(waitForCloseCommands(1));
+    midi->send({0xC0, 0x7F});
+    ASSERT_TRUE(waitForCloseCommands(2));
+    ASSERT_TRUE(waitUntil([&] { return requests.size() == 2; }));
+    EXPECT_EQ(requests[0], (QVariantList{kThree, true}));
+    EXPECT_EQ(requests[1], (QVariantList{"blank", false}));
+    ASSERT_TRUE(waitForOpened(1));
+    EXPECT_EQ(openedFiles(), QStringList{kThree});
+
+    QDir(kTwo).removeRecursively();
+    selectSetlistRow(1);
+    app->recall()->goToLogicProject();
+    ASSERT_TRUE(waitForCloseCommands(3)) << "the DAW is still told to close";
+    ASSERT_TRUE(waitUntil([&] { return requests.size() == 3; }));
+    EXPECT_EQ(requests[2], (QVariantList{kTwo, false}));
+    EXPECT_EQ(openedFiles(), QStringList{kThree});
 }
 
 TEST_F(StageLoop, FloodOfProgramChangesStaysResponsiveAndAnswersTheLast) {

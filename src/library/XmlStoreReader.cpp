@@ -88,20 +88,30 @@ public:
                 fail("content after </database>");
         }
         check();
-        QSet<quint64> ids;
+        QHash<quint64, const EntityDescription*> ids;
         for (const auto& o : objects) {
             if (ids.contains(o.number))
                 fail(QStringLiteral("the id z%1 is used twice").arg(o.number));
-            ids.insert(o.number);
+            ids.insert(o.number, o.entity);
             lastNumber = std::max(lastNumber, o.number);
         }
         for (const auto& o : objects)
-            for (const auto& [rel, refs] : o.relationships)
-                for (quint64 r : refs)
-                    if (!ids.contains(r))
+            for (const auto& [rel, refs] : o.relationships) {
+                const RelationshipDescription& d = o.entity->relationships()[rel];
+                for (quint64 r : refs) {
+                    const EntityDescription* target = ids.value(r);
+                    if (!target)
                         fail(QStringLiteral("z%1 refers to the missing object z%2")
                                  .arg(o.number)
                                  .arg(r));
+                    if (target->name() != d.destination)
+                        fail(QStringLiteral("z%1's %2 refers to z%3, which is a %4, not a %5")
+                                 .arg(o.number)
+                                 .arg(d.name)
+                                 .arg(r)
+                                 .arg(target->name(), d.destination));
+                }
+            }
         if (uuid.isEmpty()) fail("the store has no UUID");
     }
 

@@ -14,6 +14,24 @@ namespace {
 const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
 constexpr int kMaxDepth = 64;
 constexpr qsizetype kMaxIndexes = 1 << 20;
+// Elements read from the archive, over the whole decoding; far above any real settings file
+// or drag payload, far below what would stall the start-up.
+constexpr qint64 kMaxWork = qint64(1) << 21;
+
+// The items of an array in one walk: libplist looks an index up by walking the list, so
+// reading item by item would be quadratic.
+std::vector<plist_t> arrayItems(plist_t array, size_t limit) {
+    std::vector<plist_t> items;
+    if (!array || plist_get_node_type(array) != PLIST_ARRAY) return items;
+    items.reserve(std::min<size_t>(plist_array_get_size(array), limit));
+    plist_array_iter it = nullptr;
+    plist_array_new_iter(array, &it);
+    plist_t item = nullptr;
+    while (items.size() < limit && (plist_array_next_item(array, it, &item), item))
+        items.push_back(item);
+    free(it);
+    return items;
+}
 
 plist_t dictItem(plist_t dict, const char* key) {
     if (!dict || plist_get_node_type(dict) != PLIST_DICT) return nullptr;
@@ -67,33 +85,41 @@ bool readNumber(plist_t node, double* real, qint64* integer, bool* isInteger) {
 
 struct KeyedUnarchiver::State {
     PlistNode root;
-    plist_t objects = nullptr;
-    uint32_t objectCount = 0;
+    bool valid = false;
+    std::vector<plist_t> objects;
     plist_t current = nullptr;
     QHash<QString, Factory> factories;
     std::vector<std::unique_ptr<KeyedCoding>> owned;
-    QHash<uint64_t, KeyedCoding*> decodedRecords;
+    // Every object decodes once: a shared array referenced from many places costs one walk.
+    QHash<uint64_t, QVariant> decoded;
     QSet<uint64_t> inProgress;
     int depth = 0;
+    qint64 work = 0;
 
-    plist_t object(uint64_t uid) const {
-        if (!objects || uid >= objectCount) return nullptr;
-        return plist_array_get_item(objects, static_cast<uint32_t>(uid));
+    // Counts `elements` of work; false once the archive has cost more than any real one does.
+    bool spend(qint64 elements) {
+        work += elements;
+        return work <= kMaxWork;
     }
+
+    plist_t object(uint64_t uid) const { return uid < objects.size() ? objects[uid] : nullptr; }
     QString className(plist_t dict) const {
         uint64_t cls = 0;
         if (!readUid(dictItem(dict, "$class"), &cls)) return {};
         return readString(dictItem(object(cls), "$classname"));
     }
     QVariant decodeUid(uint64_t uid, KeyedUnarchiver& self);
+    QVariant decodeDict(uint64_t uid, plist_t node, KeyedUnarchiver& self);
     QVariant decodeList(plist_t dict, KeyedUnarchiver& self) {
         plist_t list = dictItem(dict, "NS.objects");
         if (!list || plist_get_node_type(list) != PLIST_ARRAY) return {};
+        if (!spend(plist_array_get_size(list))) return {};
+        const std::vector<plist_t> items = arrayItems(list, SIZE_MAX);
         QVariantList out;
-        const uint32_t n = plist_array_get_size(list);
-        for (uint32_t i = 0; i < n; ++i) {
+        out.reserve(qsizetype(items.size()));
+        for (plist_t item : items) {
             uint64_t uid = 0;
-            if (readUid(plist_array_get_item(list, i), &uid)) out.append(decodeUid(uid, self));
+            if (readUid(item, &uid)) out.append(decodeUid(uid, self));
         }
         return out;
     }
@@ -124,10 +150,15 @@ QVariant KeyedUnarchiver::State::decodeUid(uint64_t uid, KeyedUnarchiver& self) 
     default:
         return {};
     }
-    if (auto it = decodedRecords.constFind(uid); it != decodedRecords.constEnd())
-        return QVariant::fromValue(*it);
-    if (depth >= kMaxDepth || inProgress.contains(uid))
-        return {}; // a cycle or a hostile nesting: treat as absent
+    if (auto it = decoded.constFind(uid); it != decoded.constEnd()) return *it;
+    if (depth >= kMaxDepth || inProgress.contains(uid) || !spend(1))
+        return {}; // a cycle, a hostile nesting or an archive too costly: treat as absent
+    QVariant value = decodeDict(uid, node, self);
+    decoded.insert(uid, value);
+    return value;
+}
+
+QVariant KeyedUnarchiver::State::decodeDict(uint64_t uid, plist_t node, KeyedUnarchiver& self) {
     const QString cls = className(node);
     struct Scope {
         State& s;
@@ -163,18 +194,20 @@ QVariant KeyedUnarchiver::State::decodeUid(uint64_t uid, KeyedUnarchiver& self) 
         cls == "NSMutableOrderedSet" || cls == "NSSet" || cls == "NSMutableSet")
         return decodeList(node, self);
     if (cls == "NSIndexSet" || cls == "NSMutableIndexSet") {
-        IndexSet set;
+        std::vector<qsizetype> indexes;
         plist_t list = dictItem(node, "NSIndexes");
         if (list && plist_get_node_type(list) == PLIST_ARRAY) {
-            const uint32_t n = std::min<uint32_t>(plist_array_get_size(list), kMaxIndexes);
-            for (uint32_t i = 0; i < n; ++i) {
+            if (!spend(std::min<qsizetype>(plist_array_get_size(list), kMaxIndexes))) return {};
+            const std::vector<plist_t> items = arrayItems(list, kMaxIndexes);
+            indexes.reserve(items.size());
+            for (plist_t item : items) {
                 double r;
                 qint64 v;
                 bool isInt;
-                if (readNumber(plist_array_get_item(list, i), &r, &v, &isInt) && v >= 0) set.add(v);
+                if (readNumber(item, &r, &v, &isInt) && v >= 0) indexes.push_back(v);
             }
         }
-        return QVariant::fromValue(set);
+        return QVariant::fromValue(IndexSet::fromIndexes(std::move(indexes)));
     }
     auto f = factories.constFind(cls);
     if (f == factories.constEnd()) return {};
@@ -185,7 +218,6 @@ QVariant KeyedUnarchiver::State::decodeUid(uint64_t uid, KeyedUnarchiver& self) 
     if (!record) return {};
     KeyedCoding* raw = record.get();
     owned.push_back(std::move(record));
-    decodedRecords.insert(uid, raw);
     return QVariant::fromValue(raw);
 }
 
@@ -201,15 +233,15 @@ KeyedUnarchiver::KeyedUnarchiver(const QByteArray& data) : d(std::make_unique<St
     if (!objects || plist_get_node_type(objects) != PLIST_ARRAY || !top ||
         plist_get_node_type(top) != PLIST_DICT)
         return;
-    d->objects = objects;
-    d->objectCount = plist_array_get_size(objects);
+    d->objects = arrayItems(objects, SIZE_MAX);
+    d->valid = true;
     d->current = top;
 }
 
 KeyedUnarchiver::~KeyedUnarchiver() = default;
 
 bool KeyedUnarchiver::isValid() const {
-    return d->objects != nullptr;
+    return d->valid;
 }
 
 void KeyedUnarchiver::registerClass(const QString& className, Factory factory) {

@@ -4,32 +4,51 @@
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
+#include <QThread>
 #include <QTimer>
 #include <array>
 #include <atomic>
 #include <cmath>
 #include <memory>
+#include <mutex>
 #include <sys/eventfd.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
+// One queued job: a plain function (from threads that must not allocate) or a boxed one.
+struct Entry {
+    MainQueue::PlainJob plain = nullptr;
+    MainQueue::Job* boxed = nullptr;
+
+    void run() const {
+        if (plain)
+            guarded("main queue job", plain);
+        else if (boxed)
+            guarded("main queue job", *boxed);
+    }
+    void release() const { delete boxed; }
+};
+
 // Bounded multi-producer, single-consumer ring (per-slot sequence numbers).
-class PlainJobRing {
+class EntryRing {
 public:
-    PlainJobRing() {
+    static constexpr size_t kSize = 1 << 16;
+
+    EntryRing() {
         for (size_t i = 0; i < kSize; ++i)
             slots_[i].seq.store(i, std::memory_order_relaxed);
     }
-    bool push(MainQueue::PlainJob job) noexcept {
+    bool push(Entry entry) noexcept {
         size_t pos = tail_.load(std::memory_order_relaxed);
         for (;;) {
             Slot& s = slots_[pos & (kSize - 1)];
-            size_t seq = s.seq.load(std::memory_order_acquire);
-            auto diff = static_cast<std::ptrdiff_t>(seq) - static_cast<std::ptrdiff_t>(pos);
+            const size_t seq = s.seq.load(std::memory_order_acquire);
+            const auto diff = static_cast<std::ptrdiff_t>(seq) - static_cast<std::ptrdiff_t>(pos);
             if (diff == 0) {
                 if (tail_.compare_exchange_weak(pos, pos + 1, std::memory_order_relaxed)) {
-                    s.job = job;
+                    s.entry = entry;
                     s.seq.store(pos + 1, std::memory_order_release);
                     return true;
                 }
@@ -40,83 +59,155 @@ public:
             }
         }
     }
-    MainQueue::PlainJob pop() noexcept {
+    bool pop(Entry* out) noexcept {
         Slot& s = slots_[head_ & (kSize - 1)];
-        if (s.seq.load(std::memory_order_acquire) != head_ + 1) return nullptr;
-        auto job = s.job;
+        if (s.seq.load(std::memory_order_acquire) != head_ + 1) return false;
+        *out = s.entry;
         s.seq.store(head_ + kSize, std::memory_order_release);
         ++head_;
-        return job;
+        return true;
     }
 
 private:
-    static constexpr size_t kSize = 1 << 16;
     struct Slot {
         std::atomic<size_t> seq;
-        MainQueue::PlainJob job = nullptr;
+        Entry entry;
     };
     std::array<Slot, kSize> slots_;
     std::atomic<size_t> tail_{0};
     size_t head_ = 0;
 };
 
-struct Drain {
-    PlainJobRing ring;
-    int fd = -1;
-    std::unique_ptr<QSocketNotifier> notifier;
-    ~Drain() {
-        notifier.reset();
-        if (fd >= 0) ::close(fd);
+// The serial queue: the ring, and behind it an overflow list that takes every job while it
+// holds any, so that nothing queued after a full ring overtakes what is waiting there.
+class SerialQueue {
+public:
+    SerialQueue() {
+        overflow_.reserve(EntryRing::kSize); // so the MIDI thread can overflow without allocating
+        fd_ = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     }
+    ~SerialQueue() {
+        notifier_.reset();
+        if (fd_ >= 0) ::close(fd_);
+    }
+
+    void attach() {
+        notifier_ = std::make_unique<QSocketNotifier>(fd_, QSocketNotifier::Read);
+        QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { drain(); });
+    }
+
+    void push(Entry entry) noexcept {
+        if (!overflowing_.load(std::memory_order_acquire) && ring_.push(entry)) {
+            wake();
+            return;
+        }
+        {
+            std::lock_guard lock(overflowMutex_);
+            overflowing_.store(true, std::memory_order_release);
+            try {
+                overflow_.push_back(entry);
+            } catch (...) {
+                // Out of memory with a queue this long: the job cannot be kept.
+                entry.release();
+            }
+        }
+        wake();
+    }
+
+private:
+    // A batch a turn, so that a flood never keeps the window from painting.
+    static constexpr int kBatch = 512;
+
+    void wake() noexcept {
+        const uint64_t one = 1;
+        [[maybe_unused]] auto n = ::write(fd_, &one, sizeof one);
+    }
+
+    void drain() {
+        uint64_t count;
+        [[maybe_unused]] auto n = ::read(fd_, &count, sizeof count);
+        int done = 0;
+        Entry entry;
+        while (done < kBatch) {
+            if (ring_.pop(&entry)) {
+                runAndRelease(entry);
+                ++done;
+                continue;
+            }
+            if (next_ == pending_.size() && !takeOverflow()) return;
+            while (next_ < pending_.size() && done < kBatch) {
+                runAndRelease(pending_[next_++]);
+                ++done;
+            }
+        }
+        wake(); // more is waiting: go on in the next turn
+    }
+
+    // Moves the overflow behind what the ring held; false when there was none.
+    bool takeOverflow() {
+        std::lock_guard lock(overflowMutex_);
+        if (overflow_.empty()) {
+            overflowing_.store(false, std::memory_order_release);
+            return false;
+        }
+        pending_.assign(overflow_.begin(), overflow_.end());
+        next_ = 0;
+        overflow_.clear();
+        return true;
+    }
+
+    static void runAndRelease(const Entry& entry) {
+        entry.run();
+        entry.release();
+    }
+
+    EntryRing ring_;
+    std::atomic<bool> overflowing_{false};
+    std::mutex overflowMutex_;
+    std::vector<Entry> overflow_;
+    std::vector<Entry> pending_; // main thread only, run from next_ on
+    size_t next_ = 0;
+    int fd_ = -1;
+    std::unique_ptr<QSocketNotifier> notifier_;
 };
 
-std::atomic<Drain*> g_drain{nullptr};
+std::atomic<SerialQueue*> g_queue{nullptr};
 
-void drainRing(Drain* d) {
-    uint64_t count;
-    [[maybe_unused]] auto n = ::read(d->fd, &count, sizeof count);
-    while (auto job = d->ring.pop())
-        guarded("main queue job", job);
+SerialQueue* queue() {
+    if (SerialQueue* q = g_queue.load(std::memory_order_acquire)) return q;
+    // Installed on first use from the main thread; other threads wait for install().
+    QCoreApplication* app = QCoreApplication::instance();
+    if (app && app->thread() == QThread::currentThread()) {
+        MainQueue::install();
+        return g_queue.load(std::memory_order_acquire);
+    }
+    return nullptr;
 }
 
 } // namespace
 
 void MainQueue::async(Job job) {
-    QObject* context = QCoreApplication::instance();
-    if (!context) return;
-    QMetaObject::invokeMethod(
-        context, [job = std::move(job)] { guarded("main queue job", job); }, Qt::QueuedConnection);
+    SerialQueue* q = queue();
+    if (!q) return;
+    q->push(Entry{nullptr, new Job(std::move(job))});
 }
 
 void MainQueue::after(double seconds, Job job) {
     QObject* context = QCoreApplication::instance();
     if (!context) return;
     const double ms = std::max(0.0, std::round(seconds * 1000.0));
+    // When the time comes the job joins the queue, behind what is already waiting there.
     QTimer::singleShot(std::chrono::milliseconds(static_cast<long long>(ms)), Qt::PreciseTimer,
-                       context, [job = std::move(job)] { guarded("timer", job); });
+                       context, [job = std::move(job)]() mutable { async(std::move(job)); });
 }
 
 void MainQueue::asyncPlain(PlainJob job) noexcept {
-    Drain* d = g_drain.load(std::memory_order_acquire);
-    if (d && d->ring.push(job)) {
-        const uint64_t one = 1;
-        [[maybe_unused]] auto n = ::write(d->fd, &one, sizeof one);
-        return;
-    }
-    // Not installed, or the ring is full under a flood: fall back to the allocating path so
-    // that no trigger is ever dropped.
-    try {
-        async(job);
-    } catch (...) {
-    }
+    if (SerialQueue* q = g_queue.load(std::memory_order_acquire)) q->push(Entry{job, nullptr});
 }
 
 void MainQueue::install() {
-    if (g_drain.load()) return;
-    static Drain drain;
-    drain.fd = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-    drain.notifier = std::make_unique<QSocketNotifier>(drain.fd, QSocketNotifier::Read);
-    QObject::connect(drain.notifier.get(), &QSocketNotifier::activated,
-                     [] { drainRing(g_drain.load()); });
-    g_drain.store(&drain, std::memory_order_release);
+    if (g_queue.load()) return;
+    static SerialQueue serial;
+    serial.attach();
+    g_queue.store(&serial, std::memory_order_release);
 }

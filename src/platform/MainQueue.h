@@ -2,7 +2,8 @@
 
 #include <functional>
 
-// The main thread's job queue. Jobs run later, in order, inside the guard; never a sleep.
+// The main thread's serial job queue: jobs from every thread run later, one at a time, in the
+// order they were queued, inside the guard; never a sleep.
 class MainQueue {
 public:
     using Job = std::function<void()>;
@@ -10,11 +11,11 @@ public:
 
     // Queue a job for a later turn of the event loop; callable from any thread.
     static void async(Job job);
-    // Run a job on the main thread after `seconds`; call from the main thread.
+    // Queue a job after `seconds` (behind whatever is queued by then); call from the main thread.
     static void after(double seconds, Job job);
-    // For threads that must not allocate or lock (MIDI input): a bounded lock-free ring of
-    // plain functions, drained in order on the main thread. Call install() first, on the main
-    // thread, once a QCoreApplication exists.
+    // For threads that must not allocate (MIDI input): the same queue, through a lock-free ring
+    // (and a preallocated overflow when it is full). Dropped until install() has run.
     static void asyncPlain(PlainJob job) noexcept;
+    // Call once on the main thread when a QCoreApplication exists (async does it by itself).
     static void install();
 };

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QProcess>
 #include <QStandardPaths>
@@ -141,6 +142,12 @@ QStringList Workspace::commandLine(const QString& desktopEntryPath, const QStrin
 }
 
 bool Workspace::openFile(const QString& path, const QString& applicationName) {
+    // Like the platform, refuse what is not there rather than start the DAW on nothing; a
+    // relative path would depend on the folder Gigmora happened to start in.
+    if (!QFileInfo(path).isAbsolute() || !QFileInfo::exists(path)) {
+        qCWarning(lcWorkspace).noquote() << "Not opening" << path << ": no such file or folder.";
+        return false;
+    }
     QString name = applicationName;
     if (name.endsWith(QLatin1String(".app"))) name.chop(4);
 #ifdef Q_OS_MACOS

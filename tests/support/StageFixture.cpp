@@ -42,6 +42,12 @@ void StageFixture::TearDown() {
     Alerts::setShared(nullptr);
 }
 
+QString StageFixture::project(const QString& name) {
+    const QString path = TempHome::home() + "/music/" + name;
+    QDir().mkpath(path);
+    return path;
+}
+
 void StageFixture::makeSetlist(const QStringList& paths) {
     ObjectContext& c = *app->managedObjectContext();
     ManagedObject* gig = addSetlist(c, "Gig");

@@ -18,6 +18,8 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
+    // A project folder of that name under the temporary home; its path.
+    static QString project(const QString& name);
     // Songs of the setlist "Gig", in running order.
     void makeSetlist(const QStringList& paths);
     void launch();
