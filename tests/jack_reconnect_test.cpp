@@ -8,8 +8,14 @@
 #include "support/TempHome.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLocalServer>
+#include <QLocalSocket>
 #include <QProcess>
+#include <future>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace helpers;
 
@@ -44,6 +50,157 @@ private:
     QProcess process_;
 };
 } // namespace
+
+namespace {
+// Runs the body against a private server named for this test, restoring the default after.
+class PrivateServerName {
+public:
+    explicit PrivateServerName(const char* what)
+        : previous_(qgetenv("JACK_DEFAULT_SERVER")),
+          name_(QString("gigmora-%1-%2").arg(what).arg(QCoreApplication::applicationPid())) {
+        qputenv("JACK_DEFAULT_SERVER", name_.toUtf8());
+    }
+    ~PrivateServerName() { qputenv("JACK_DEFAULT_SERVER", previous_); }
+    const QString& name() const { return name_; }
+
+private:
+    QByteArray previous_;
+    QString name_;
+};
+
+bool connected(jack_client_t* probe, const QString& from, const QString& to) {
+    jack_port_t* port = jack_port_by_name(probe, from.toUtf8().constData());
+    return port && jack_port_connected_to(port, to.toUtf8().constData());
+}
+} // namespace
+
+// Gigmora starts before any JACK server, keeps looking without blocking the main thread, and
+// brings its ports up when a server appears.
+TEST(JackReconnect, LateServerBringsThePortsUp) {
+    REQUIRE_JACK();
+    PrivateServerName env("late");
+    CountingHost host;
+    MidiHost::setApplicationDelegate(&host);
+    JackMidiServices services;
+    MainMidi engine(services);
+    QElapsedTimer clock;
+    clock.start();
+    engine.createMidiPort();
+    engine.sendLogicClose(); // nowhere to go yet; must not block or crash
+    PrivateServer server(env.name());
+    ASSERT_TRUE(server.start());
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            JackTestClient probe("gigmora-probe-late");
+            return probe.isOpen() &&
+                   !probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty();
+        },
+        15000));
+    JackTestClient controller;
+    ASSERT_TRUE(controller.connectToGigmora());
+    controller.send({0xC0, 0x7F});
+    EXPECT_TRUE(waitUntil([&] { return host.checks > 0; }));
+    MidiHost::setApplicationDelegate(nullptr);
+}
+
+// Connections of Gigmora's ports survive a rebuild of the ports and a restart of the server
+// (once the peer is back); a connection someone undoes stays undone.
+TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
+    REQUIRE_JACK();
+    PrivateServerName env("routes");
+    PrivateServer server(env.name());
+    ASSERT_TRUE(server.start());
+    CountingHost host;
+    MidiHost::setApplicationDelegate(&host);
+    JackMidiServices services;
+    MainMidi engine(services);
+    engine.createMidiPort();
+    const QString in = "Gigmora Midi:Gigmora Virtual Input";
+    const QString out = "Gigmora Midi:Gigmora Virtual Output";
+    auto peer = std::make_unique<JackTestClient>("foot");
+    ASSERT_TRUE(peer->connect(in, out));
+    auto routed = [&] {
+        return connected(peer->client(), "foot:out", in) &&
+               connected(peer->client(), out, "foot:in");
+    };
+    ASSERT_TRUE(waitUntil(routed));
+    waitUntil([] { return false; }, 100); // the connect notifications reach Gigmora
+
+    engine.createMidiPort(); // what the device pop-ups and the virtual-port box do
+    EXPECT_TRUE(waitUntil(routed)) << "restored after the rebuild";
+
+    peer.reset();
+    server.stop();
+    // libjack does not take a client of a dead server being closed while another opens.
+    waitUntil([] { return false; }, 600);
+    ASSERT_TRUE(server.start());
+    peer = std::make_unique<JackTestClient>("foot");
+    ASSERT_TRUE(peer->isOpen());
+    EXPECT_TRUE(waitUntil(routed, 15000)) << "restored when both came back";
+    host.checks = 0;
+    peer->send({0xC0, 0x7F});
+    EXPECT_TRUE(waitUntil([&] { return host.checks > 0; }));
+
+    // The peer goes away and comes back: remembered, restored again.
+    peer.reset();
+    waitUntil([] { return false; }, 800);
+    peer = std::make_unique<JackTestClient>("foot");
+    EXPECT_TRUE(waitUntil(routed)) << "restored when the peer came back";
+
+    // Someone undoes the input connection: it is not made again at the next rebuild.
+    ASSERT_EQ(jack_disconnect(peer->client(), "foot:out", in.toUtf8().constData()), 0);
+    waitUntil([] { return false; }, 800);
+    engine.createMidiPort();
+    EXPECT_TRUE(waitUntil([&] { return connected(peer->client(), out, "foot:in"); }));
+    waitUntil([] { return false; }, 300);
+    EXPECT_FALSE(connected(peer->client(), "foot:out", in));
+    MidiHost::setApplicationDelegate(nullptr);
+}
+
+// While the service thread waits on a server that accepts but never answers, the main thread
+// still sends and looks things up at once.
+TEST(JackReconnect, AHungServerNeverBlocksTheMainThread) {
+    REQUIRE_JACK();
+    PrivateServerName env("hung");
+    auto server = std::make_unique<PrivateServer>(env.name());
+    ASSERT_TRUE(server->start());
+    CountingHost host;
+    MidiHost::setApplicationDelegate(&host);
+    JackMidiServices services;
+    MainMidi engine(services);
+    engine.createMidiPort();
+    server.reset();
+
+    // Where the server listens; it answers nothing.
+    const QString socket = QString("/dev/shm/jack_%1_%2_0").arg(env.name()).arg(getuid());
+    ASSERT_TRUE(waitUntil([&] { return !QFile::exists(socket); }));
+    QLocalServer hung;
+    ASSERT_TRUE(hung.listen(socket)) << hung.errorString().toStdString();
+    QList<QLocalSocket*> callers;
+    QObject::connect(&hung, &QLocalServer::newConnection,
+                     [&] { callers << hung.nextPendingConnection(); });
+    ASSERT_TRUE(waitUntil([&] { return !callers.isEmpty(); }, 10000))
+        << "the service thread is trying to reconnect";
+
+    auto work = std::async(std::launch::async, [&] {
+        for (int i = 0; i < 100; ++i)
+            engine.sendLogicClose();
+        MIDIObjectRef found = 0;
+        MIDIObjectType type;
+        services.objectFindByUniqueID(MainMidi::kVirtualInputUniqueID, &found, &type);
+        QString name;
+        services.objectGetStringProperty(found, MidiProperty::DisplayName, &name);
+        return found;
+    });
+    EXPECT_EQ(work.wait_for(std::chrono::seconds(5)), std::future_status::ready)
+        << "sending waited for the reconnection";
+    hung.close();
+    for (QLocalSocket* c : callers)
+        c->abort();
+    work.wait();
+    EXPECT_EQ(work.get(), engine.destVirtualsrc());
+    MidiHost::setApplicationDelegate(nullptr);
+}
 
 TEST(JackReconnect, ClientAndEndpointsComeBackWithTheServer) {
     REQUIRE_JACK();

@@ -1,5 +1,7 @@
 #include "midi/MainMidi.h"
 #include "midi/MidiHost.h"
+#include "midi/MidiMessageSplitter.h"
+#include "midi/MidiPacketList.h"
 #include "platform/UnknownOperationError.h"
 #include "settings/Prefs.h"
 #include "support/JackAvailable.h"
@@ -76,7 +78,9 @@ TEST_F(MidiEngine, RebuildingKeepsExactlyOneClientWithTheFixedIdentities) {
     EXPECT_EQ(kind, kMIDIObjectType_Source);
 }
 
-TEST_F(MidiEngine, EveryControlMessageGoesOutAsOnePacket) {
+// Every control message goes out on channel 1 whatever the settings say, one MIDI message per
+// JACK event: a button's four controller messages are four events, in order.
+TEST_F(MidiEngine, EveryControlMessageGoesOutOneMessagePerEvent) {
     prefs->prefsSelectedMidiChannel = 10; // never changes a byte
     JackTestClient daw;
     ASSERT_TRUE(daw.connectToGigmora());
@@ -120,12 +124,33 @@ TEST_F(MidiEngine, EveryControlMessageGoesOutAsOnePacket) {
     for (const auto& c : cases) {
         daw.clearReceived();
         (engine.get()->*c.send)();
-        ASSERT_TRUE(daw.waitForEvents(1));
+        const size_t messages = c.bytes.size() == 12 ? 4 : 1;
+        ASSERT_TRUE(daw.waitForEvents(messages));
         waitUntil([] { return false; }, 30); // nothing else follows
         const auto got = daw.received();
-        ASSERT_EQ(got.size(), 1u);
-        EXPECT_EQ(got[0].bytes, c.bytes);
+        ASSERT_EQ(got.size(), messages);
+        Bytes all;
+        for (const auto& e : got) {
+            EXPECT_EQ(e.bytes.size(), c.bytes.size() / messages);
+            all.insert(all.end(), e.bytes.begin(), e.bytes.end());
+        }
+        EXPECT_EQ(all, c.bytes);
     }
+
+    // A message larger than any JACK MIDI buffer is dropped when it is queued and holds up
+    // nothing behind it.
+    daw.clearReceived();
+    MidiPacketList list;
+    std::vector<uint8_t> huge(60000, 0x01);
+    huge.front() = 0xF0;
+    huge.back() = 0xF7;
+    list.addPacket(0, huge.data(), uint16_t(huge.size()));
+    list.addPacket(0, {0xC0, 0x68});
+    EXPECT_EQ(services->received(engine->sourceVirtualsrc(), list), kMidiNoErr);
+    ASSERT_TRUE(daw.waitForEvents(1));
+    waitUntil([] { return false; }, 30);
+    ASSERT_EQ(daw.received().size(), 1u);
+    EXPECT_EQ(daw.received()[0].bytes, (Bytes{0xC0, 0x68}));
 }
 
 TEST_F(MidiEngine, BackupTimersFireOnceEachAndAreNotCancelled) {
@@ -176,4 +201,23 @@ TEST_F(MidiEngine, DeviceNamesFixedAnswersAndUnknownOperations) {
     const MIDIClientRef client = engine->client();
     engine->perform("disconnectAllMidi");
     EXPECT_EQ(engine->client(), client) << "empty hooks change nothing";
+}
+
+// How a run of bytes is cut into the messages that go out one per event.
+TEST(MidiMessageSplitter, CutsAtStatusBytes) {
+    auto split = [](Bytes in) {
+        std::vector<Bytes> out;
+        MidiMessageSplitter::forEach(
+            in.data(), in.size(), [&](const uint8_t* m, size_t n) { out.emplace_back(m, m + n); });
+        return out;
+    };
+    EXPECT_EQ(split({0xB0, 0x0F, 0x0E, 0xC0, 0x68, 0x90, 0x48, 0x7F}),
+              (std::vector<Bytes>{{0xB0, 0x0F, 0x0E}, {0xC0, 0x68}, {0x90, 0x48, 0x7F}}));
+    EXPECT_EQ(split({0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7, 0xF8, 0xC0, 0x7F}),
+              (std::vector<Bytes>{{0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7}, {0xF8}, {0xC0, 0x7F}}));
+    // A status cut short, data with no status, a sysex with no end: passed on as they are.
+    EXPECT_EQ(split({0x90, 0x48, 0xC0, 0x05}), (std::vector<Bytes>{{0x90, 0x48}, {0xC0, 0x05}}));
+    EXPECT_EQ(split({0x10, 0x20, 0xC0, 0x05}), (std::vector<Bytes>{{0x10, 0x20}, {0xC0, 0x05}}));
+    EXPECT_EQ(split({0xF0, 0x01, 0x02}), (std::vector<Bytes>{{0xF0, 0x01, 0x02}}));
+    EXPECT_TRUE(split({}).empty());
 }
