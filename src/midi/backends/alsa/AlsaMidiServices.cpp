@@ -1,16 +1,36 @@
 #include "midi/backends/alsa/AlsaMidiServices.h"
 
+#include "midi/backends/alsa/AlsaMidiCodec.h"
+
+#include <QLoggingCategory>
 #include <alsa/asoundlib.h>
+#include <cerrno>
 #include <poll.h>
+#include <sys/eventfd.h>
+#include <time.h>
+#include <unistd.h>
 #include <vector>
+
+Q_LOGGING_CATEGORY(lcAlsa, "gigmora.midi.alsa", QtInfoMsg)
 
 namespace {
 constexpr size_t kMaxEvent = 0x10000;
-}
+constexpr int kTickMs = 100;
+// How long after an unsubscription we look whether a port went away with it.
+constexpr int kJudgeAfterMs = 500;
 
-namespace {
 // alsa-lib prints its own errors to standard error; the backend reports in one line instead.
 void quietAlsaError(const char*, int, const char*, int, const char*, ...) {}
+
+int64_t nowMs() {
+    struct timespec ts;
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return int64_t(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+}
+
+uint64_t addressId(int client, int port) {
+    return (uint64_t(uint32_t(client)) << 32) | uint32_t(port);
+}
 } // namespace
 
 bool AlsaMidiServices::sequencerIsAvailable() {
@@ -29,33 +49,58 @@ AlsaMidiServices::~AlsaMidiServices() {
 }
 
 void AlsaMidiServices::closeClient(std::unique_lock<std::mutex>& lock) {
-    // The receive thread takes the mutex for each event: join it with the mutex released.
+    // The receive thread takes the mutex for each event: wake it and join it with the mutex
+    // released, so that it ends at once instead of at its next poll timeout.
     stopping_ = true;
+    if (wakeFd_ >= 0) {
+        const uint64_t one = 1;
+        [[maybe_unused]] auto n = ::write(wakeFd_, &one, sizeof one);
+    }
     std::thread receiver = std::move(receiver_);
     lock.unlock();
     if (receiver.joinable()) receiver.join();
     lock.lock();
     stopping_ = false;
-    if (encoder_) snd_midi_event_free(std::exchange(encoder_, nullptr));
-    if (decoder_) snd_midi_event_free(std::exchange(decoder_, nullptr));
-    if (seq_) snd_seq_close(std::exchange(seq_, nullptr)); // its ports go with it
+    {
+        std::lock_guard io(ioMutex_);
+        codec_.reset();
+        inputCodec_.reset();
+        if (seq_) snd_seq_close(std::exchange(seq_, nullptr)); // its ports go with it
+    }
+    if (wakeFd_ >= 0) ::close(std::exchange(wakeFd_, -1));
     endpoints_.clear();
     clientRef_ = 0;
+    ++generation_;
 }
 
 OSStatus AlsaMidiServices::clientCreate(const QString& name, MIDINotifyProc notifyProc,
                                         void* notifyRefCon, MIDIClientRef* outClient) {
     std::lock_guard lock(mutex_);
     if (seq_) return kMIDIInvalidClient;
-    if (snd_seq_open(&seq_, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK) < 0) {
-        seq_ = nullptr;
+    snd_seq_t* seq = nullptr;
+    if (snd_seq_open(&seq, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK) < 0)
+        return kMIDIServerStartErr;
+    auto codec = AlsaMidiCodec::create();
+    auto inputCodec = AlsaMidiCodec::create();
+    const int wake = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (!codec || !inputCodec || wake < 0) {
+        qCWarning(lcAlsa) << "Could not set up the ALSA MIDI encoder, decoder or wake-up; no "
+                             "ALSA client made.";
+        if (wake >= 0) ::close(wake);
+        snd_seq_close(seq);
         return kMIDIServerStartErr;
     }
+    {
+        std::lock_guard io(ioMutex_);
+        seq_ = seq;
+        codec_ = std::move(codec);
+        inputCodec_ = std::move(inputCodec);
+    }
+    wakeFd_ = wake;
     snd_seq_set_client_name(seq_, name.toUtf8().constData());
-    snd_midi_event_new(kMaxEvent, &encoder_);
-    snd_midi_event_new(kMaxEvent, &decoder_);
-    snd_midi_event_no_status(decoder_, 1); // full status bytes, as senders wrote them
-    announcePort_ = snd_seq_create_simple_port(seq_, "announcements", SND_SEQ_PORT_CAP_WRITE,
+    // Ours alone: not offered to other programs as something to connect to.
+    announcePort_ = snd_seq_create_simple_port(seq_, "announcements",
+                                               SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT,
                                                SND_SEQ_PORT_TYPE_APPLICATION);
     if (announcePort_ >= 0)
         snd_seq_connect_from(seq_, announcePort_, SND_SEQ_CLIENT_SYSTEM,
@@ -63,6 +108,7 @@ OSStatus AlsaMidiServices::clientCreate(const QString& name, MIDINotifyProc noti
     notifyProc_ = notifyProc;
     notifyRefCon_ = notifyRefCon;
     clientRef_ = nextRef_++;
+    ++generation_;
     if (outClient) *outClient = clientRef_;
     receiver_ = std::thread([this] { receiveLoop(); });
     return kMidiNoErr;
@@ -91,13 +137,17 @@ OSStatus AlsaMidiServices::createEndpoint(MIDIClientRef client, const QString& n
     e.refCon = refCon;
     const unsigned caps = destination ? SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE
                                       : SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
-    e.port =
-        snd_seq_create_simple_port(seq_, name.toUtf8().constData(), caps,
-                                   SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+    {
+        std::lock_guard io(ioMutex_);
+        e.port = snd_seq_create_simple_port(seq_, name.toUtf8().constData(), caps,
+                                            SND_SEQ_PORT_TYPE_MIDI_GENERIC |
+                                                SND_SEQ_PORT_TYPE_APPLICATION);
+    }
     if (e.port < 0) return kMIDIInvalidPort;
     const MIDIEndpointRef ref = nextRef_++;
     endpoints_.insert(ref, e);
     if (outEndpoint) *outEndpoint = ref;
+    restorePending_ = true; // a rebuilt port gets its remembered subscriptions back
     return kMidiNoErr;
 }
 
@@ -163,50 +213,209 @@ OSStatus AlsaMidiServices::portDisconnectSource(MIDIPortRef, MIDIEndpointRef) {
 }
 
 OSStatus AlsaMidiServices::received(MIDIEndpointRef source, const MidiPacketList& list) {
-    std::lock_guard lock(mutex_);
-    auto it = endpoints_.find(source);
-    if (!seq_ || it == endpoints_.end() || it->destination) return kMIDIInvalidPort;
+    int port = -1;
+    {
+        std::lock_guard lock(mutex_);
+        auto it = endpoints_.find(source);
+        if (!seq_ || it == endpoints_.end() || it->destination) return kMIDIInvalidPort;
+        port = it->port;
+    }
+    std::lock_guard io(ioMutex_);
+    if (!seq_ || !codec_) return kMIDIInvalidPort;
+    int failure = 0;
     list.forEachPacket([&](const MidiPacketList::Packet& packet) {
-        snd_midi_event_reset_encode(encoder_);
-        long pos = 0;
-        while (pos < packet.length) {
-            snd_seq_event_t ev;
-            snd_seq_ev_clear(&ev);
-            const long used =
-                snd_midi_event_encode(encoder_, packet.data + pos, packet.length - pos, &ev);
-            if (used <= 0) break;
-            pos += used;
-            if (ev.type == SND_SEQ_EVENT_NONE) continue;
-            snd_seq_ev_set_source(&ev, it->port);
+        codec_->encode(packet.data, packet.length, [&](const snd_seq_event_t& encoded) {
+            snd_seq_event_t ev = encoded;
+            snd_seq_ev_set_source(&ev, port);
             snd_seq_ev_set_subs(&ev);
             snd_seq_ev_set_direct(&ev);
-            snd_seq_event_output_direct(seq_, &ev);
-        }
+            if (const int rc = snd_seq_event_output_direct(seq_, &ev); rc < 0) failure = rc;
+        });
     });
+    if (failure < 0)
+        qCWarning(lcAlsa).noquote() << "ALSA did not take a MIDI event:" << snd_strerror(failure);
     return kMidiNoErr;
+}
+
+QString AlsaMidiServices::portName(int client, int port) {
+    snd_seq_client_info_t* cinfo;
+    snd_seq_port_info_t* pinfo;
+    snd_seq_client_info_alloca(&cinfo);
+    snd_seq_port_info_alloca(&pinfo);
+    if (!seq_ || snd_seq_get_any_client_info(seq_, client, cinfo) < 0 ||
+        snd_seq_get_any_port_info(seq_, client, port, pinfo) < 0)
+        return {};
+    return QString::fromUtf8(snd_seq_client_info_get_name(cinfo)) + ':' +
+           QString::fromUtf8(snd_seq_port_info_get_name(pinfo));
+}
+
+bool AlsaMidiServices::findPort(const QString& name, int* client, int* port) {
+    if (!seq_) return false;
+    const int self = snd_seq_client_id(seq_);
+    snd_seq_client_info_t* cinfo;
+    snd_seq_port_info_t* pinfo;
+    snd_seq_client_info_alloca(&cinfo);
+    snd_seq_port_info_alloca(&pinfo);
+    snd_seq_client_info_set_client(cinfo, -1);
+    while (snd_seq_query_next_client(seq_, cinfo) >= 0) {
+        const int c = snd_seq_client_info_get_client(cinfo);
+        if (c == self) continue;
+        const QString clientName = QString::fromUtf8(snd_seq_client_info_get_name(cinfo));
+        if (!name.startsWith(clientName + ':')) continue;
+        snd_seq_port_info_set_client(pinfo, c);
+        snd_seq_port_info_set_port(pinfo, -1);
+        while (snd_seq_query_next_port(seq_, pinfo) >= 0) {
+            if (clientName + ':' + QString::fromUtf8(snd_seq_port_info_get_name(pinfo)) != name)
+                continue;
+            *client = c;
+            *port = snd_seq_port_info_get_port(pinfo);
+            return true;
+        }
+    }
+    return false;
+}
+
+void AlsaMidiServices::subscriptionChanged(const snd_seq_event_t& ev, bool subscribed) {
+    const snd_seq_addr_t sender = ev.data.connect.sender;
+    const snd_seq_addr_t dest = ev.data.connect.dest;
+    QString own;
+    snd_seq_addr_t peer{};
+    uint64_t generation = 0;
+    {
+        std::lock_guard lock(mutex_);
+        const int self = seq_ ? snd_seq_client_id(seq_) : -1;
+        for (const auto& e : endpoints_) {
+            const snd_seq_addr_t& mine = e.destination ? dest : sender;
+            if (mine.client == self && mine.port == e.port) {
+                own = e.name;
+                peer = e.destination ? sender : dest;
+            }
+        }
+        generation = generation_;
+    }
+    if (own.isEmpty()) return;
+    QString name;
+    {
+        std::lock_guard io(ioMutex_);
+        name = portName(peer.client, peer.port);
+    }
+    if (name.isEmpty()) return; // the peer is gone: the route stays remembered
+    if (subscribed)
+        routes_.connected(own, name);
+    else
+        routes_.disconnected({own, name, addressId(peer.client, peer.port), generation, nowMs()});
+}
+
+void AlsaMidiServices::restoreRoutes() {
+    struct Own {
+        QString name;
+        int port;
+        bool destination;
+    };
+    std::vector<Own> own;
+    {
+        std::lock_guard lock(mutex_);
+        for (const auto& e : endpoints_)
+            own.push_back({e.name, e.port, e.destination});
+    }
+    std::lock_guard io(ioMutex_);
+    for (const Own& o : own)
+        for (const QString& peer : routes_.peersOf(o.name)) {
+            int client = 0, port = 0;
+            if (!findPort(peer, &client, &port)) continue;
+            const int rc = o.destination ? snd_seq_connect_from(seq_, o.port, client, port)
+                                         : snd_seq_connect_to(seq_, o.port, client, port);
+            if (rc == 0)
+                qCInfo(lcAlsa).noquote()
+                    << "Restored the MIDI connection"
+                    << (o.destination ? peer + " -> " + o.name : o.name + " -> " + peer);
+        }
+}
+
+void AlsaMidiServices::judgeDisconnections() {
+    const auto due = routes_.takeDue(nowMs() - kJudgeAfterMs);
+    if (due.empty()) return;
+    uint64_t generation;
+    {
+        std::lock_guard lock(mutex_);
+        generation = generation_;
+    }
+    std::lock_guard io(ioMutex_);
+    for (const auto& d : due) {
+        int client = 0, port = 0;
+        // Our ports were rebuilt since, or the peer went away: the route stays remembered.
+        if (d.generation != generation || !findPort(d.peer, &client, &port)) continue;
+        if (addressId(client, port) == d.peerId) routes_.forget(d.own, d.peer);
+    }
+}
+
+void AlsaMidiServices::announcement(const snd_seq_event_t& ev) {
+    MIDINotificationMessageID id = kMIDIMsgSetupChanged;
+    switch (ev.type) {
+    case SND_SEQ_EVENT_PORT_START:
+        id = kMIDIMsgObjectAdded;
+        restorePending_ = true; // a remembered peer may be back
+        break;
+    case SND_SEQ_EVENT_PORT_EXIT:
+        id = kMIDIMsgObjectRemoved;
+        break;
+    case SND_SEQ_EVENT_PORT_CHANGE:
+        id = kMIDIMsgPropertyChanged;
+        break;
+    case SND_SEQ_EVENT_PORT_SUBSCRIBED:
+    case SND_SEQ_EVENT_PORT_UNSUBSCRIBED:
+        subscriptionChanged(ev, ev.type == SND_SEQ_EVENT_PORT_SUBSCRIBED);
+        break;
+    default:
+        break;
+    }
+    if (notifyProc_) {
+        const MIDINotification message{id, sizeof(MIDINotification)};
+        notifyProc_(&message, notifyRefCon_);
+    }
 }
 
 void AlsaMidiServices::receiveLoop() {
     std::vector<uint8_t> bytes(kMaxEvent);
-    const int nfds = snd_seq_poll_descriptors_count(seq_, POLLIN);
-    std::vector<pollfd> fds(nfds);
-    snd_seq_poll_descriptors(seq_, fds.data(), nfds, POLLIN);
+    std::vector<pollfd> fds;
+    {
+        std::lock_guard io(ioMutex_);
+        const int n = snd_seq_poll_descriptors_count(seq_, POLLIN);
+        fds.resize(size_t(n));
+        snd_seq_poll_descriptors(seq_, fds.data(), unsigned(n), POLLIN);
+    }
+    fds.push_back({wakeFd_, POLLIN, 0});
+    bool reportedError = false;
     while (!stopping_.load()) {
-        if (poll(fds.data(), fds.size(), 200) <= 0) continue;
-        snd_seq_event_t* ev = nullptr;
-        while (snd_seq_event_input(seq_, &ev) >= 0 && ev) {
+        const int ready = poll(fds.data(), fds.size(), kTickMs);
+        if (ready < 0 && errno != EINTR) {
+            qCWarning(lcAlsa).noquote() << "Waiting for ALSA MIDI input failed:" << strerror(errno);
+            usleep(kTickMs * 1000);
+        }
+        if (fds.back().revents & POLLIN) {
+            uint64_t count;
+            [[maybe_unused]] auto n = ::read(wakeFd_, &count, sizeof count);
+        }
+        bool error = false;
+        for (size_t i = 0; i + 1 < fds.size(); ++i)
+            error = error || (fds[i].revents & (POLLERR | POLLNVAL));
+        if (error && !std::exchange(reportedError, true))
+            qCWarning(lcAlsa) << "The ALSA sequencer reported an error on Gigmora's input.";
+        if (!error) reportedError = false;
+        for (;;) {
+            snd_seq_event_t* ev = nullptr;
+            int rc;
+            {
+                std::lock_guard io(ioMutex_);
+                rc = snd_seq_event_input(seq_, &ev);
+            }
+            if (rc == -ENOSPC) {
+                qCWarning(lcAlsa) << "ALSA MIDI input overran: some events were lost.";
+                continue;
+            }
+            if (rc < 0 || !ev) break;
             if (ev->dest.port == announcePort_) {
-                MIDINotificationMessageID id = kMIDIMsgSetupChanged;
-                if (ev->type == SND_SEQ_EVENT_PORT_START)
-                    id = kMIDIMsgObjectAdded;
-                else if (ev->type == SND_SEQ_EVENT_PORT_EXIT)
-                    id = kMIDIMsgObjectRemoved;
-                else if (ev->type == SND_SEQ_EVENT_PORT_CHANGE)
-                    id = kMIDIMsgPropertyChanged;
-                if (notifyProc_) {
-                    const MIDINotification message{id, sizeof(MIDINotification)};
-                    notifyProc_(&message, notifyRefCon_);
-                }
+                announcement(*ev);
                 continue;
             }
             MIDIReadProc proc = nullptr;
@@ -220,12 +429,14 @@ void AlsaMidiServices::receiveLoop() {
                     }
             }
             if (!proc) continue;
-            snd_midi_event_reset_decode(decoder_);
-            const long n = snd_midi_event_decode(decoder_, bytes.data(), bytes.size(), ev);
-            if (n <= 0) continue;
+            const size_t n = inputCodec_->decode(*ev, bytes.data(), bytes.size());
+            if (n == 0) continue;
             scratch_.clear();
             scratch_.addPacket(0, bytes.data(), static_cast<uint16_t>(n));
             proc(scratch_.data(), scratch_.size(), refCon, nullptr);
         }
+        if (error) usleep(kTickMs * 1000); // no busy loop while the error lasts
+        if (restorePending_.exchange(false)) restoreRoutes();
+        judgeDisconnections();
     }
 }

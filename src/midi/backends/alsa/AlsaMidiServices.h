@@ -2,20 +2,24 @@
 
 #include "midi/EndpointIdentity.h"
 #include "midi/MidiPacketList.h"
+#include "midi/MidiRoutes.h"
 #include "midi/MidiServices.h"
 
 #include <QHash>
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <thread>
 
 typedef struct _snd_seq snd_seq_t;
-typedef struct snd_midi_event snd_midi_event_t;
+typedef struct snd_seq_event snd_seq_event_t;
+class AlsaMidiCodec;
 
 // MIDI through the ALSA sequencer: one client with a writable port (the destination) and a
 // readable port (the source). ALSA has no place for a unique ID or model, so this backend
-// keeps them for its own ports. A receive thread calls the read procedures and turns the
-// system's port announcements into notifications.
+// keeps them for its own ports. A receive thread calls the read procedures, turns the
+// system's port announcements into notifications, and remembers and restores the
+// subscriptions of our ports like the JACK backend does with its connections.
 class AlsaMidiServices : public MidiServices {
 public:
     AlsaMidiServices();
@@ -53,18 +57,29 @@ private:
     OSStatus createEndpoint(MIDIClientRef client, const QString& name, bool destination,
                             MIDIReadProc readProc, void* refCon, MIDIEndpointRef* outEndpoint);
     void receiveLoop();
-    void closeClient(std::unique_lock<std::mutex>& lock); // with mutex_ held through `lock`
+    void announcement(const snd_seq_event_t& ev);
+    void subscriptionChanged(const snd_seq_event_t& ev, bool subscribed);
+    void restoreRoutes();
+    void judgeDisconnections();
+    QString portName(int client, int port); // "client:port" names, or empty; with ioMutex_
+    bool findPort(const QString& name, int* client, int* port); // with ioMutex_
+    void closeClient(std::unique_lock<std::mutex>& lock);       // with mutex_ held through `lock`
 
-    std::mutex mutex_;
+    std::mutex mutex_;   // the state below
+    std::mutex ioMutex_; // the sequencer handle, shared by the receive thread and senders
     snd_seq_t* seq_ = nullptr;
-    snd_midi_event_t* encoder_ = nullptr;
-    snd_midi_event_t* decoder_ = nullptr;
+    std::unique_ptr<AlsaMidiCodec> codec_;      // senders only, under ioMutex_
+    std::unique_ptr<AlsaMidiCodec> inputCodec_; // receive thread only
     int announcePort_ = -1;
+    int wakeFd_ = -1;
     MIDIClientRef clientRef_ = 0;
     MIDIObjectRef nextRef_ = 1;
     QHash<MIDIObjectRef, Endpoint> endpoints_;
     MIDINotifyProc notifyProc_ = nullptr;
     void* notifyRefCon_ = nullptr;
+    MidiRoutes routes_;
+    uint64_t generation_ = 0;
+    std::atomic<bool> restorePending_{false};
     std::atomic<bool> stopping_{false};
     std::thread receiver_;
     MidiPacketList scratch_;

@@ -394,7 +394,7 @@ void JackMidiServices::judgeDisconnections() {
         // Our ports were rebuilt since, or the peer went away: the route stays remembered.
         if (!c || d.generation != generation_.load()) continue;
         jack_port_t* peer = jack_port_by_name(c, d.peer.toUtf8().constData());
-        if (peer && jack_port_uuid(peer) == d.peerUuid) routes_.forget(d.own, d.peer);
+        if (peer && jack_port_uuid(peer) == d.peerId) routes_.forget(d.own, d.peer);
     }
 }
 

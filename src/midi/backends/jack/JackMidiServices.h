@@ -3,7 +3,7 @@
 #include "midi/EndpointIdentity.h"
 #include "midi/MidiPacketList.h"
 #include "midi/MidiServices.h"
-#include "midi/backends/jack/JackRoutes.h"
+#include "midi/MidiRoutes.h"
 
 #include <QHash>
 #include <array>
@@ -115,7 +115,7 @@ private:
     std::atomic<jack_client_t*> liveClient_{nullptr};
     std::atomic<uint64_t> generation_{0};
     std::atomic<bool> restorePending_{false};
-    JackRoutes routes_;
+    MidiRoutes routes_;
 
     // Touched by the real-time thread.
     std::array<std::atomic<jack_port_t*>, kSlots> inPorts_{};

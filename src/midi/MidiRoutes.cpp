@@ -1,17 +1,17 @@
-#include "midi/backends/jack/JackRoutes.h"
+#include "midi/MidiRoutes.h"
 
-void JackRoutes::connected(const QString& own, const QString& peer) {
+void MidiRoutes::connected(const QString& own, const QString& peer) {
     std::lock_guard lock(mutex_);
     QStringList& peers = routes_[own];
     if (!peers.contains(peer)) peers.append(peer);
 }
 
-void JackRoutes::disconnected(Disconnection d) {
+void MidiRoutes::disconnected(Disconnection d) {
     std::lock_guard lock(mutex_);
     pending_.push_back(std::move(d));
 }
 
-std::vector<JackRoutes::Disconnection> JackRoutes::takeDue(int64_t untilMs) {
+std::vector<MidiRoutes::Disconnection> MidiRoutes::takeDue(int64_t untilMs) {
     std::lock_guard lock(mutex_);
     std::vector<Disconnection> due;
     std::erase_if(pending_, [&](Disconnection& d) {
@@ -22,12 +22,12 @@ std::vector<JackRoutes::Disconnection> JackRoutes::takeDue(int64_t untilMs) {
     return due;
 }
 
-void JackRoutes::forget(const QString& own, const QString& peer) {
+void MidiRoutes::forget(const QString& own, const QString& peer) {
     std::lock_guard lock(mutex_);
     routes_[own].removeAll(peer);
 }
 
-QStringList JackRoutes::peersOf(const QString& own) const {
+QStringList MidiRoutes::peersOf(const QString& own) const {
     std::lock_guard lock(mutex_);
     return routes_.value(own);
 }

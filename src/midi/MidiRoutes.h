@@ -11,13 +11,13 @@
 // they can be made again after the ports were rebuilt or the server came back. A connection
 // is forgotten only when someone undoes it while both ports stay: a disconnection is judged
 // a moment later, when it is clear whether a port went away with it. Thread-safe; the lock is
-// never held across a call into JACK.
-class JackRoutes {
+// never held across a call into the MIDI system.
+class MidiRoutes {
 public:
     struct Disconnection {
         QString own;         // our port's short name
         QString peer;        // the peer port's full name
-        uint64_t peerUuid;   // which registration of the peer port it was
+        uint64_t peerId;     // which registration of the peer port it was
         uint64_t generation; // which build of our ports it was
         int64_t atMs;
     };

@@ -1,0 +1,64 @@
+#include "midi/backends/alsa/AlsaMidiCodec.h"
+
+#include <alsa/asoundlib.h>
+#include <gtest/gtest.h>
+
+using Bytes = std::vector<uint8_t>;
+
+namespace {
+std::vector<snd_seq_event_t> encode(AlsaMidiCodec& codec, const Bytes& bytes) {
+    std::vector<snd_seq_event_t> events;
+    codec.encode(bytes.data(), bytes.size(),
+                 [&](const snd_seq_event_t& ev) { events.push_back(ev); });
+    return events;
+}
+Bytes decode(AlsaMidiCodec& codec, const snd_seq_event_t& ev) {
+    Bytes out(0x10000);
+    out.resize(codec.decode(ev, out.data(), out.size()));
+    return out;
+}
+} // namespace
+
+// The bytes Gigmora sends and receives survive ALSA's encoder and decoder unchanged, one
+// sequencer event per MIDI message; no sequencer device is needed for this.
+TEST(AlsaMidiCodec, BytesToEventsAndBack) {
+    auto codec = AlsaMidiCodec::create();
+    ASSERT_TRUE(codec);
+    const std::vector<Bytes> messages = {
+        {0xC0, 0x7F},                         // the next-song trigger
+        {0xC9, 0x7E},                         // 126 on channel 10
+        {0x90, 0x48, 0x64},                   // the spacebar note
+        {0x80, 0x48, 0x00},                   //
+        {0xB0, 0x0F, 0x0E},                   // a control-surface button's first message
+        {0xE3, 0x00, 0x40},                   // pitch bend
+        {0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7}, // close
+        {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7}, // next song
+    };
+    for (const Bytes& m : messages) {
+        const auto events = encode(*codec, m);
+        ASSERT_EQ(events.size(), 1u) << int(m[0]);
+        EXPECT_EQ(decode(*codec, events[0]), m) << int(m[0]);
+    }
+    EXPECT_EQ(encode(*codec, {0xC0, 0x7F})[0].type, SND_SEQ_EVENT_PGMCHANGE);
+    EXPECT_EQ(encode(*codec, {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7})[0].type, SND_SEQ_EVENT_SYSEX);
+
+    // A button press-and-release burst is four events, decoded back with full status bytes.
+    const Bytes burst = {0xB0, 0x0F, 0x0E, 0xB0, 0x2F, 0x43, 0xB0, 0x0F, 0x0E, 0xB0, 0x2F, 0x03};
+    const auto events = encode(*codec, burst);
+    ASSERT_EQ(events.size(), 4u);
+    Bytes back;
+    for (const auto& ev : events) {
+        const Bytes b = decode(*codec, ev);
+        EXPECT_EQ(b.size(), 3u);
+        back.insert(back.end(), b.begin(), b.end());
+    }
+    EXPECT_EQ(back, burst);
+
+    // Running status from a sender: each message comes out whole. A lone data byte or an
+    // unfinished message makes no event.
+    const auto running = encode(*codec, {0xC0, 0x05, 0x06});
+    ASSERT_EQ(running.size(), 2u);
+    EXPECT_EQ(decode(*codec, running[1]), (Bytes{0xC0, 0x06}));
+    EXPECT_TRUE(encode(*codec, {0x05}).empty());
+    EXPECT_TRUE(encode(*codec, {0x90, 0x48}).empty());
+}
