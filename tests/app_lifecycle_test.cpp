@@ -7,6 +7,7 @@
 #include "library/ObjectContext.h"
 #include "library/PersistentStore.h"
 #include "midi/MainMidi.h"
+#include "midi/backends/jack/JackMidiServices.h"
 #include "platform/Error.h"
 #include "platform/Guard.h"
 #include "platform/NotificationCenter.h"
@@ -17,11 +18,13 @@
 #include "support/StageFixture.h"
 #include "support/TempHome.h"
 
+#include <QAction>
 #include <QCheckBox>
 #include <QDir>
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <jack/metadata.h>
+#include <sys/stat.h>
 
 using namespace helpers;
 
@@ -32,7 +35,7 @@ TEST_F(AppLifecycle, FirstLaunchWithAnEmptyStore) {
     const auto setlists = app->managedObjectContext()->executeFetchRequest({"Setlist", {}, {}, 0});
     ASSERT_EQ(setlists.size(), 1);
     EXPECT_EQ(setlists[0]->stringValue("name"), "new Setlist");
-    EXPECT_TRUE(app->filteredArray.isEmpty());
+    EXPECT_TRUE(app->filter()->filteredArray.isEmpty());
     EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), -1) << "row 0 of nothing, no error";
     EXPECT_TRUE(QFileInfo::exists(TempHome::dataHome() + "/Gigmora/Gigmora.gigmoraprefs"));
     EXPECT_TRUE(app->window()->activeButton->isChecked()) << "active by default";
@@ -67,6 +70,41 @@ TEST_F(AppLifecycle, SignalQuitSavesWithoutAsking) {
     EXPECT_EQ(quit.count(), 1);
     EXPECT_TRUE(alerts.shownAlerts.isEmpty());
     EXPECT_TRUE(readFile(storePath()).contains("Late addition"));
+}
+
+// A quit with nothing changed since the last save leaves the store file alone.
+TEST_F(AppLifecycle, QuitWithoutChangesWritesNothing) {
+    launch();
+    app->requestQuit(); // the first launch made a setlist: that is saved
+    app.reset();
+    struct stat before {};
+    ASSERT_EQ(stat(storePath().toUtf8().constData(), &before), 0);
+    app = std::make_unique<AppDelegate>(std::make_unique<JackMidiServices>());
+    app->applicationDidFinishLaunching();
+    app->requestQuit();
+    app->quitFromSignal();
+    struct stat after {};
+    ASSERT_EQ(stat(storePath().toUtf8().constData(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino) << "the file was written again";
+}
+
+// A store that cannot be opened is reported once at start-up; each later request (Undo here)
+// tries again and reports again.
+TEST_F(AppLifecycle, ABrokenStoreIsReportedOnceAtLaunch) {
+    app.reset();
+    writeFile(storePath(), "not a store");
+    alerts.presentedErrors.clear();
+    app = std::make_unique<AppDelegate>(std::make_unique<JackMidiServices>());
+    app->applicationDidFinishLaunching();
+    processEvents();
+    EXPECT_EQ(alerts.presentedErrors.size(), 1);
+    QAction* undo = nullptr;
+    for (QAction* a : app->window()->findChildren<QAction*>())
+        if (a->text() == "&Undo") undo = a;
+    ASSERT_TRUE(undo);
+    undo->trigger();
+    EXPECT_EQ(alerts.presentedErrors.size(), 2);
+    EXPECT_EQ(readFile(storePath()), "not a store");
 }
 
 TEST_F(AppLifecycle, WindowQuitFollowsTheSaveRule) {

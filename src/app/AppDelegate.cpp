@@ -45,7 +45,8 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
     allSetlists_ = new ArrayController(this);
     allSongs_ = new ArrayController(this);
     currentSetlist_ = new ArrayController(this);
-    // Binding the controllers to the library opens the store, as loading the window does.
+    // Binding the controllers to the library opens the store, as loading the window does; the
+    // rest of the launch uses this one request, so a store that fails is reported once.
     ObjectContext* context = library_->managedObjectContext();
     allSetlists_->setManagedObjectContext(context);
     allSetlists_->setEntityName("Setlist");
@@ -60,7 +61,7 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
     window_ = std::make_unique<MainWindow>();
     recall_ = new SongRecall(this);
     dispatch_ = new TriggerDispatch(this);
-    wireWindow();
+    wireWindow(context);
 }
 
 AppDelegate::~AppDelegate() {
@@ -75,7 +76,7 @@ ObjectContext* AppDelegate::managedObjectContext() {
     return library_->managedObjectContext();
 }
 
-void AppDelegate::wireWindow() {
+void AppDelegate::wireWindow(ObjectContext* context) {
     MainWindow* w = window_.get();
     w->myTopListOfSetlistsTableView->addTableColumn("name", "Setlists", true);
     w->myTopListOfSetlistsTableView->bind("content", allSetlists_, "arrangedObjects");
@@ -94,7 +95,7 @@ void AppDelegate::wireWindow() {
     recall_->notificationSender = this;
     recall_->mainMidiObject = mainMidiObject_;
     recall_->sharedPrefs = sharedPrefs_.get();
-    recall_->context = managedObjectContext();
+    recall_->context = context;
     recall_->returnFilteredArray = [this] { return filter_->returnFilteredArray(); };
     recall_->mainView = w->mainView;
     recall_->performanceView = w->performanceView;
@@ -156,8 +157,7 @@ void AppDelegate::setFonts() {
 
 void AppDelegate::applicationDidFinishLaunching() {
     allSongs_->fetch();
-    songsArrayToCheck = allSongs_->arrangedObjects();
-    filteredArray = LibraryFilter::removeDuplicatesInArray(songsArrayToCheck);
+    filter_->returnFilteredArray();
     filter_->checkNumberOfSetlists();
     filter_->checkNumberOfSongs();
     filter_->makePredicateTemplate();
@@ -300,7 +300,7 @@ qsizetype AppDelegate::numberOfRowsInTableView(TableView*) {
 }
 
 QVariant AppDelegate::objectValue(TableView*, const QString& column, qsizetype row) {
-    const auto& songs = filter_->filteredArray;
+    const QList<ManagedObject*> songs = filter_->returnFilteredArray();
     if (row < 0 || row >= songs.size()) return {};
     return songs[row]->value(column);
 }

@@ -71,14 +71,12 @@ public:
     ArrayController* allSetlistsArrayController() const { return allSetlists_; }
     ArrayController* allSongsArrayController() const { return allSongs_; }
     ArrayController* currentSetlistArrayController() const { return currentSetlist_; }
-    QList<ManagedObject*> songsArrayToCheck;
-    QList<ManagedObject*> filteredArray;
 
 signals:
     void quitRequested();
 
 private:
-    void wireWindow();
+    void wireWindow(ObjectContext* context);
     void rebuildMidiAfterDeviceChange();
     void setFonts();
 

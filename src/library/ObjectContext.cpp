@@ -135,6 +135,7 @@ bool ObjectContext::save(Error* error) {
                            "The store could not be opened.", nullptr};
         return false;
     }
+    if (!hasChanges_) return true; // nothing to write, as the platform's save does
     if (!store_->save(*this, error)) return false;
     hasChanges_ = false;
     return true;
