@@ -134,6 +134,9 @@ QStringList Workspace::commandLine(const QString& desktopEntryPath, const QStrin
             }
             // Deprecated and unknown codes are dropped.
         }
+        // An argument made only of codes that expand to nothing goes, rather than becoming
+        // an empty argument; a quoted empty one ("") stays.
+        if (expanded.isEmpty() && !arg.isEmpty()) continue;
         out << expanded;
     }
     if (!passedFile && !out.isEmpty())
