@@ -69,6 +69,95 @@ int depthOf(const QVariant& v) {
         ++depth;
     return depth;
 }
+// Writes binary property lists byte by byte: libplist's own writer takes longer over a
+// million entries than the decoding under test. Object references are four bytes wide, and
+// many references may share one object.
+class Bplist {
+public:
+    uint32_t string(const char* s) {
+        const uint32_t ref = begin();
+        const uint32_t len = qstrlen(s);
+        marker(0x50, len);
+        out_.append(s);
+        return ref;
+    }
+    uint32_t integer(uint32_t v) {
+        const uint32_t ref = begin();
+        out_.append(char(0x12));
+        be(v, 4);
+        return ref;
+    }
+    uint32_t uid(uint8_t v) {
+        const uint32_t ref = begin();
+        out_.append(char(0x80)).append(char(v));
+        return ref;
+    }
+    uint32_t array(const std::vector<uint32_t>& refs) {
+        const uint32_t ref = begin();
+        marker(0xA0, uint32_t(refs.size()));
+        for (uint32_t r : refs)
+            be(r, 4);
+        return ref;
+    }
+    uint32_t dict(const std::vector<std::pair<uint32_t, uint32_t>>& entries) {
+        const uint32_t ref = begin();
+        marker(0xD0, uint32_t(entries.size()));
+        for (const auto& e : entries)
+            be(e.first, 4);
+        for (const auto& e : entries)
+            be(e.second, 4);
+        return ref;
+    }
+    // A keyed archive: $objects are the given references, $top's root is $objects[1].
+    QByteArray keyedArchive(const std::vector<uint32_t>& objects) {
+        const uint32_t top = dict({{string("root"), uid(1)}});
+        const uint32_t root = dict({{string("$archiver"), string("NSKeyedArchiver")},
+                                    {string("$version"), integer(100000)},
+                                    {string("$top"), top},
+                                    {string("$objects"), array(objects)}});
+        const uint64_t table = uint64_t(out_.size());
+        for (uint32_t o : offsets_)
+            be(o, 4);
+        out_.append(QByteArray(6, 0)).append(char(4)).append(char(4));
+        be(offsets_.size(), 8);
+        be(root, 8);
+        be(table, 8);
+        return out_;
+    }
+
+private:
+    uint32_t begin() {
+        offsets_.push_back(uint32_t(out_.size()));
+        return uint32_t(offsets_.size() - 1);
+    }
+    void marker(uint8_t kind, uint32_t count) {
+        if (count < 15) {
+            out_.append(char(kind | count));
+        } else {
+            out_.append(char(kind | 0x0F)).append(char(0x12));
+            be(count, 4);
+        }
+    }
+    void be(uint64_t v, int bytes) {
+        for (int i = bytes - 1; i >= 0; --i)
+            out_.append(char((v >> (8 * i)) & 0xFF));
+    }
+    QByteArray out_{"bplist00"};
+    std::vector<uint32_t> offsets_;
+};
+
+QByteArray indexSetArchive(const std::vector<uint32_t>& indexes) {
+    Bplist b;
+    std::vector<uint32_t> numbers;
+    numbers.reserve(indexes.size());
+    for (uint32_t v : indexes)
+        numbers.push_back(b.integer(v));
+    const uint32_t cls = b.dict({{b.string("$classname"), b.string("NSMutableIndexSet")}});
+    const uint32_t set =
+        b.dict({{b.string("$class"), b.uid(2)}, {b.string("NSIndexes"), b.array(numbers)}});
+    return b.keyedArchive({b.string("$null"), set, cls});
+}
+
 } // namespace
 
 // Each level refers twice to the level below: 2^40 paths in 41 objects. Decoding every
@@ -109,91 +198,27 @@ TEST(CraftedArchive, DeepNestingAndCyclesEndAsAbsent) {
 // An archive far larger than any real one: the total work is capped and what is past the cap
 // reads as absent.
 TEST(CraftedArchive, TotalWorkIsCapped) {
-    Archive a;
-    const std::vector<uint64_t> many(1 << 20, 0);
-    std::vector<uint64_t> lists;
-    for (int i = 0; i < 3; ++i)
-        lists.push_back(a.add(a.array(many)));
+    Bplist b;
+    const uint32_t null = b.string("$null");
+    const uint32_t absent = b.uid(0);
+    const std::vector<uint32_t> many(1 << 20, absent); // a million references to $null
+    // $objects: $null, the outer list, its class, then three lists of a million each.
+    const uint32_t cls = b.dict({{b.string("$classname"), b.string("NSArray")}});
+    std::vector<uint32_t> lists, listUids;
+    for (uint8_t i = 0; i < 3; ++i) {
+        lists.push_back(
+            b.dict({{b.string("$class"), b.uid(2)}, {b.string("NS.objects"), b.array(many)}}));
+        listUids.push_back(b.uid(uint8_t(3 + i)));
+    }
+    const uint32_t outer =
+        b.dict({{b.string("$class"), b.uid(2)}, {b.string("NS.objects"), b.array(listUids)}});
     const QVariantList capped =
-        KeyedUnarchiver::unarchiveObjectWithData(a.data(a.add(a.array(lists)))).toList();
+        KeyedUnarchiver::unarchiveObjectWithData(
+            b.keyedArchive({null, outer, cls, lists[0], lists[1], lists[2]}))
+            .toList();
     ASSERT_EQ(capped.size(), 3);
     EXPECT_EQ(capped.first().toList().size(), 1 << 20) << "the first list is read";
     EXPECT_FALSE(capped.last().isValid()) << "the rest is past the cap";
-}
-
-// A keyed archive whose root is an index set of `indexes`, written byte by byte: libplist's
-// own writer takes longer over a million numbers than the decoding under test.
-QByteArray indexSetArchive(const std::vector<uint32_t>& indexes) {
-    QByteArray out("bplist00");
-    std::vector<uint32_t> offsets;
-    auto be = [&](uint64_t v, int bytes) {
-        for (int i = bytes - 1; i >= 0; --i)
-            out.append(char((v >> (8 * i)) & 0xFF));
-    };
-    auto object = [&] { offsets.push_back(uint32_t(out.size())); };
-    auto string = [&](const char* s) {
-        object();
-        const uint len = qstrlen(s);
-        if (len < 15) {
-            out.append(char(0x50 | len));
-        } else {
-            out.append(char(0x5F)).append(char(0x12));
-            be(len, 4);
-        }
-        out.append(s);
-    };
-    auto refs = [&](std::initializer_list<uint32_t> list) {
-        for (uint32_t r : list)
-            be(r, 4);
-    };
-    object(); // 0: the root dictionary
-    out.append(char(0xD4));
-    refs({1, 2, 3, 4, 5, 6, 7, 8});
-    for (const char* s : {"$archiver", "$version", "$top", "$objects", "NSKeyedArchiver"})
-        string(s); // 1 to 5
-    object();      // 6: $version
-    out.append(char(0x12));
-    be(100000, 4);
-    object(); // 7: $top
-    out.append(char(0xD1));
-    refs({9, 10});
-    object(); // 8: $objects
-    out.append(char(0xA3));
-    refs({11, 12, 13});
-    string("root"); // 9
-    object();       // 10: UID 1
-    out.append(char(0x80)).append(char(1));
-    string("$null"); // 11
-    object();        // 12: the index set
-    out.append(char(0xD2));
-    refs({14, 16, 15, 17});
-    object(); // 13: its class
-    out.append(char(0xD1));
-    refs({18, 19});
-    string("$class"); // 14
-    object();         // 15: UID 2
-    out.append(char(0x80)).append(char(2));
-    string("NSIndexes"); // 16
-    object();            // 17: the list
-    out.append(char(0xAF)).append(char(0x12));
-    be(indexes.size(), 4);
-    for (size_t i = 0; i < indexes.size(); ++i)
-        be(20 + i, 4);
-    string("$classname");        // 18
-    string("NSMutableIndexSet"); // 19
-    for (uint32_t v : indexes) {
-        object();
-        out.append(char(0x12));
-        be(v, 4);
-    }
-    const uint64_t table = uint64_t(out.size());
-    for (uint32_t o : offsets)
-        be(o, 4);
-    out.append(QByteArray(6, 0)).append(char(4)).append(char(4));
-    be(offsets.size(), 8);
-    be(0, 8);
-    be(table, 8);
-    return out;
 }
 
 // A million indexes in descending order: sorted once, not inserted one by one.

@@ -323,6 +323,13 @@ bool JackMidiServices::connectClient() {
             ++generation_;
             for (auto it = wanted.begin(); it != wanted.end(); ++it)
                 if (Endpoint* e = endpoint(it.key()); e && it->port) publish(*e, it->port);
+            // Endpoints made while we were connecting get their ports now.
+            for (auto& e : endpoints_)
+                if (!e.port)
+                    if (jack_port_t* port = registerPort(c, e)) {
+                        publish(e, port);
+                        writeProperties(c, e);
+                    }
             if (std::exchange(serverLost_, false))
                 news = "The JACK server is back; %1 and its ports are there again.";
             else if (std::exchange(waitingForServer_, false))
