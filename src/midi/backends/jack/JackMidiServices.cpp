@@ -301,10 +301,8 @@ bool JackMidiServices::connectClient() {
     jack_set_port_connect_callback(c, &JackMidiServices::portConnected, this);
     jack_set_property_change_callback(c, &JackMidiServices::propertyChanged, this);
     jack_on_info_shutdown(c, &JackMidiServices::serverShutdown, this);
-    for (auto& e : wanted) {
+    for (auto& e : wanted)
         e.port = registerPort(c, e);
-        writeProperties(c, e);
-    }
     maxEventSize_.store(jack_port_type_get_buffer_size(c, JACK_DEFAULT_MIDI_TYPE) -
                         kBufferOverhead);
     serverGone_ = false;
@@ -312,6 +310,10 @@ bool JackMidiServices::connectClient() {
         jack_client_close(c);
         return false;
     }
+    // Only now the identities: a port found by its unique ID can be connected at once (JACK
+    // refuses connections to a client that is not active yet).
+    for (const auto& e : wanted)
+        writeProperties(c, e);
     bool installed = false;
     QString news;
     {
