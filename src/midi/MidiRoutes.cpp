@@ -29,5 +29,9 @@ void MidiRoutes::forget(const QString& own, const QString& peer) {
 
 QStringList MidiRoutes::peersOf(const QString& own) const {
     std::lock_guard lock(mutex_);
-    return routes_.value(own);
+    QStringList peers = routes_.value(own);
+    // Not while a disconnection is still being judged: it may have been meant.
+    for (const Disconnection& d : pending_)
+        if (d.own == own) peers.removeAll(d.peer);
+    return peers;
 }

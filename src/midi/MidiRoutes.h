@@ -27,6 +27,7 @@ public:
     // Disconnections that happened at or before `untilMs`, taken out for judgement.
     std::vector<Disconnection> takeDue(int64_t untilMs);
     void forget(const QString& own, const QString& peer);
+    // The remembered peers of `own`, less those whose disconnection is still being judged.
     QStringList peersOf(const QString& own) const;
 
 private:

@@ -344,8 +344,14 @@ void AlsaMidiServices::judgeDisconnections() {
     for (const auto& d : due) {
         int client = 0, port = 0;
         // Our ports were rebuilt since, or the peer went away: the route stays remembered.
-        if (d.generation != generation || !findPort(d.peer, &client, &port)) continue;
-        if (addressId(client, port) == d.peerId) routes_.forget(d.own, d.peer);
+        if (d.generation != generation || !findPort(d.peer, &client, &port)) {
+            restorePending_ = true;
+            continue;
+        }
+        if (addressId(client, port) == d.peerId)
+            routes_.forget(d.own, d.peer);
+        else
+            restorePending_ = true; // kept: it may be back already
     }
 }
 

@@ -401,9 +401,15 @@ void JackMidiServices::judgeDisconnections() {
     jack_client_t* c = liveClient_.load();
     for (const auto& d : due) {
         // Our ports were rebuilt since, or the peer went away: the route stays remembered.
-        if (!c || d.generation != generation_.load()) continue;
+        if (!c || d.generation != generation_.load()) {
+            restorePending_.store(true);
+            continue;
+        }
         jack_port_t* peer = jack_port_by_name(c, d.peer.toUtf8().constData());
-        if (peer && jack_port_uuid(peer) == d.peerId) routes_.forget(d.own, d.peer);
+        if (peer && jack_port_uuid(peer) == d.peerId)
+            routes_.forget(d.own, d.peer);
+        else
+            restorePending_.store(true); // kept: it may be back already
     }
 }
 
