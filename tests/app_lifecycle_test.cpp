@@ -1,5 +1,5 @@
 #include "app/MainWindow.h"
-#include "editing/LibraryFilter.h"
+#include "library/LibraryFilter.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"

@@ -3,7 +3,7 @@
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
-#include "platform/ScriptedAlerts.h"
+#include "support/ScriptedAlerts.h"
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 

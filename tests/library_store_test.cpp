@@ -6,7 +6,7 @@
 #include "library/OrderedRelation.h"
 #include "library/PersistentStore.h"
 #include "platform/Error.h"
-#include "platform/ScriptedAlerts.h"
+#include "support/ScriptedAlerts.h"
 #include "platform/UnknownKeyError.h"
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"

@@ -1,7 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/MainWindow.h"
-#include "editing/LibraryFilter.h"
+#include "library/LibraryFilter.h"
 #include "library/ArrayController.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryStack.h"

@@ -1,6 +1,6 @@
 #include "app/ExportCommand.h"
 
-#include "editing/LibraryFilter.h"
+#include "library/LibraryFilter.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"

@@ -1,4 +1,4 @@
-#include "editing/LibraryFilter.h"
+#include "library/LibraryFilter.h"
 
 #include "library/ArrayController.h"
 #include "library/FetchRequest.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/AppDelegate.h"
-#include "platform/ScriptedAlerts.h"
+#include "support/ScriptedAlerts.h"
 #include "support/JackTestClient.h"
 
 #include <QStringList>
