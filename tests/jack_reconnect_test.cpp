@@ -8,7 +8,6 @@
 #include "support/TempHome.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -68,6 +67,18 @@ private:
     QString name_;
 };
 
+// Gigmora's MIDI side: a host that counts triggers, the JACK backend, the engine and its ports.
+struct Gigmora {
+    CountingHost host;
+    JackMidiServices services;
+    MainMidi engine{services};
+    Gigmora() {
+        MidiHost::setApplicationDelegate(&host);
+        engine.createMidiPort();
+    }
+    ~Gigmora() { MidiHost::setApplicationDelegate(nullptr); }
+};
+
 bool connected(jack_client_t* probe, const QString& from, const QString& to) {
     jack_port_t* port = jack_port_by_name(probe, from.toUtf8().constData());
     return port && jack_port_connected_to(port, to.toUtf8().constData());
@@ -79,14 +90,8 @@ bool connected(jack_client_t* probe, const QString& from, const QString& to) {
 TEST(JackReconnect, LateServerBringsThePortsUp) {
     REQUIRE_JACK();
     PrivateServerName env("late");
-    CountingHost host;
-    MidiHost::setApplicationDelegate(&host);
-    JackMidiServices services;
-    MainMidi engine(services);
-    QElapsedTimer clock;
-    clock.start();
-    engine.createMidiPort();
-    engine.sendLogicClose(); // nowhere to go yet; must not block or crash
+    Gigmora g;
+    g.engine.sendLogicClose(); // nowhere to go yet; must not block or crash
     PrivateServer server(env.name());
     ASSERT_TRUE(server.start());
     EXPECT_TRUE(waitUntil(
@@ -99,8 +104,7 @@ TEST(JackReconnect, LateServerBringsThePortsUp) {
     JackTestClient controller;
     ASSERT_TRUE(controller.connectToGigmora());
     controller.send({0xC0, 0x7F});
-    EXPECT_TRUE(waitUntil([&] { return host.checks > 0; }));
-    MidiHost::setApplicationDelegate(nullptr);
+    EXPECT_TRUE(waitUntil([&] { return g.host.checks > 0; }));
 }
 
 // Connections of Gigmora's ports survive a rebuild of the ports and a restart of the server
@@ -110,11 +114,7 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     PrivateServerName env("routes");
     PrivateServer server(env.name());
     ASSERT_TRUE(server.start());
-    CountingHost host;
-    MidiHost::setApplicationDelegate(&host);
-    JackMidiServices services;
-    MainMidi engine(services);
-    engine.createMidiPort();
+    Gigmora g;
     const QString in = "Gigmora Midi:Gigmora Virtual Input";
     const QString out = "Gigmora Midi:Gigmora Virtual Output";
     auto peer = std::make_unique<JackTestClient>("foot");
@@ -126,7 +126,7 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     ASSERT_TRUE(waitUntil(routed));
     waitUntil([] { return false; }, 100); // the connect notifications reach Gigmora
 
-    engine.createMidiPort(); // what the device pop-ups and the virtual-port box do
+    g.engine.createMidiPort(); // what the device pop-ups and the virtual-port box do
     EXPECT_TRUE(waitUntil(routed)) << "restored after the rebuild";
 
     peer.reset();
@@ -137,9 +137,9 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     peer = std::make_unique<JackTestClient>("foot");
     ASSERT_TRUE(peer->isOpen());
     EXPECT_TRUE(waitUntil(routed, 15000)) << "restored when both came back";
-    host.checks = 0;
+    g.host.checks = 0;
     peer->send({0xC0, 0x7F});
-    EXPECT_TRUE(waitUntil([&] { return host.checks > 0; }));
+    EXPECT_TRUE(waitUntil([&] { return g.host.checks > 0; }));
 
     // The peer goes away and comes back: remembered, restored again.
     peer.reset();
@@ -150,11 +150,10 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     // Someone undoes the input connection: it is not made again at the next rebuild.
     ASSERT_EQ(jack_disconnect(peer->client(), "foot:out", in.toUtf8().constData()), 0);
     waitUntil([] { return false; }, 800);
-    engine.createMidiPort();
+    g.engine.createMidiPort();
     EXPECT_TRUE(waitUntil([&] { return connected(peer->client(), out, "foot:in"); }));
     waitUntil([] { return false; }, 300);
     EXPECT_FALSE(connected(peer->client(), "foot:out", in));
-    MidiHost::setApplicationDelegate(nullptr);
 }
 
 // While the service thread waits on a server that accepts but never answers, the main thread
@@ -164,11 +163,7 @@ TEST(JackReconnect, AHungServerNeverBlocksTheMainThread) {
     PrivateServerName env("hung");
     auto server = std::make_unique<PrivateServer>(env.name());
     ASSERT_TRUE(server->start());
-    CountingHost host;
-    MidiHost::setApplicationDelegate(&host);
-    JackMidiServices services;
-    MainMidi engine(services);
-    engine.createMidiPort();
+    Gigmora g;
     server.reset();
 
     // Where the server listens; it answers nothing.
@@ -184,12 +179,12 @@ TEST(JackReconnect, AHungServerNeverBlocksTheMainThread) {
 
     auto work = std::async(std::launch::async, [&] {
         for (int i = 0; i < 100; ++i)
-            engine.sendLogicClose();
+            g.engine.sendLogicClose();
         MIDIObjectRef found = 0;
         MIDIObjectType type;
-        services.objectFindByUniqueID(MainMidi::kVirtualInputUniqueID, &found, &type);
+        g.services.objectFindByUniqueID(MainMidi::kVirtualInputUniqueID, &found, &type);
         QString name;
-        services.objectGetStringProperty(found, MidiProperty::DisplayName, &name);
+        g.services.objectGetStringProperty(found, MidiProperty::DisplayName, &name);
         return found;
     });
     EXPECT_EQ(work.wait_for(std::chrono::seconds(5)), std::future_status::ready)
@@ -198,49 +193,38 @@ TEST(JackReconnect, AHungServerNeverBlocksTheMainThread) {
     for (QLocalSocket* c : callers)
         c->abort();
     work.wait();
-    EXPECT_EQ(work.get(), engine.destVirtualsrc());
-    MidiHost::setApplicationDelegate(nullptr);
+    EXPECT_EQ(work.get(), g.engine.destVirtualsrc());
 }
 
 TEST(JackReconnect, ClientAndEndpointsComeBackWithTheServer) {
     REQUIRE_JACK();
-    const QByteArray previous = qgetenv("JACK_DEFAULT_SERVER");
-    const QString name = QString("gigmora-restart-%1").arg(QCoreApplication::applicationPid());
-    qputenv("JACK_DEFAULT_SERVER", name.toUtf8());
+    PrivateServerName env("restart");
+    PrivateServer server(env.name());
+    ASSERT_TRUE(server.start());
+    Gigmora g;
     {
-        PrivateServer server(name);
-        ASSERT_TRUE(server.start());
-        CountingHost host;
-        MidiHost::setApplicationDelegate(&host);
-        JackMidiServices services;
-        MainMidi engine(services);
-        engine.createMidiPort();
-        {
-            JackTestClient probe("gigmora-probe-before");
-            EXPECT_FALSE(probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty());
-        }
-
-        server.stop();
-        waitUntil([] { return false; }, 600);
-        ASSERT_TRUE(server.start());
-        bool back = waitUntil(
-            [&] {
-                JackTestClient probe("gigmora-probe-after");
-                return probe.isOpen() &&
-                       !probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty() &&
-                       !probe.portWithUniqueID(MainMidi::kVirtualOutputUniqueID).isEmpty();
-            },
-            15000);
-        ASSERT_TRUE(back) << "the endpoints return under the same unique IDs";
-
-        JackTestClient controller;
-        ASSERT_TRUE(controller.connectToGigmora());
-        EXPECT_EQ(controller.countPortsNamed("Gigmora Virtual Input"), 1);
-        controller.send({0xC0, 0x7F});
-        EXPECT_TRUE(waitUntil([&] { return host.checks > 0; })) << "input works again";
-        engine.sendLogicClose();
-        EXPECT_TRUE(controller.waitForEvents(1)) << "output works again";
-        MidiHost::setApplicationDelegate(nullptr);
+        JackTestClient probe("gigmora-probe-before");
+        EXPECT_FALSE(probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty());
     }
-    qputenv("JACK_DEFAULT_SERVER", previous);
+
+    server.stop();
+    waitUntil([] { return false; }, 600);
+    ASSERT_TRUE(server.start());
+    bool back = waitUntil(
+        [&] {
+            JackTestClient probe("gigmora-probe-after");
+            return probe.isOpen() &&
+                   !probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty() &&
+                   !probe.portWithUniqueID(MainMidi::kVirtualOutputUniqueID).isEmpty();
+        },
+        15000);
+    ASSERT_TRUE(back) << "the endpoints return under the same unique IDs";
+
+    JackTestClient controller;
+    ASSERT_TRUE(controller.connectToGigmora());
+    EXPECT_EQ(controller.countPortsNamed("Gigmora Virtual Input"), 1);
+    controller.send({0xC0, 0x7F});
+    EXPECT_TRUE(waitUntil([&] { return g.host.checks > 0; })) << "input works again";
+    g.engine.sendLogicClose();
+    EXPECT_TRUE(controller.waitForEvents(1)) << "output works again";
 }
