@@ -1,5 +1,7 @@
 #include "library/ObjectContext.h"
 
+#include "platform/EditingRegistry.h"
+
 #include "library/EntityDescription.h"
 #include "library/ManagedObject.h"
 #include "library/ManagedObjectModel.h"
@@ -126,6 +128,10 @@ void ObjectContext::noteChange(UndoManager::Action inverse) {
             emit self->objectsDidChange();
         });
     }
+}
+
+bool ObjectContext::commitEditing() {
+    return EditingRegistry::commitAll();
 }
 
 bool ObjectContext::save(Error* error) {

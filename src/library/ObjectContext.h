@@ -37,7 +37,9 @@ public:
     const QList<ManagedObject*>& registeredObjects(const EntityDescription* entity) const;
 
     bool hasChanges() const { return hasChanges_; }
-    bool commitEditing() { return true; }
+    // Commits the open edits of every view (a title typed and not confirmed yet), so that a
+    // save or a quit keeps them.
+    bool commitEditing();
     bool save(Error* error = nullptr);
     UndoManager* undoManager() { return &undo_; }
     // Grows with every change; views use it to know their arranged objects are stale.

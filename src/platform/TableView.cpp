@@ -1,30 +1,97 @@
 #include "platform/TableView.h"
 
+#include "platform/DraggingInfo.h"
+#include "platform/EditingRegistry.h"
 #include "platform/Guard.h"
 #include "platform/RangeError.h"
+#include "platform/TableItemDelegate.h"
+#include "platform/TableRowView.h"
 #include "platform/TableViewModel.h"
 
+#include <QApplication>
+#include <QDrag>
+#include <QDropEvent>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QMenu>
+#include <QPainter>
+#include <QPropertyAnimation>
+#include <QScrollBar>
+#include <QTimer>
+#include <cmath>
+
+namespace {
+Qt::DropActions actionsFor(uint32_t mask) {
+    Qt::DropActions actions;
+    if (mask & (DragOperationCopy | DragOperationGeneric)) actions |= Qt::CopyAction;
+    if (mask & DragOperationMove) actions |= Qt::MoveAction;
+    if (mask & DragOperationLink) actions |= Qt::LinkAction;
+    return actions ? actions : Qt::CopyAction;
+}
+
+uint32_t maskFor(Qt::DropActions actions) {
+    uint32_t mask = DragOperationNone;
+    if (actions & Qt::CopyAction) mask |= DragOperationCopy | DragOperationGeneric;
+    if (actions & Qt::MoveAction) mask |= DragOperationMove;
+    if (actions & Qt::LinkAction) mask |= DragOperationLink;
+    return mask;
+}
+
+Qt::DropAction actionFor(uint32_t operation) {
+    if (operation & (DragOperationCopy | DragOperationGeneric)) return Qt::CopyAction;
+    if (operation & DragOperationMove) return Qt::MoveAction;
+    if (operation & DragOperationLink) return Qt::LinkAction;
+    return Qt::CopyAction;
+}
+} // namespace
+
+TableView::Callback::Callback(const TableView* t) : table(const_cast<TableView*>(t)) {
+    ++table->callbackDepth_;
+}
+
+TableView::Callback::~Callback() {
+    if (--table->callbackDepth_ == 0 && table->reloadPending_) table->reloadData();
+}
 
 TableView::TableView(QWidget* parent) : QTableView(parent), model_(new TableViewModel(this)) {
     setModel(model_);
+    setItemDelegate(new TableItemDelegate(this));
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::SingleSelection);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setDropIndicatorShown(false); // the table paints its own, for the retargeted row
     verticalHeader()->hide();
     horizontalHeader()->setStretchLastSection(true);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         guarded("tableViewSelectionDidChange", [this] { tableSelectionChanged(); });
     });
+    EditingRegistry::add(this, [this] { return commitEditing(); });
 }
 
-TableView::~TableView() = default;
+TableView::~TableView() {
+    EditingRegistry::remove(this);
+}
+
+void TableView::addTableColumn(const TableColumn& column) {
+    columns_ << column;
+    resetModel();
+}
 
 void TableView::addTableColumn(const QString& identifier, const QString& title, bool editable) {
-    columns_ << identifier;
-    titles_ << title;
-    editable_ << editable;
-    model_->reset();
+    addTableColumn(TableColumn{identifier, title, editable});
+}
+
+QStringList TableView::columnIdentifiers() const {
+    QStringList ids;
+    for (const auto& c : columns_)
+        ids << c.identifier;
+    return ids;
+}
+
+int TableView::columnWithIdentifier(const QString& identifier) const {
+    for (int i = 0; i < columns_.size(); ++i)
+        if (columns_[i].identifier == identifier) return i;
+    return -1;
 }
 
 void TableView::setDataSource(TableViewDataSource* dataSource) {
@@ -56,17 +123,23 @@ BindingInfo TableView::infoForBinding(const QString& binding) const {
 }
 
 qsizetype TableView::numberOfRows() {
+    flushReload();
     return model_->rowCount();
 }
 
-IndexSet TableView::selectedRowIndexes() const {
-    IndexSet rows;
-    for (const QModelIndex& i : selectionModel()->selectedRows())
-        rows.add(i.row());
-    return rows;
+IndexSet TableView::selectedRowIndexes() {
+    flushReload();
+    return currentSelection();
 }
 
-qsizetype TableView::selectedRow() const {
+IndexSet TableView::currentSelection() const {
+    std::vector<qsizetype> rows;
+    for (const QModelIndex& i : selectionModel()->selectedRows())
+        rows.push_back(i.row());
+    return IndexSet::fromIndexes(std::move(rows));
+}
+
+qsizetype TableView::selectedRow() {
     return selectedRowIndexes().last();
 }
 
@@ -95,11 +168,9 @@ void TableView::selectRowIndexes(const IndexSet& rows, bool extendSelection) {
                                  .toStdString());
         if (r < count) target.add(r);
     }
-    if (extendSelection) {
-        const IndexSet current = selectedRowIndexes();
-        for (auto r : current.indexes())
+    if (extendSelection)
+        for (auto r : currentSelection().indexes())
             target.add(r);
-    }
     applySelection(target);
 }
 
@@ -107,8 +178,37 @@ void TableView::deselectAll() {
     selectionModel()->clearSelection();
 }
 
+void TableView::setAllowsMultipleSelection(bool allows) {
+    setSelectionMode(allows ? QAbstractItemView::ExtendedSelection
+                            : QAbstractItemView::SingleSelection);
+}
+
+QRect TableView::rectOfRow(qsizetype row) const {
+    const int width = std::max(viewport()->width(), horizontalHeader()->length());
+    return {-horizontalOffset(), rowViewportPosition(int(row)), width, rowHeight(int(row))};
+}
+
 void TableView::reloadData() {
-    const IndexSet kept = selectedRowIndexes();
+    reloadPending_ = true;
+    if (reloadScheduled_) return;
+    reloadScheduled_ = true;
+    QTimer::singleShot(0, this, [this] {
+        reloadScheduled_ = false;
+        guarded("reloadData", [this] { flushReload(); });
+    });
+}
+
+void TableView::flushReload() {
+    // Inside its own callbacks the table waits; the callback's end asks again.
+    if (!reloadPending_ || callbackDepth_ > 0 || updatesDepth_ > 0) return;
+    reloadPending_ = false;
+    resetModel();
+}
+
+void TableView::resetModel() {
+    std::vector<qsizetype> kept;
+    for (const QModelIndex& i : selectionModel()->selectedRows())
+        kept.push_back(i.row());
     syncing_ = true;
     model_->reset();
     syncing_ = false;
@@ -117,25 +217,325 @@ void TableView::reloadData() {
         return;
     }
     // The selection stays on the same rows as far as they still exist.
-    IndexSet rows;
-    const qsizetype count = numberOfRows();
-    for (auto r : kept.indexes())
-        if (r < count) rows.add(r);
+    const qsizetype count = model_->rowCount();
+    std::erase_if(kept, [&](qsizetype r) { return r >= count; });
     syncing_ = true;
-    applySelection(rows);
+    applySelection(IndexSet::fromIndexes(std::move(kept)));
     syncing_ = false;
 }
 
-void TableView::scrollRowToVisible(qsizetype row) {
-    if (row >= 0 && row < numberOfRows())
+void TableView::scrollRowToVisible(qsizetype row, bool animate) {
+    if (row < 0 || row >= numberOfRows()) return;
+    if (!animate) {
         scrollTo(model_->index(static_cast<int>(row), 0), QAbstractItemView::EnsureVisible);
+        return;
+    }
+    QScrollBar* bar = verticalScrollBar();
+    const QRect r = rectOfRow(row);
+    // The row's top, lowered by half of what the row is taller than the clip view (never
+    // raised): an ordinary row comes to the top edge.
+    const int top = r.top() + bar->value();
+    const double excess = std::round((r.height() - viewport()->height()) * 0.5);
+    const int target = std::clamp(top + std::max(0, int(excess)), bar->minimum(), bar->maximum());
+    if (!scrollAnimation_) scrollAnimation_ = new QPropertyAnimation(this);
+    scrollAnimation_->stop();
+    scrollAnimation_->setTargetObject(bar);
+    scrollAnimation_->setPropertyName("value");
+    scrollAnimation_->setDuration(250);
+    scrollAnimation_->setStartValue(bar->value());
+    scrollAnimation_->setEndValue(target);
+    scrollAnimation_->start();
+}
+
+void TableView::beginUpdates() {
+    ++updatesDepth_;
+}
+
+void TableView::moveRowAtIndex(qsizetype from, qsizetype to) {
+    // The data has moved already; the selection follows the row it was on.
+    IndexSet moved;
+    for (qsizetype s : currentSelection().indexes()) {
+        qsizetype r = s;
+        if (s == from)
+            r = to;
+        else if (from < s && s <= to)
+            r = s - 1;
+        else if (to <= s && s < from)
+            r = s + 1;
+        moved.add(r);
+    }
+    reloadPending_ = true;
+    applySelection(moved);
+}
+
+void TableView::endUpdates() {
+    if (updatesDepth_ > 0 && --updatesDepth_ == 0 && reloadPending_) {
+        const IndexSet selection = currentSelection();
+        flushReload();
+        if (!(content_ && selectionBound_)) applySelection(selection);
+    }
+}
+
+void TableView::setSortDescriptors(const QList<SortDescriptor>& descriptors) {
+    sortDescriptors_ = descriptors;
+}
+
+void TableView::registerForDraggedTypes(const QStringList& types) {
+    for (const QString& t : types)
+        if (!draggedTypes_.contains(t)) draggedTypes_ << t;
+    setAcceptDrops(!draggedTypes_.isEmpty());
+    viewport()->setAcceptDrops(!draggedTypes_.isEmpty());
+}
+
+void TableView::setDraggingSourceOperationMask(uint32_t mask, bool local) {
+    (local ? localMask_ : remoteMask_) = mask;
+}
+
+void TableView::setDropRow(qsizetype row, DropOperation operation) {
+    dropRow_ = row;
+    dropOperation_ = operation;
+}
+
+void TableView::setMenu(QMenu* menu) {
+    menu_ = menu;
+}
+
+QMenu* TableView::menu() const {
+    return menu_;
+}
+
+QMenu* TableView::menuForEvent(QContextMenuEvent*) {
+    return menu_;
+}
+
+DataCell TableView::dataCellForTableColumn(const TableColumn& column, qsizetype row) {
+    return delegate_ ? delegate_->dataCellForTableColumn(this, column, row) : DataCell{};
+}
+
+bool TableView::hasKeyFocus() const {
+    return hasFocus() && window() && window()->isActiveWindow();
+}
+
+bool TableView::commitEditing() {
+    if (!editor_) return true;
+    QWidget* editor = editor_;
+    commitData(editor);
+    closeEditor(editor, QAbstractItemDelegate::NoHint);
+    return true;
+}
+
+void TableView::editorOpened(QWidget* editor, const QModelIndex& index) {
+    editor_ = editor;
+    editingIndex_ = index;
+    hasPendingValue_ = false;
+}
+
+void TableView::commitData(QWidget* editor) {
+    if (editor != editor_) {
+        QTableView::commitData(editor);
+        return;
+    }
+    // Kept until the editor is closed: the data source may show an alert about the value.
+    auto* cells = static_cast<TableItemDelegate*>(itemDelegate());
+    pendingValue_ = cells->valueFrom(editor);
+    hasPendingValue_ = true;
+}
+
+void TableView::closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) {
+    const bool mine = editor == editor_;
+    const QPersistentModelIndex index = editingIndex_;
+    const QVariant value = pendingValue_;
+    const bool commit = mine && hasPendingValue_;
+    if (mine) {
+        editor_ = nullptr;
+        hasPendingValue_ = false;
+    }
+    QTableView::closeEditor(editor, hint);
+    if (!mine) return;
+    guarded("controlTextDidEndEditing", [&] {
+        if (commit && index.isValid()) model_->setData(index, value, Qt::EditRole);
+        textDidEndEditing();
+    });
+}
+
+void TableView::drawRow(QPainter& painter, qsizetype row, const QRect& rowRect, const QRect& clip) {
+    if (!delegate_) return;
+    if (TableRowView* view = delegate_->rowViewForRow(this, row))
+        view->drawRect(painter, rowRect, clip, selectionModel()->isRowSelected(int(row), {}),
+                       hasKeyFocus());
+}
+
+void TableView::paintEvent(QPaintEvent* event) {
+    flushReload();
+    const qsizetype count = model_->rowCount();
+    if (count > 0) {
+        QPainter painter(viewport());
+        const QRect clip = event->rect();
+        qsizetype first = rowAt(clip.top());
+        qsizetype last = rowAt(clip.bottom());
+        if (first < 0) first = 0;
+        if (last < 0) last = count - 1;
+        for (qsizetype row = first; row <= last; ++row)
+            guarded("drawRow", [&] { drawRow(painter, row, rectOfRow(row), clip); });
+    }
+    QTableView::paintEvent(event);
+    if (!dropTargetShown_) return;
+    QPainter painter(viewport());
+    painter.setPen(QPen(palette().highlight(), 2));
+    if (dropOperation_ == DropOperation::On && dropRow_ >= 0 && dropRow_ < count) {
+        painter.drawRect(rectOfRow(dropRow_).adjusted(1, 1, -2, -2));
+    } else if (dropOperation_ == DropOperation::Above) {
+        const int y = dropRow_ < count ? rectOfRow(dropRow_).top()
+                      : count > 0      ? rectOfRow(count - 1).bottom() + 1
+                                       : 1;
+        painter.drawLine(0, y, viewport()->width(), y);
+    }
+}
+
+QItemSelectionModel::SelectionFlags TableView::selectionCommand(const QModelIndex& index,
+                                                                const QEvent* event) const {
+    if (index.isValid() && delegate_) {
+        bool allowed = true;
+        guarded("shouldSelectRow", [&] {
+            allowed = delegate_->shouldSelectRow(const_cast<TableView*>(this), index.row());
+        });
+        if (!allowed) return QItemSelectionModel::NoUpdate;
+    }
+    return QTableView::selectionCommand(index, event);
+}
+
+void TableView::mousePressEvent(QMouseEvent* event) {
+    pressPoint_ = event->position().toPoint();
+    pressRow_ = event->button() == Qt::LeftButton ? rowAt(pressPoint_.y()) : -1;
+    QTableView::mousePressEvent(event);
+}
+
+void TableView::mouseMoveEvent(QMouseEvent* event) {
+    const bool dragging = (event->buttons() & Qt::LeftButton) && pressRow_ >= 0 && delegate_ &&
+                          !editor_ &&
+                          (event->position().toPoint() - pressPoint_).manhattanLength() >=
+                              QApplication::startDragDistance();
+    if (!dragging) {
+        QTableView::mouseMoveEvent(event);
+        return;
+    }
+    guarded("dragging rows", [&] { startRowDrag(pressPoint_); });
+    pressRow_ = -1;
+}
+
+void TableView::mouseReleaseEvent(QMouseEvent* event) {
+    pressRow_ = -1;
+    QTableView::mouseReleaseEvent(event);
+}
+
+void TableView::startRowDrag(const QPoint& at) {
+    // From the row under the pointer, selected or not; with it the rest of a selection it
+    // belongs to.
+    const IndexSet selected = currentSelection();
+    const IndexSet rows = selected.contains(pressRow_) ? selected : IndexSet{pressRow_};
+    Pasteboard pasteboard;
+    if (!delegate_->writeRowsWithIndexes(this, rows, pasteboard)) return;
+    auto* drag = new QDrag(this); // deleted by Qt when the drag ends
+    drag->setMimeData(pasteboard.takeMimeData());
+    delegate_->draggingSessionWillBeginAtPoint(this, at, rows);
+    // The rows stay where they are whatever the drop did: moving them is the controller's.
+    const Qt::DropAction done = drag->exec(actionsFor(localMask_), Qt::CopyAction);
+    delegate_->draggingSessionEndedAtPoint(this, viewport()->mapFromGlobal(QCursor::pos()),
+                                           maskFor(done));
+}
+
+bool TableView::acceptsPayload(const QMimeData* data) const {
+    const Pasteboard pasteboard(data);
+    for (const QString& type : draggedTypes_)
+        if (pasteboard.hasType(type)) return true;
+    return false;
+}
+
+bool TableView::proposeDrop(QDropEvent* event, bool validate) {
+    if (!delegate_ || !acceptsPayload(event->mimeData())) return false;
+    const QPoint at = event->position().toPoint();
+    const qsizetype count = numberOfRows();
+    qsizetype row = rowAt(at.y());
+    DropOperation operation = DropOperation::Above;
+    if (row < 0) {
+        row = count; // below the last row
+    } else {
+        const QRect r = rectOfRow(row);
+        const int edge = r.height() / 4;
+        if (at.y() >= r.bottom() - edge)
+            ++row;
+        else if (at.y() >= r.top() + edge)
+            operation = DropOperation::On;
+    }
+    setDropRow(row, operation);
+    if (!validate) return true;
+    auto* source = qobject_cast<TableView*>(event->source());
+    DraggingInfo info(event->mimeData(), source, at, maskFor(event->possibleActions()));
+    uint32_t result = DragOperationNone;
+    guarded("validateDrop",
+            [&] { result = delegate_->validateDrop(this, info, dropRow_, dropOperation_); });
+    if (result == DragOperationNone) return false;
+    event->setDropAction(actionFor(result));
+    return true;
+}
+
+void TableView::clearDropTarget() {
+    if (!dropTargetShown_) return;
+    dropTargetShown_ = false;
+    viewport()->update();
+}
+
+void TableView::dragEnterEvent(QDragEnterEvent* event) {
+    if (acceptsPayload(event->mimeData()))
+        event->accept();
+    else
+        event->ignore();
+}
+
+void TableView::dragMoveEvent(QDragMoveEvent* event) {
+    if (proposeDrop(event, true)) {
+        event->accept();
+        dropTargetShown_ = true;
+    } else {
+        event->ignore();
+        dropTargetShown_ = false;
+    }
+    viewport()->update();
+}
+
+void TableView::dragLeaveEvent(QDragLeaveEvent*) {
+    clearDropTarget();
+}
+
+void TableView::dropEvent(QDropEvent* event) {
+    clearDropTarget();
+    if (!proposeDrop(event, true)) {
+        event->ignore();
+        return;
+    }
+    auto* source = qobject_cast<TableView*>(event->source());
+    DraggingInfo info(event->mimeData(), source, event->position().toPoint(),
+                      maskFor(event->possibleActions()));
+    bool accepted = false;
+    guarded("acceptDrop",
+            [&] { accepted = delegate_->acceptDrop(this, info, dropRow_, dropOperation_); });
+    if (accepted)
+        event->acceptProposedAction();
+    else
+        event->ignore();
+}
+
+void TableView::contextMenuEvent(QContextMenuEvent* event) {
+    QMenu* menu = nullptr;
+    guarded("menuForEvent", [&] { menu = menuForEvent(event); });
+    if (menu) menu->popup(event->globalPos());
 }
 
 void TableView::tableSelectionChanged() {
     if (syncing_) return;
     if (content_ && selectionBound_) {
         syncing_ = true;
-        content_->setSelectionIndexes(selectedRowIndexes());
+        content_->setSelectionIndexes(currentSelection());
         syncing_ = false;
     }
     emit selectionDidChange();

@@ -1,63 +1,170 @@
 #pragma once
 
 #include "platform/ArrangedContent.h"
+#include "platform/DragOperation.h"
 #include "platform/IndexSet.h"
+#include "platform/TableColumn.h"
+#include "platform/TableViewDelegate.h"
 
 #include <QPointer>
 #include <QTableView>
 
+class QMenu;
+class QPropertyAnimation;
 class TableViewDataSource;
 class TableViewModel;
 
-// A table in the terms the controllers use: column identifiers, rows from a data source or
-// bound to arranged content (with its selection), selectedRow, selectRowIndexes, reloadData,
-// scrollRowToVisible and an autosave name that tells the tables apart.
+// A table in the terms the controllers use: column objects, rows from a data source or bound
+// to arranged content (with its selection), a delegate for selection, drags, drops, row views
+// and cells, selectedRow, selectRowIndexes, reloadData, scrollRowToVisible and an autosave
+// name that tells the tables apart. Qt's item model behind it is never seen by controllers.
 class TableView : public QTableView {
     Q_OBJECT
 public:
+    struct SortDescriptor {
+        QString key;
+        bool ascending = true;
+        bool operator==(const SortDescriptor&) const = default;
+    };
+
     explicit TableView(QWidget* parent = nullptr);
     ~TableView() override;
 
     void setAutosaveName(const QString& name) { autosaveName_ = name; }
     const QString& autosaveName() const { return autosaveName_; }
+
+    void addTableColumn(const TableColumn& column);
     void addTableColumn(const QString& identifier, const QString& title, bool editable = false);
-    const QStringList& columnIdentifiers() const { return columns_; }
-    QString columnTitle(int column) const { return titles_.value(column); }
-    bool isColumnEditable(int column) const { return editable_.value(column); }
+    const QList<TableColumn>& tableColumns() const { return columns_; }
+    QStringList columnIdentifiers() const;
+    int columnWithIdentifier(const QString& identifier) const;
 
     void setDataSource(TableViewDataSource* dataSource);
     TableViewDataSource* dataSource() const { return dataSource_; }
+    void setDelegate(TableViewDelegate* delegate) { delegate_ = delegate; }
+    TableViewDelegate* delegate() const { return delegate_; }
     // "content" to arranged objects, "selectionIndexes" to their selection.
     void bind(const QString& binding, ArrangedContent* content, const QString& keyPath);
     BindingInfo infoForBinding(const QString& binding) const;
     ArrangedContent* boundContent() const { return content_; }
 
     qsizetype numberOfRows();
-    qsizetype selectedRow() const; // -1 without a selection
-    IndexSet selectedRowIndexes() const;
+    qsizetype selectedRow(); // -1 without a selection
+    IndexSet selectedRowIndexes();
     // A negative row throws RangeError; rows past the end are ignored.
     void selectRowIndexes(const IndexSet& rows, bool extendSelection);
     void deselectAll();
+    void setAllowsMultipleSelection(bool allows);
+    QRect rectOfRow(qsizetype row) const; // viewport coordinates, the table's whole width
+
+    // Takes the row count when it runs; asked for inside the table's own callbacks, or
+    // several times in one turn, it runs once, afterwards.
     void reloadData();
-    void scrollRowToVisible(qsizetype row);
+    void scrollRowToVisible(qsizetype row, bool animate = false);
+    QPropertyAnimation* scrollAnimation() const { return scrollAnimation_; }
     void setNeedsDisplay() { viewport()->update(); }
+    void beginUpdates();
+    void moveRowAtIndex(qsizetype from, qsizetype to);
+    void endUpdates();
+
+    void setSortDescriptors(const QList<SortDescriptor>& descriptors);
+    const QList<SortDescriptor>& sortDescriptors() const { return sortDescriptors_; }
+
+    void registerForDraggedTypes(const QStringList& types);
+    const QStringList& registeredDraggedTypes() const { return draggedTypes_; }
+    void setDraggingSourceOperationMask(uint32_t mask, bool local);
+    uint32_t draggingSourceOperationMask(bool local) const {
+        return local ? localMask_ : remoteMask_;
+    }
+    // Retargets the drop being validated.
+    void setDropRow(qsizetype row, DropOperation operation);
+    qsizetype dropRow() const { return dropRow_; }
+    DropOperation dropOperation() const { return dropOperation_; }
+
+    void setMenu(QMenu* menu);
+    QMenu* menu() const;
+    // The context menu for a right click; none shows nothing.
+    virtual QMenu* menuForEvent(QContextMenuEvent* event);
+    virtual DataCell dataCellForTableColumn(const TableColumn& column, qsizetype row);
+    // Whether Qt paints its own selection highlight; off where rows draw their own.
+    void setPaintsSelection(bool paints) { paintsSelection_ = paints; }
+    bool paintsSelection() const { return paintsSelection_; }
+    // The table is the focus of the active window.
+    bool hasKeyFocus() const;
+    // Commits an open cell editor; false when the edit was refused.
+    bool commitEditing();
+    bool isEditing() const { return editor_ != nullptr; }
 
 signals:
     void selectionDidChange();
 
+protected:
+    // Draws row `row` (rectangle `rowRect`) behind its cells; by default its row view does.
+    virtual void drawRow(QPainter& painter, qsizetype row, const QRect& rowRect, const QRect& clip);
+    // An edit of a cell has ended, committed or not.
+    virtual void textDidEndEditing() {}
+
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                         const QEvent* event) const override;
+    void commitData(QWidget* editor) override;
+    void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
+
 private:
     friend class TableViewModel;
+    friend class TableItemDelegate;
+    // Marks the table's own callbacks, during which a reload waits.
+    struct Callback {
+        explicit Callback(const TableView* t);
+        ~Callback();
+        TableView* table;
+    };
+    void flushReload();
+    IndexSet currentSelection() const; // as Qt has it now, without a pending reload
+    void resetModel();
     void tableSelectionChanged();
     void contentSelectionChanged();
     void applySelection(const IndexSet& rows);
+    void editorOpened(QWidget* editor, const QModelIndex& index);
+    void startRowDrag(const QPoint& at);
+    bool proposeDrop(QDropEvent* event, bool validate);
+    bool acceptsPayload(const QMimeData* data) const;
+    void clearDropTarget();
 
     QString autosaveName_;
-    QStringList columns_;
-    QStringList titles_;
-    QList<bool> editable_;
+    QList<TableColumn> columns_;
     TableViewDataSource* dataSource_ = nullptr;
+    TableViewDelegate* delegate_ = nullptr;
     QPointer<ArrangedContent> content_;
     bool selectionBound_ = false;
     bool syncing_ = false;
     TableViewModel* model_;
+    int callbackDepth_ = 0;
+    bool reloadPending_ = false;
+    bool reloadScheduled_ = false;
+    int updatesDepth_ = 0;
+    QPropertyAnimation* scrollAnimation_ = nullptr;
+    QList<SortDescriptor> sortDescriptors_;
+    QStringList draggedTypes_;
+    uint32_t localMask_ = DragOperationEvery;
+    uint32_t remoteMask_ = DragOperationCopy;
+    QPoint pressPoint_;
+    qsizetype pressRow_ = -1;
+    qsizetype dropRow_ = -1;
+    DropOperation dropOperation_ = DropOperation::On;
+    bool dropTargetShown_ = false;
+    QPointer<QMenu> menu_;
+    bool paintsSelection_ = true;
+    QPointer<QWidget> editor_;
+    QPersistentModelIndex editingIndex_;
+    QVariant pendingValue_;
+    bool hasPendingValue_ = false;
 };

@@ -10,6 +10,7 @@ int TableViewModel::rowCount(const QModelIndex& parent) const {
     if (parent.isValid()) return 0;
     int n = 0;
     guarded("numberOfRowsInTableView", [&] {
+        TableView::Callback inside(table_);
         if (table_->dataSource_)
             n = static_cast<int>(table_->dataSource_->numberOfRowsInTableView(table_));
         else if (table_->content_)
@@ -22,11 +23,11 @@ int TableViewModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(table_->columns_.size());
 }
 
-QVariant TableViewModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::EditRole)) return {};
+QVariant TableViewModel::value(const QModelIndex& index) const {
     QVariant v;
-    const QString& column = table_->columns_.at(index.column());
+    const QString& column = table_->columns_.at(index.column()).identifier;
     guarded("objectValueForTableColumn", [&] {
+        TableView::Callback inside(table_);
         if (table_->dataSource_)
             v = table_->dataSource_->objectValue(table_, column, index.row());
         else if (table_->content_)
@@ -35,28 +36,59 @@ QVariant TableViewModel::data(const QModelIndex& index, int role) const {
     return v;
 }
 
+QVariant TableViewModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid()) return {};
+    const TableColumn& c = table_->columns_.at(index.column());
+    switch (c.cell) {
+    case TableColumn::Cell::CheckBox:
+        if (role == Qt::CheckStateRole) return value(index).toBool() ? Qt::Checked : Qt::Unchecked;
+        return {};
+    case TableColumn::Cell::PopUp:
+        if (role == Qt::DisplayRole) return c.items.value(value(index).toInt());
+        if (role == Qt::EditRole) return value(index);
+        return {};
+    case TableColumn::Cell::Text:
+        if (role == Qt::DisplayRole || role == Qt::EditRole) return value(index);
+        if (role == Qt::AccessibleTextRole) return value(index).toString();
+        return {};
+    }
+    return {};
+}
+
 bool TableViewModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-    if (!index.isValid() || role != Qt::EditRole) return false;
-    const QString& column = table_->columns_.at(index.column());
+    if (!index.isValid()) return false;
+    const TableColumn& c = table_->columns_.at(index.column());
+    QVariant v = value;
+    if (c.cell == TableColumn::Cell::CheckBox) {
+        if (role != Qt::CheckStateRole) return false;
+        v = value.toInt() == Qt::Checked;
+    } else if (role != Qt::EditRole) {
+        return false;
+    }
+    const QString column = c.identifier;
     const bool ok = guarded("setObjectValue", [&] {
+        TableView::Callback inside(table_);
         if (table_->dataSource_)
-            table_->dataSource_->setObjectValue(table_, value, column, index.row());
+            table_->dataSource_->setObjectValue(table_, v, column, index.row());
         else if (table_->content_)
-            table_->content_->setArrangedValue(index.row(), column, value);
+            table_->content_->setArrangedValue(index.row(), column, v);
     });
-    emit dataChanged(index, index);
+    if (index.row() < rowCount()) emit dataChanged(index, index);
     return ok;
 }
 
 Qt::ItemFlags TableViewModel::flags(const QModelIndex& index) const {
     Qt::ItemFlags f = QAbstractTableModel::flags(index);
-    if (index.isValid() && table_->isColumnEditable(index.column())) f |= Qt::ItemIsEditable;
+    if (!index.isValid()) return f;
+    const TableColumn& c = table_->columns_.at(index.column());
+    if (c.editable)
+        f |= c.cell == TableColumn::Cell::CheckBox ? Qt::ItemIsUserCheckable : Qt::ItemIsEditable;
     return f;
 }
 
 QVariant TableViewModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
-        return table_->columnTitle(section);
+        return table_->columns_.value(section).title;
     return QAbstractTableModel::headerData(section, orientation, role);
 }
 

@@ -19,5 +19,6 @@ public:
     void reset();
 
 private:
+    QVariant value(const QModelIndex& index) const; // the cell's value from the data source
     TableView* table_;
 };

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <Qt>
+
+// One column of a table: what its cells show and how they are edited.
+struct TableColumn {
+    enum class Cell { Text, CheckBox, PopUp };
+
+    QString identifier;
+    QString title;
+    bool editable = false;
+    Cell cell = Cell::Text;
+    Qt::TextElideMode elide = Qt::ElideRight; // text cells
+    QStringList items;                        // pop-up cells: the item titles, by index
+};
