@@ -1,9 +1,9 @@
 #include "app/AppDelegate.h"
 
 #include "app/MainWindow.h"
-#include "library/LibraryFilter.h"
 #include "library/ArrayController.h"
 #include "library/FetchRequest.h"
+#include "library/LibraryFilter.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
@@ -13,6 +13,7 @@
 #include "performance/TriggerDispatch.h"
 #include "platform/Alerts.h"
 #include "platform/Error.h"
+#include "platform/FontFaces.h"
 #include "platform/Guard.h"
 #include "platform/NotificationCenter.h"
 #include "platform/TableView.h"
@@ -20,7 +21,6 @@
 
 #include <QAction>
 #include <QCheckBox>
-#include <QFontDatabase>
 #include <QLabel>
 #include <QLineEdit>
 #include <QLoggingCategory>
@@ -142,17 +142,8 @@ void AppDelegate::wireWindow(ObjectContext* context) {
 }
 
 void AppDelegate::setFonts() {
-    static const bool loaded = [] {
-        for (const char* face :
-             {":/fonts/Dosis-SemiBold.otf", ":/fonts/Dosis-Book.otf", ":/fonts/Dosis-Medium.otf"})
-            QFontDatabase::addApplicationFont(face);
-        return true;
-    }();
-    Q_UNUSED(loaded);
-    QFont semiBold("Dosis", 20);
-    semiBold.setWeight(QFont::DemiBold);
-    window_->performanceSetlist->setFont(semiBold);
-    window_->songDeetsAllSessions->setFont(QFont("Dosis", 12));
+    window_->performanceSetlist->setFont(FontFaces::font("Dosis-SemiBold", 20));
+    window_->songDeetsAllSessions->setFont(FontFaces::font("Dosis-Regular", 12));
 }
 
 void AppDelegate::applicationDidFinishLaunching() {

@@ -1,7 +1,7 @@
 #include "app/ExportCommand.h"
 
-#include "library/LibraryFilter.h"
 #include "library/FetchRequest.h"
+#include "library/LibraryFilter.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
 #include "library/ManagedObjectModel.h"

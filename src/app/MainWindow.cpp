@@ -1,5 +1,8 @@
 #include "app/MainWindow.h"
 
+#include "app/tables/AllSongsTableView.h"
+#include "app/tables/SetlistTableView.h"
+#include "app/tables/TopListOfSetlistsTableView.h"
 #include "platform/Guard.h"
 #include "platform/TableView.h"
 
@@ -13,8 +16,8 @@
 #include <QVBoxLayout>
 
 namespace {
-TableView* makeTable(QWidget* parent, const QString& autosaveName) {
-    auto* t = new TableView(parent);
+template <typename Table> TableView* makeTable(QWidget* parent, const QString& autosaveName) {
+    auto* t = new Table(parent);
     t->setObjectName(autosaveName);
     t->setAutosaveName(autosaveName);
     return t;
@@ -46,15 +49,16 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
     auto* edit = new QVBoxLayout(editView);
     edit->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, editView);
-    myTopListOfSetlistsTableView = makeTable(splitter, "topListOfSetlistsTableView");
-    setlistTableView = makeTable(splitter, "setlistTableView");
+    myTopListOfSetlistsTableView =
+        makeTable<TopListOfSetlistsTableView>(splitter, "topListOfSetlistsTableView");
+    setlistTableView = makeTable<SetlistTableView>(splitter, "setlistTableView");
     auto* songs = new QWidget(splitter);
     auto* songsLayout = new QVBoxLayout(songs);
     songsLayout->setContentsMargins(0, 0, 0, 0);
     searchField = new QLineEdit(songs);
     searchField->setPlaceholderText("Search titles");
     searchField->setClearButtonEnabled(true);
-    aSongsTableView = makeTable(songs, "allSongsTableView");
+    aSongsTableView = makeTable<AllSongsTableView>(songs, "allSongsTableView");
     songsLayout->addWidget(searchField);
     songsLayout->addWidget(aSongsTableView);
     edit->addWidget(splitter);
@@ -64,7 +68,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
     auto* details = new QVBoxLayout(songDetailsView);
     details->setContentsMargins(0, 0, 0, 0);
     songDeetsAllSessions = new QLabel("All Sessions", songDetailsView);
-    allSongsDetailView = makeTable(songDetailsView, "allSongsDetailView");
+    allSongsDetailView = makeTable<AllSongsTableView>(songDetailsView, "allSongsDetailView");
     details->addWidget(songDeetsAllSessions);
     details->addWidget(allSongsDetailView);
     songDetailsView->hide();
