@@ -72,6 +72,11 @@ TableView::~TableView() {
     EditingRegistry::remove(this);
 }
 
+void TableView::setAutosaveName(const QString& name) {
+    autosaveName_ = name;
+    if (accessibleName().isEmpty()) setAccessibleName(name);
+}
+
 void TableView::addTableColumn(const TableColumn& column) {
     columns_ << column;
     resetModel();
@@ -294,6 +299,17 @@ void TableView::setDraggingSourceOperationMask(uint32_t mask, bool local) {
 void TableView::setDropRow(qsizetype row, DropOperation operation) {
     dropRow_ = row;
     dropOperation_ = operation;
+}
+
+void TableView::setPaintsSelection(bool paints) {
+    paintsSelection_ = paints;
+    // Qt paints a selected row's panel with the highlight before any cell: none where the
+    // table draws its own.
+    QPalette p = palette();
+    const QPalette standard = QApplication::palette(this);
+    p.setBrush(QPalette::Highlight, paints ? standard.highlight() : QBrush(Qt::transparent));
+    p.setBrush(QPalette::HighlightedText, paints ? standard.highlightedText() : p.text());
+    setPalette(p);
 }
 
 void TableView::setMenu(QMenu* menu) {

@@ -30,7 +30,8 @@ public:
     explicit TableView(QWidget* parent = nullptr);
     ~TableView() override;
 
-    void setAutosaveName(const QString& name) { autosaveName_ = name; }
+    // Also the accessible name, until a better one is given.
+    void setAutosaveName(const QString& name);
     const QString& autosaveName() const { return autosaveName_; }
 
     void addTableColumn(const TableColumn& column);
@@ -87,7 +88,7 @@ public:
     virtual QMenu* menuForEvent(QContextMenuEvent* event);
     virtual DataCell dataCellForTableColumn(const TableColumn& column, qsizetype row);
     // Whether Qt paints its own selection highlight; off where rows draw their own.
-    void setPaintsSelection(bool paints) { paintsSelection_ = paints; }
+    void setPaintsSelection(bool paints);
     bool paintsSelection() const { return paintsSelection_; }
     // The table is the focus of the active window.
     bool hasKeyFocus() const;

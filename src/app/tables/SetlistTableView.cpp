@@ -20,7 +20,7 @@ SetlistTableView::SetlistTableView(QWidget* parent) : PillTableView(kColors, par
 }
 
 QMenu* SetlistTableView::menuForEvent(QContextMenuEvent* event) {
-    const qsizetype row = rowAt(viewport()->mapFrom(this, event->pos()).y());
+    const qsizetype row = rowAt(event->pos().y()); // the viewport's coordinates
     if (row < 0) return nullptr;
     if (row != selectedRow()) selectRowIndexes({row}, false);
     NotificationCenter::defaultCenter().post("rightClickNotification");
