@@ -21,6 +21,7 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QDir>
+#include <QLineEdit>
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <jack/metadata.h>
@@ -105,6 +106,18 @@ TEST_F(AppLifecycle, ABrokenStoreIsReportedOnceAtLaunch) {
     undo->trigger();
     EXPECT_EQ(alerts.presentedErrors.size(), 2);
     EXPECT_EQ(readFile(storePath()), "not a store");
+}
+
+// A setlist name typed and not confirmed yet is committed and saved by a quitting signal.
+TEST_F(AppLifecycle, AnOpenEditIsSavedOnQuit) {
+    launch();
+    TableView* setlists = app->window()->myTopListOfSetlistsTableView;
+    setlists->edit(setlists->model()->index(0, 0));
+    auto* editor = setlists->findChild<QLineEdit*>();
+    ASSERT_TRUE(editor);
+    editor->setText("Saturday Night");
+    app->quitFromSignal();
+    EXPECT_TRUE(readFile(storePath()).contains("Saturday Night"));
 }
 
 TEST_F(AppLifecycle, WindowQuitFollowsTheSaveRule) {
