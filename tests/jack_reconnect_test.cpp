@@ -97,8 +97,8 @@ TEST(JackReconnect, LateServerBringsThePortsUp) {
     EXPECT_TRUE(waitUntil(
         [&] {
             JackTestClient probe("gigmora-probe-late");
-            return probe.isOpen() &&
-                   !probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty();
+            return probe.portHasUniqueID("Gigmora Midi:Gigmora Virtual Input",
+                                         MainMidi::kVirtualInputUniqueID);
         },
         15000));
     JackTestClient controller;
@@ -213,9 +213,10 @@ TEST(JackReconnect, ClientAndEndpointsComeBackWithTheServer) {
     bool back = waitUntil(
         [&] {
             JackTestClient probe("gigmora-probe-after");
-            return probe.isOpen() &&
-                   !probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty() &&
-                   !probe.portWithUniqueID(MainMidi::kVirtualOutputUniqueID).isEmpty();
+            return probe.portHasUniqueID("Gigmora Midi:Gigmora Virtual Input",
+                                         MainMidi::kVirtualInputUniqueID) &&
+                   probe.portHasUniqueID("Gigmora Midi:Gigmora Virtual Output",
+                                         MainMidi::kVirtualOutputUniqueID);
         },
         15000);
     ASSERT_TRUE(back) << "the endpoints return under the same unique IDs";

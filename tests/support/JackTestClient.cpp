@@ -78,6 +78,18 @@ void JackTestClient::drain() {
     }
 }
 
+bool JackTestClient::portHasUniqueID(const QString& name, int32_t id) const {
+    jack_port_t* port = client_ ? jack_port_by_name(client_, name.toUtf8().constData()) : nullptr;
+    char* value = nullptr;
+    char* type = nullptr;
+    if (!port || jack_get_property(jack_port_uuid(port), kUniqueIDKey, &value, &type) != 0)
+        return false;
+    const bool same = QByteArray(value).toInt() == id;
+    jack_free(value);
+    jack_free(type);
+    return same;
+}
+
 QString JackTestClient::portWithUniqueID(int32_t id) const {
     if (!client_) return {};
     const char** ports = jack_get_ports(client_, nullptr, JACK_DEFAULT_MIDI_TYPE, 0);
@@ -112,7 +124,9 @@ bool JackTestClient::connect(const QString& gigmoraInput, const QString& gigmora
 }
 
 bool JackTestClient::connectToGigmora() {
-    return connect(portWithUniqueID(19711971), portWithUniqueID(19731973));
+    // By name: after a server restart, a stale property of a port that went with the old
+    // server can sit on a new port that happens to get the same UUID.
+    return connect("Gigmora Midi:Gigmora Virtual Input", "Gigmora Midi:Gigmora Virtual Output");
 }
 
 void JackTestClient::send(std::vector<uint8_t> bytes) {

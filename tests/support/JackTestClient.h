@@ -28,6 +28,7 @@ public:
     // Full port name of the MIDI port carrying this unique-ID property, or empty.
     QString portWithUniqueID(int32_t id) const;
     int countPortsNamed(const QString& shortName) const;
+    bool portHasUniqueID(const QString& name, int32_t id) const;
     // Our output to Gigmora's input, Gigmora's output to our input.
     bool connect(const QString& gigmoraInput, const QString& gigmoraOutput);
     bool connectToGigmora();
