@@ -1,6 +1,6 @@
 #include "app/MainWindow.h"
-#include "library/LibraryFilter.h"
 #include "library/FetchRequest.h"
+#include "library/LibraryFilter.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
 #include "library/ManagedObjectModel.h"
@@ -21,8 +21,8 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QDir>
-#include <QLineEdit>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QSignalSpy>
 #include <jack/metadata.h>
 #include <sys/stat.h>

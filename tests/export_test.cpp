@@ -3,8 +3,8 @@
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
-#include "support/ScriptedAlerts.h"
 #include "support/LibraryHelpers.h"
+#include "support/ScriptedAlerts.h"
 #include "support/TempHome.h"
 
 #include <QFileInfo>

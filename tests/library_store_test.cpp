@@ -6,9 +6,9 @@
 #include "library/OrderedRelation.h"
 #include "library/PersistentStore.h"
 #include "platform/Error.h"
-#include "support/ScriptedAlerts.h"
 #include "platform/UnknownKeyError.h"
 #include "support/LibraryHelpers.h"
+#include "support/ScriptedAlerts.h"
 #include "support/TempHome.h"
 
 #include <QDateTime>

@@ -1,5 +1,5 @@
-#include "library/LibraryFilter.h"
 #include "library/ArrayController.h"
+#include "library/LibraryFilter.h"
 #include "library/ManagedObject.h"
 #include "library/ManagedObjectModel.h"
 #include "library/ObjectContext.h"

@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "app/EditScreen.h"
 #include "app/MainWindow.h"
 #include "library/ArrayController.h"
 #include "library/FetchRequest.h"
@@ -85,9 +86,9 @@ void AppDelegate::wireWindow(ObjectContext* context) {
     w->setlistTableView->addTableColumn("midiIn", "#");
     w->setlistTableView->bind("content", currentSetlist_, "arrangedObjects");
     w->setlistTableView->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
-    w->aSongsTableView->addTableColumn("midiIn", "#");
-    w->aSongsTableView->addTableColumn("title", "Title");
-    w->aSongsTableView->setDataSource(this);
+    editScreen_ = new EditScreen(
+        w, {context, allSetlists_, allSongs_, currentSetlist_, filter_.get()},
+        [this](qsizetype row) { updateAllSongDetailView(row); }, this);
     filter_->reloadSongs = [w] { w->aSongsTableView->reloadData(); };
 
     recall_->setlistTableView = w->setlistTableView;
@@ -121,24 +122,41 @@ void AppDelegate::wireWindow(ObjectContext* context) {
         guarded("changePredicate:", [&] { filter_->changePredicate(text); });
     });
 
+    addMenus(context);
+    w->shouldClose = [this] {
+        requestQuit();
+        return terminated_;
+    };
+}
+
+void AppDelegate::addMenus(ObjectContext* context) {
+    MainWindow* w = window_.get();
     QMenu* file = w->menuBar()->addMenu("&File");
     action(file->addAction("&Save", QKeySequence::Save), &QAction::triggered, this,
            "saveAction:", [this] { saveAction(); });
     action(file->addAction("&Quit", QKeySequence::Quit), &QAction::triggered, this,
            "terminate:", [this] { requestQuit(); });
     QMenu* edit = w->menuBar()->addMenu("&Edit");
-    action(edit->addAction("&Undo", QKeySequence::Undo), &QAction::triggered, this,
-           "undo:", [this] {
-               if (ObjectContext* c = managedObjectContext()) c->undoManager()->undo();
-           });
-    action(edit->addAction("&Redo", QKeySequence::Redo), &QAction::triggered, this,
-           "redo:", [this] {
-               if (ObjectContext* c = managedObjectContext()) c->undoManager()->redo();
-           });
-    w->shouldClose = [this] {
-        requestQuit();
-        return terminated_;
+    QAction* undo = edit->addAction("&Undo", QKeySequence::Undo);
+    QAction* redo = edit->addAction("&Redo", QKeySequence::Redo);
+    // Enabled only with something to undo or redo, checked after every change and every
+    // step. Without a library they stay on: asking for it tries the store again and says why
+    // it failed.
+    auto update = [this, undo, redo] {
+        ObjectContext* c = library_->hasContext() ? library_->managedObjectContext() : nullptr;
+        undo->setEnabled(!c || c->undoManager()->canUndo());
+        redo->setEnabled(!c || c->undoManager()->canRedo());
     };
+    action(undo, &QAction::triggered, this, "undo:", [this, update] {
+        if (ObjectContext* c = managedObjectContext()) c->undoManager()->undo();
+        update();
+    });
+    action(redo, &QAction::triggered, this, "redo:", [this, update] {
+        if (ObjectContext* c = managedObjectContext()) c->undoManager()->redo();
+        update();
+    });
+    if (context) connect(context, &ObjectContext::objectsDidChange, this, update);
+    update();
 }
 
 void AppDelegate::setFonts() {
@@ -284,14 +302,4 @@ void AppDelegate::checkMidi() {
 }
 void AppDelegate::checkMidiWithSysex() {
     dispatch_->checkMidiWithSysex();
-}
-
-qsizetype AppDelegate::numberOfRowsInTableView(TableView*) {
-    return filter_->returnFilteredArray().size();
-}
-
-QVariant AppDelegate::objectValue(TableView*, const QString& column, qsizetype row) {
-    const QList<ManagedObject*> songs = filter_->returnFilteredArray();
-    if (row < 0 || row >= songs.size()) return {};
-    return songs[row]->value(column);
 }

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "midi/MidiHost.h"
-#include "platform/TableViewDataSource.h"
 
 #include <QObject>
 #include <memory>
 
 class ArrayController;
+class EditScreen;
 class LibraryFilter;
 class LibraryStack;
 class MainMidi;
@@ -22,7 +22,7 @@ class TriggerDispatch;
 // The application controller: owns the library, the settings, the MIDI engine, the window
 // and the array controllers for the whole run, and ties start-up, triggers and quitting
 // together.
-class AppDelegate : public QObject, public MidiHost, public TableViewDataSource {
+class AppDelegate : public QObject, public MidiHost {
     Q_OBJECT
 public:
     explicit AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent = nullptr);
@@ -58,14 +58,11 @@ public:
     void checkMidi() override;
     void checkMidiWithSysex() override;
 
-    // The song list's rows until its own controller arrives.
-    qsizetype numberOfRowsInTableView(TableView* tableView) override;
-    QVariant objectValue(TableView* tableView, const QString& column, qsizetype row) override;
-
     LibraryStack& library() { return *library_; }
     ObjectContext* managedObjectContext();
     MainWindow* window() const { return window_.get(); }
     SongRecall* recall() const { return recall_; }
+    EditScreen* editScreen() const { return editScreen_; }
     TriggerDispatch* dispatch() const { return dispatch_; }
     LibraryFilter* filter() const { return filter_.get(); }
     ArrayController* allSetlistsArrayController() const { return allSetlists_; }
@@ -77,6 +74,7 @@ signals:
 
 private:
     void wireWindow(ObjectContext* context);
+    void addMenus(ObjectContext* context);
     void rebuildMidiAfterDeviceChange();
     void setFonts();
 
@@ -91,6 +89,7 @@ private:
     std::unique_ptr<MainWindow> window_;
     std::unique_ptr<LibraryFilter> filter_;
     SongRecall* recall_ = nullptr;
+    EditScreen* editScreen_ = nullptr;
     TriggerDispatch* dispatch_ = nullptr;
     bool midiDeviceAlert_ = false;
     bool terminated_ = false;

@@ -49,18 +49,54 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
     auto* edit = new QVBoxLayout(editView);
     edit->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, editView);
+    // Each list with the commands that act on it underneath.
+    auto column = [&](const QString& heading) {
+        auto* box = new QWidget(splitter);
+        auto* layout = new QVBoxLayout(box);
+        layout->setContentsMargins(0, 0, 0, 0);
+        auto* label = new QLabel(heading, box);
+        label->setBuddy(box);
+        layout->addWidget(label);
+        return box;
+    };
+    auto buttons = [](QWidget* box, std::initializer_list<QPushButton**> outlets,
+                      std::initializer_list<const char*> titles) {
+        auto* row = new QHBoxLayout;
+        auto title = titles.begin();
+        for (QPushButton** outlet : outlets) {
+            *outlet = new QPushButton(*title, box);
+            (*outlet)->setAccessibleName(*title++);
+            row->addWidget(*outlet);
+        }
+        row->addStretch();
+        static_cast<QVBoxLayout*>(box->layout())->addLayout(row);
+    };
+    QWidget* setlists = column("Setlists");
     myTopListOfSetlistsTableView =
-        makeTable<TopListOfSetlistsTableView>(splitter, "topListOfSetlistsTableView");
-    setlistTableView = makeTable<SetlistTableView>(splitter, "setlistTableView");
-    auto* songs = new QWidget(splitter);
-    auto* songsLayout = new QVBoxLayout(songs);
-    songsLayout->setContentsMargins(0, 0, 0, 0);
+        makeTable<TopListOfSetlistsTableView>(setlists, "topListOfSetlistsTableView");
+    setlists->layout()->addWidget(myTopListOfSetlistsTableView);
+    buttons(setlists, {&newSetlistButton, &removeSetlistButton}, {"New Setlist", "Remove Setlist"});
+
+    QWidget* current = column("Setlist");
+    setlistTableView = makeTable<SetlistTableView>(current, "setlistTableView");
+    current->layout()->addWidget(setlistTableView);
+    buttons(current,
+            {&addSongToSetlistButton, &removeFromSetlistButton, &deleteSongEverywhereButton},
+            {"Add Song to Setlist…", "Remove from Setlist", "Delete Song Everywhere"});
+
+    QWidget* songs = column("Songs");
     searchField = new QLineEdit(songs);
     searchField->setPlaceholderText("Search titles");
+    searchField->setAccessibleName("Search titles");
     searchField->setClearButtonEnabled(true);
     aSongsTableView = makeTable<AllSongsTableView>(songs, "allSongsTableView");
-    songsLayout->addWidget(searchField);
-    songsLayout->addWidget(aSongsTableView);
+    songs->layout()->addWidget(searchField);
+    songs->layout()->addWidget(aSongsTableView);
+    buttons(songs, {&addSongButton, &deleteSongButton, &deleteAllSongsButton},
+            {"Add Song…", "Delete Song", "Delete All Songs…"});
+    splitter->setStretchFactor(0, 2);
+    splitter->setStretchFactor(1, 3);
+    splitter->setStretchFactor(2, 3);
     edit->addWidget(splitter);
     outer->addWidget(editView, 1);
 
@@ -73,7 +109,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
     details->addWidget(allSongsDetailView);
     songDetailsView->hide();
     outer->addWidget(songDetailsView);
-    resize(900, 600);
+    resize(1100, 650);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

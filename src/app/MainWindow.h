@@ -28,6 +28,15 @@ public:
     QPushButton* nextButton;
     QPushButton* goButton;
     QPushButton* byNumberButton;
+    // The edit screen's commands.
+    QPushButton* newSetlistButton;
+    QPushButton* removeSetlistButton;
+    QPushButton* addSongToSetlistButton;
+    QPushButton* removeFromSetlistButton;
+    QPushButton* deleteSongEverywhereButton;
+    QPushButton* addSongButton;
+    QPushButton* deleteSongButton;
+    QPushButton* deleteAllSongsButton;
     QWidget* mainView;
     QWidget* editView;
     QWidget* performanceView;

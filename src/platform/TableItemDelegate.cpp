@@ -4,6 +4,9 @@
 #include "platform/TableView.h"
 
 #include <QComboBox>
+#include <QIntValidator>
+#include <QLineEdit>
+#include <QToolTip>
 #include <QMetaProperty>
 
 TableItemDelegate::TableItemDelegate(TableView* table)
@@ -33,11 +36,25 @@ QWidget* TableItemDelegate::createEditor(QWidget* parent, const QStyleOptionView
                                          const QModelIndex& index) const {
     const int column = index.column();
     QWidget* editor = nullptr;
-    if (column >= 0 && column < table_->tableColumns().size() &&
-        table_->tableColumns()[column].cell == TableColumn::Cell::PopUp) {
+    const TableColumn* c = column >= 0 && column < table_->tableColumns().size()
+                               ? &table_->tableColumns()[column]
+                               : nullptr;
+    if (c && c->cell == TableColumn::Cell::PopUp) {
         auto* popUp = new QComboBox(parent);
-        popUp->addItems(table_->tableColumns()[column].items);
+        popUp->addItems(c->items);
         editor = popUp;
+    } else if (c && c->cell == TableColumn::Cell::Integer) {
+        // Only whole numbers in range get in; a refused key says why, where it was typed.
+        auto* field = new QLineEdit(parent);
+        field->setValidator(new QIntValidator(c->minimum, c->maximum, field));
+        field->setToolTip(c->invalidReason);
+        field->setPlaceholderText(QStringLiteral("%1–%2").arg(c->minimum).arg(c->maximum));
+        const QString reason = c->invalidReason;
+        QObject::connect(field, &QLineEdit::inputRejected, field, [field, reason] {
+            field->setProperty("refusedReason", reason);
+            QToolTip::showText(field->mapToGlobal(QPoint(0, field->height())), reason, field);
+        });
+        editor = field;
     } else {
         editor = QStyledItemDelegate::createEditor(parent, option, index);
     }

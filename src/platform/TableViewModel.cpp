@@ -48,6 +48,7 @@ QVariant TableViewModel::data(const QModelIndex& index, int role) const {
         if (role == Qt::EditRole) return value(index);
         return {};
     case TableColumn::Cell::Text:
+    case TableColumn::Cell::Integer:
         if (role == Qt::DisplayRole || role == Qt::EditRole) return value(index);
         if (role == Qt::AccessibleTextRole) return value(index).toString();
         return {};

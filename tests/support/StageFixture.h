@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/AppDelegate.h"
-#include "support/ScriptedAlerts.h"
 #include "support/JackTestClient.h"
+#include "support/ScriptedAlerts.h"
 
 #include <QStringList>
 #include <gtest/gtest.h>

@@ -2,6 +2,7 @@
 
 #include "library/TransferRecords.h"
 #include "platform/FontFaces.h"
+#include "platform/NotificationCenter.h"
 
 const PillColors TopListOfSetlistsTableView::kColors{
     QColor::fromRgbF(0.7265625f, 0.7265625f, 0.7265625f, 0.6f),
@@ -19,4 +20,8 @@ TopListOfSetlistsTableView::TopListOfSetlistsTableView(QWidget* parent)
 
 DataCell TopListOfSetlistsTableView::dataCellForTableColumn(const TableColumn&, qsizetype) {
     return {FontFaces::font("Dosis-Medium", 10)};
+}
+
+void TopListOfSetlistsTableView::textDidEndEditing() {
+    NotificationCenter::defaultCenter().post("blankSetlistNotification");
 }

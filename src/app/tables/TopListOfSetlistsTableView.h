@@ -10,4 +10,8 @@ public:
     static const PillColors kColors;
     explicit TopListOfSetlistsTableView(QWidget* parent = nullptr);
     DataCell dataCellForTableColumn(const TableColumn& column, qsizetype row) override;
+
+protected:
+    // A name edit has ended: an emptied name gets its default.
+    void textDidEndEditing() override;
 };

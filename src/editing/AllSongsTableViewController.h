@@ -1,0 +1,87 @@
+#pragma once
+
+#include "platform/TableViewDataSource.h"
+#include "platform/TableViewDelegate.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QUrl>
+#include <QVariantList>
+#include <functional>
+
+class ArrayController;
+class LibraryFilter;
+class ManagedObject;
+class ObjectContext;
+class TableView;
+struct TableColumn;
+
+// The song list: every project once, numbered for recall by program change. Numbers are kept
+// unique by giving each new song the one above the highest in use, and a typed number that
+// another song holds moves those songs away, once the user agrees.
+class AllSongsTableViewController : public QObject,
+                                    public TableViewDataSource,
+                                    public TableViewDelegate {
+    Q_OBJECT
+public:
+    AllSongsTableViewController(ObjectContext* context, ArrayController* allSongs,
+                                LibraryFilter* filter, QObject* parent = nullptr);
+
+    // The song list's columns: number (0–127 typed), title, MIDI out switch.
+    static QList<TableColumn> columns();
+
+    qsizetype numberOfRowsInTableView(TableView* tableView) override;
+    QVariant objectValue(TableView* tableView, const QString& column, qsizetype row) override;
+    void setObjectValue(TableView* tableView, const QVariant& value, const QString& column,
+                        qsizetype row) override;
+
+    bool shouldSelectRow(TableView*, qsizetype) override { return false; }
+    bool writeRowsWithIndexes(TableView* tableView, const IndexSet& rows,
+                              Pasteboard& pasteboard) override;
+    uint32_t validateDrop(TableView* tableView, DraggingInfo& info, qsizetype row,
+                          DropOperation operation) override;
+    bool acceptDrop(TableView* tableView, DraggingInfo& info, qsizetype row,
+                    DropOperation operation) override;
+
+    void addNewSessionViaMenu();
+    void deleteFromAllSongsList();
+    void deleteAllSongs();
+    // This controller's own variant, which nothing uses: it keeps only what its first pass
+    // keeps, since the set of seen values outlives the pass.
+    QList<ManagedObject*> removeDuplicatesInArray(const QList<ManagedObject*>& songs);
+
+    // Outlets.
+    QPointer<TableView> allSongsTableView;
+    QPointer<TableView> songDetailsTableView;
+    QPointer<TableView> midiMessageTableView;
+    QPointer<QWidget> progCcNumberTextField, ccValueTextField, midiEnableCheckBox, midiMessageType,
+        midiChannel, midiEnableCheckBoxInColumn;
+    // The application controller's detail update for a row.
+    std::function<void(qsizetype)> updateAllSongDetailView;
+
+    QList<ManagedObject*> songsToCheck;
+    QList<ManagedObject*> filteredArray;
+    QList<ManagedObject*> mutableFilteredArray;
+    ManagedObject* selectedSong = nullptr;
+    QStringList songTitleMutableArray;
+    QUrl fileNameAsNSURL;
+    QString kMyCustomAllSongsDragType; // never given a value: matches no drag
+
+private:
+    void refreshRows();
+    QList<ManagedObject*> songsWithPath(const QVariant& path) const;
+    // The song above the highest number in use (a song with no number counts as 0).
+    ManagedObject* highestNumberedSong() const;
+    void giveNextNumber(ManagedObject* song);
+    // A new song for a project path, unless one has that path already.
+    void addSongForPath(const QString& path);
+    void reloadTables();
+    void setDetailControlsEnabled(bool enabled);
+
+    QPointer<ObjectContext> context_;
+    QPointer<ArrayController> allSongs_;
+    LibraryFilter* filter_;
+    QVariantList seenValues_; // the variant's set that outlives its passes
+};
