@@ -4,10 +4,30 @@
 #include "platform/TableView.h"
 
 #include <QComboBox>
-#include <QIntValidator>
 #include <QLineEdit>
-#include <QToolTip>
 #include <QMetaProperty>
+#include <QToolTip>
+#include <QValidator>
+
+namespace {
+// Whole numbers in range only: unlike QIntValidator, a number out of range is refused as it
+// is typed, not left pending.
+class RangeValidator : public QValidator {
+public:
+    RangeValidator(int minimum, int maximum, QObject* parent)
+        : QValidator(parent), minimum_(minimum), maximum_(maximum) {}
+    State validate(QString& input, int&) const override {
+        if (input.isEmpty() || (input == QLatin1String("-") && minimum_ < 0)) return Intermediate;
+        bool ok = false;
+        const qlonglong v = input.toLongLong(&ok);
+        if (!ok || input.startsWith('+') || input.contains(' ')) return Invalid;
+        return v >= minimum_ && v <= maximum_ ? Acceptable : Invalid;
+    }
+
+private:
+    int minimum_, maximum_;
+};
+} // namespace
 
 TableItemDelegate::TableItemDelegate(TableView* table)
     : QStyledItemDelegate(table), table_(table) {}
@@ -46,7 +66,7 @@ QWidget* TableItemDelegate::createEditor(QWidget* parent, const QStyleOptionView
     } else if (c && c->cell == TableColumn::Cell::Integer) {
         // Only whole numbers in range get in; a refused key says why, where it was typed.
         auto* field = new QLineEdit(parent);
-        field->setValidator(new QIntValidator(c->minimum, c->maximum, field));
+        field->setValidator(new RangeValidator(c->minimum, c->maximum, field));
         field->setToolTip(c->invalidReason);
         field->setPlaceholderText(QStringLiteral("%1–%2").arg(c->minimum).arg(c->maximum));
         const QString reason = c->invalidReason;

@@ -1,0 +1,109 @@
+#include "support/EditFixture.h"
+
+#include "app/MainWindow.h"
+#include "library/ArrayController.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "midi/backends/none/NullMidiServices.h"
+#include "platform/TableView.h"
+#include "support/LibraryHelpers.h"
+#include "support/TempHome.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QDropEvent>
+#include <QFileInfo>
+
+using namespace helpers;
+
+void EditFixture::SetUp() {
+    TempHome::clear();
+    Alerts::setShared(&alerts);
+    OpenPanel::setShared(&panel);
+    app = std::make_unique<AppDelegate>(std::make_unique<NullMidiServices>());
+}
+
+void EditFixture::TearDown() {
+    app.reset();
+    OpenPanel::setShared(nullptr);
+    Alerts::setShared(nullptr);
+}
+
+void EditFixture::launch() {
+    app->applicationDidFinishLaunching();
+    app->window()->show();
+    processEvents();
+}
+
+ObjectContext& EditFixture::context() {
+    return *app->managedObjectContext();
+}
+
+QString EditFixture::project(const QString& name, bool folder) {
+    const QString path = TempHome::home() + "/music/" + name;
+    if (folder)
+        QDir().mkpath(path);
+    else
+        writeFile(path, "not a project");
+    return path;
+}
+
+QList<ManagedObject*> EditFixture::addSongs(const QStringList& names) {
+    QList<ManagedObject*> songs;
+    int n = 1;
+    for (const QString& name : names)
+        songs << addSong(context(), QFileInfo(name).completeBaseName(), project(name), n++);
+    return songs;
+}
+
+ManagedObject* EditFixture::currentSetlist() {
+    const auto selected = app->allSetlistsArrayController()->selectedObjects();
+    return selected.isEmpty() ? nullptr : selected.first();
+}
+
+QList<ManagedObject*> EditFixture::setlistSongs() {
+    ManagedObject* s = currentSetlist();
+    return s ? s->orderedObjects("song") : QList<ManagedObject*>();
+}
+
+TableView* EditFixture::songList() {
+    return app->window()->aSongsTableView;
+}
+TableView* EditFixture::setlistTable() {
+    return app->window()->setlistTableView;
+}
+TableView* EditFixture::setlistsTable() {
+    return app->window()->myTopListOfSetlistsTableView;
+}
+
+QPoint EditFixture::rowPoint(TableView* table, qsizetype row, double fraction) {
+    if (row >= table->numberOfRows()) {
+        const qsizetype last = table->numberOfRows() - 1;
+        const int y = last >= 0 ? table->rectOfRow(last).bottom() + 20 : 20;
+        return {30, y};
+    }
+    const QRect r = table->rectOfRow(row);
+    return {30, r.top() + int(r.height() * fraction)};
+}
+
+bool EditFixture::dropFiles(TableView* table, const QStringList& files, qsizetype row, bool onRow) {
+    QMimeData data;
+    QList<QUrl> urls;
+    for (const QString& f : files)
+        urls << QUrl::fromLocalFile(f);
+    data.setUrls(urls);
+    const QPoint at = rowPoint(table, row, onRow ? 0.5 : 0.1);
+    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(table->viewport(), &enter);
+    QDragMoveEvent move(at, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(table->viewport(), &move);
+    if (!move.isAccepted()) return false;
+    QDropEvent drop(at, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(table->viewport(), &drop);
+    processEvents();
+    return drop.isAccepted();
+}
+
+qint64 EditFixture::number(ManagedObject* song) {
+    return song->integerValue("midiIn");
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "app/AppDelegate.h"
+#include "support/ScriptedAlerts.h"
+#include "support/ScriptedOpenPanel.h"
+
+#include <QMimeData>
+#include <QStringList>
+#include <gtest/gtest.h>
+#include <memory>
+
+class ManagedObject;
+class ObjectContext;
+class TableView;
+
+// The whole application without MIDI on a fresh temporary home, its window shown, with
+// scripted alerts and open panels: the edit screen as a person uses it.
+class EditFixture : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    void launch();
+
+    ObjectContext& context();
+    // A project folder (or, with `folder` false, a plain file) under the temporary home.
+    static QString project(const QString& name, bool folder = true);
+    // Library songs, numbered from 1 in this order.
+    QList<ManagedObject*> addSongs(const QStringList& names);
+    ManagedObject* currentSetlist();
+    QList<ManagedObject*> setlistSongs();
+    TableView* songList();
+    TableView* setlistTable();
+    TableView* setlistsTable();
+    // Real drag events as a file manager's drop arrives: enter, move, drop.
+    bool dropFiles(TableView* table, const QStringList& files, qsizetype row, bool onRow = false);
+    QPoint rowPoint(TableView* table, qsizetype row, double fraction = 0.5);
+    qint64 number(ManagedObject* song);
+
+    ScriptedAlerts alerts;
+    ScriptedOpenPanel panel;
+    std::unique_ptr<AppDelegate> app;
+};
