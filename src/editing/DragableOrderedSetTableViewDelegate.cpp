@@ -67,8 +67,11 @@ void DragableOrderedSetTableViewDelegate::awakeFromNib() {
         setlistTableView->registerForDraggedTypes({rowType()});
         setlistTableView->setDraggingSourceOperationMask(DragOperationMove, true);
     }
-    NotificationCenter::defaultCenter().addObserver(
-        this, "rightClickNotification", [this](const Notification&) { fileInfoPopoverMethod(); });
+    // The file popover is a song's: only the instance serving a setlist's songs shows it.
+    if (isSetlistTableView(setlistTableView))
+        NotificationCenter::defaultCenter().addObserver(
+            this, "rightClickNotification",
+            [this](const Notification&) { fileInfoPopoverMethod(); });
 }
 
 QString DragableOrderedSetTableViewDelegate::rowType() const {

@@ -1,0 +1,195 @@
+#include "app/EditScreen.h"
+#include "app/MainWindow.h"
+#include "editing/AllSongsTableViewController.h"
+#include "editing/DragableOrderedSetTableViewDelegate.h"
+#include "library/ArrayController.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
+#include "library/TransferRecords.h"
+#include "platform/DraggingInfo.h"
+#include "platform/NotificationCenter.h"
+#include "platform/TableView.h"
+#include "support/EditFixture.h"
+#include "support/LibraryHelpers.h"
+
+#include <QFrame>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTest>
+
+using namespace helpers;
+
+class SetlistDragDrop : public EditFixture {
+protected:
+    // A setlist "Gig" of the named library songs, selected as the current setlist.
+    QList<ManagedObject*> gig(const QStringList& names) {
+        const auto songs = addSongs(names);
+        ManagedObject* setlist = addSetlist(context(), "Gig");
+        for (ManagedObject* s : songs)
+            setlist->mutableOrderedSetValueForKey("song").addObject(s);
+        launch();
+        ArrayController* all = app->allSetlistsArrayController();
+        all->setSelectionIndex(all->arrangedObjects().indexOf(setlist));
+        processEvents();
+        return songs;
+    }
+    DragableOrderedSetTableViewDelegate* delegate() { return app->editScreen()->setlistDelegate(); }
+    // A drag from `source` as the delegate sees it: validated, then dropped where validation
+    // put it. True when accepted.
+    bool drag(TableView* source, TableView* target, QMimeData& data, qsizetype row,
+              DropOperation op, uint32_t* validated = nullptr) {
+        DraggingInfo info(&data, source, {}, DragOperationEvery);
+        auto* d = static_cast<TableViewDelegate*>(target->delegate());
+        const uint32_t result = d->validateDrop(target, info, row, op);
+        if (validated) *validated = result;
+        if (result == DragOperationNone) return false;
+        return d->acceptDrop(target, info, target->dropRow(), target->dropOperation());
+    }
+    // Rows of the setlist dragged within it.
+    bool reorder(const IndexSet& rows, qsizetype above) {
+        Pasteboard out;
+        delegate()->writeRowsWithIndexes(setlistTable(), rows, out);
+        std::unique_ptr<QMimeData> data(out.takeMimeData());
+        delegate()->draggingSessionWillBeginAtPoint(setlistTable(), {}, rows);
+        const bool ok = drag(setlistTable(), setlistTable(), *data, above, DropOperation::Above);
+        delegate()->draggingSessionEndedAtPoint(setlistTable(), {}, DragOperationMove);
+        return ok;
+    }
+    QStringList titles() {
+        QStringList out;
+        for (ManagedObject* s : setlistSongs())
+            out << s->stringValue("title");
+        return out;
+    }
+};
+
+TEST_F(SetlistDragDrop, ReorderingMovesToRMinusCOrR) {
+    gig({"S1.logicx", "S2.logicx", "S3.logicx", "S4.logicx", "S5.logicx"});
+    EXPECT_EQ(delegate()->rowType(), "Song");
+    EXPECT_TRUE(setlistTable()->registeredDraggedTypes().contains("Song"));
+    ASSERT_TRUE(reorder({0}, 3)); // the first row to just above the fourth
+    EXPECT_EQ(titles(), (QStringList{"S2", "S3", "S1", "S4", "S5"}));
+    EXPECT_EQ(setlistTable()->selectedRow(), 2);
+    ASSERT_TRUE(reorder({3}, 0)); // the fourth to just above the first
+    EXPECT_EQ(titles(), (QStringList{"S4", "S2", "S3", "S1", "S5"}));
+    EXPECT_EQ(setlistTable()->selectedRow(), 0);
+}
+
+// Two songs from the song list above row 0: new records, in reverse order, with copies of
+// their MIDI messages. Onto a setlist's name: accepted, nothing changes. From a setlist onto
+// the song list: refused.
+TEST_F(SetlistDragDrop, SongsFromTheSongList) {
+    const auto songs = gig({"S1.logicx"});
+    const auto extra = addSongs({"A.logicx", "B.logicx"});
+    ManagedObject* message = context().insertNewObject("MidiMessage");
+    message->setValue("mMchannel", 5);
+    extra[0]->mutableOrderedSetValueForKey("midiMessage").addObject(message);
+    processEvents();
+    Pasteboard out;
+    app->editScreen()->songList()->writeRowsWithIndexes(
+        songList(), {songList()->numberOfRows() - 2, songList()->numberOfRows() - 1}, out);
+    std::unique_ptr<QMimeData> data(out.takeMimeData());
+    ASSERT_TRUE(drag(songList(), setlistTable(), *data, 0, DropOperation::On));
+    ASSERT_EQ(setlistSongs().size(), 3);
+    EXPECT_EQ(titles(), (QStringList{"B", "A", "S1"})) << "reverse order at the same row";
+    ManagedObject* copy = setlistSongs()[1];
+    EXPECT_NE(copy, extra[0]) << "a new record";
+    EXPECT_EQ(copy->stringValue("path"), extra[0]->stringValue("path"));
+    ASSERT_EQ(copy->orderedObjects("midiMessage").size(), 1);
+    EXPECT_NE(copy->orderedObjects("midiMessage")[0], message);
+    EXPECT_EQ(copy->orderedObjects("midiMessage")[0]->integerValue("mMchannel"), 5);
+
+    const qsizetype records = context().executeFetchRequest({"Song", {}, {}, 0}).size();
+    EXPECT_TRUE(drag(songList(), setlistsTable(), *data, 0, DropOperation::Above));
+    EXPECT_EQ(setlistsTable()->dropOperation(), DropOperation::On) << "retargeted onto the name";
+    EXPECT_EQ(context().executeFetchRequest({"Song", {}, {}, 0}).size(), records);
+
+    Pasteboard rows;
+    delegate()->writeRowsWithIndexes(setlistTable(), {0}, rows);
+    std::unique_ptr<QMimeData> back(rows.takeMimeData());
+    uint32_t validated = 99;
+    auto* songListDelegate = static_cast<TableViewDelegate*>(app->editScreen()->songList());
+    DraggingInfo info(back.get(), setlistTable(), {}, DragOperationEvery);
+    validated = songListDelegate->validateDrop(songList(), info, 0, DropOperation::Above);
+    EXPECT_EQ(validated, uint32_t(DragOperationNone));
+    EXPECT_EQ(songs.size(), 1);
+}
+
+// Project files dropped into a setlist, by real drop events: above a row, projects already in
+// the library are only selected (and saved); a new one joins the library unnumbered and not
+// the setlist; onto a row, refused.
+TEST_F(SetlistDragDrop, ProjectFilesIntoASetlist) {
+    const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
+    EXPECT_TRUE(dropFiles(setlistTable(),
+                          {songs[0]->stringValue("path"), songs[1]->stringValue("path")}, 2));
+    EXPECT_EQ(titles(), (QStringList{"S1", "S2", "S3"}));
+    EXPECT_EQ(setlistTable()->selectedRow(), 2);
+    EXPECT_FALSE(context().hasChanges()) << "saved";
+
+    const QString fresh = project("Fresh.logicx");
+    dropFiles(setlistTable(), {fresh}, 1);
+    const auto found = context().executeFetchRequest(
+        {"Song", Predicate::withFormat("path == %@", {fresh}), {}, 0});
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_FALSE(found[0]->value("midiIn").isValid()) << "unnumbered";
+    EXPECT_EQ(titles(), (QStringList{"S1", "S2", "S3"}));
+
+    EXPECT_FALSE(dropFiles(setlistTable(), {project("Other.logicx")}, 1, true));
+}
+
+// Commands: remove and delete with and without a selection, new setlists, the last row.
+TEST_F(SetlistDragDrop, SetlistCommands) {
+    const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
+    MainWindow* w = app->window();
+    setlistsTable()->deselectAll();
+    w->removeSetlistButton->click(); // no selection: nothing removed, no crash
+    EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), 1);
+
+    ArrayController* all = app->allSetlistsArrayController();
+    all->setSelectionIndex(all->arrangedObjects().indexOf(songs[0]->relatedObject("setlist")));
+    processEvents();
+    setlistTable()->selectRowIndexes({2}, false);
+    w->deleteSongEverywhereButton->click();
+    EXPECT_EQ(titles(), (QStringList{"S1", "S2"}));
+    EXPECT_EQ(setlistTable()->selectedRow(), 1) << "the new last row";
+    EXPECT_TRUE(context()
+                    .executeFetchRequest(
+                        {"Song",
+                         Predicate::withFormat("path == %@", {songs[2]->stringValue("path")}),
+                         {},
+                         0})
+                    .isEmpty());
+
+    setlistTable()->selectRowIndexes({0}, false);
+    w->removeFromSetlistButton->click();
+    EXPECT_EQ(titles(), QStringList{"S2"});
+    EXPECT_FALSE(songs[0]->isDeleted()) << "still in the library";
+
+    const qsizetype before = context().executeFetchRequest({"Setlist", {}, {}, 0}).size();
+    w->newSetlistButton->click();
+    EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), before + 1);
+}
+
+// A right click on a setlist row shows the song's file; an emptied setlist name becomes
+// "Setlist" when the edit ends.
+TEST_F(SetlistDragDrop, FilePopoverAndUnnamedSetlists) {
+    const auto songs = gig({"S1.logicx", "S2.logicx"});
+    setlistTable()->selectRowIndexes({1}, false);
+    NotificationCenter::defaultCenter().post("rightClickNotification");
+    EXPECT_TRUE(delegate()->fileNamePopover()->isVisible());
+    EXPECT_EQ(delegate()->songFileInfo()->text(), songs[1]->stringValue("path"));
+    delegate()->closePopover();
+
+    const qsizetype row =
+        app->allSetlistsArrayController()->arrangedObjects().indexOf(currentSetlist());
+    setlistsTable()->edit(setlistsTable()->model()->index(int(row), 0));
+    auto* editor = setlistsTable()->findChild<QLineEdit*>();
+    ASSERT_TRUE(editor);
+    editor->clear();
+    QTest::keyClick(editor, Qt::Key_Return);
+    processEvents();
+    EXPECT_EQ(currentSetlist()->stringValue("name"), "Setlist");
+}
