@@ -14,6 +14,7 @@
 #include "support/LibraryHelpers.h"
 
 #include <QFrame>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
@@ -95,6 +96,8 @@ TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     ASSERT_TRUE(drag(songList(), setlistTable(), *data, 0, DropOperation::On));
     ASSERT_EQ(setlistSongs().size(), 3);
     EXPECT_EQ(titles(), (QStringList{"B", "A", "S1"})) << "reverse order at the same row";
+    processEvents();
+    EXPECT_EQ(setlistTable()->verticalHeader()->count(), 3) << "the table shows them";
     ManagedObject* copy = setlistSongs()[1];
     EXPECT_NE(copy, extra[0]) << "a new record";
     EXPECT_EQ(copy->stringValue("path"), extra[0]->stringValue("path"));

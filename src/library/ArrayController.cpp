@@ -105,8 +105,10 @@ void ArrayController::rebuild() {
 }
 
 void ArrayController::contextChanged() {
-    if (stamp_ == currentStamp()) return;
-    rebuild();
+    refreshIfStale();
+    // A read in between may have rebuilt already; the views still have to hear of it.
+    if (stamp_ == announced_) return;
+    announced_ = stamp_;
     emit arrangedObjectsChanged();
 }
 

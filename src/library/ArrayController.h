@@ -71,5 +71,6 @@ private:
     QList<ManagedObject*> arranged_;
     QList<ManagedObject*> selected_;
     quint64 stamp_ = ~quint64(0);
+    quint64 announced_ = ~quint64(0); // the stamp the views were last told of
     quint64 selectionGeneration_ = 0;
 };

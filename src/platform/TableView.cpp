@@ -14,6 +14,7 @@
 #include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QMenu>
+#include <QMimeData>
 #include <QPainter>
 #include <QPropertyAnimation>
 #include <QScrollBar>
@@ -460,6 +461,12 @@ void TableView::startRowDrag(const QPoint& at) {
                                            maskFor(done));
 }
 
+bool TableView::acceptsPayloadData(const QMimeData* data) const {
+    for (const QString& type : draggedTypes_)
+        if (!data->data(Pasteboard::mimeFormat(type)).isEmpty()) return true;
+    return false;
+}
+
 bool TableView::acceptsPayload(const QMimeData* data) const {
     const Pasteboard pasteboard(data);
     for (const QString& type : draggedTypes_)
@@ -512,6 +519,7 @@ void TableView::dragMoveEvent(QDragMoveEvent* event) {
     if (proposeDrop(event, true)) {
         event->accept();
         dropTargetShown_ = true;
+        keepPayload(event->mimeData());
     } else {
         event->ignore();
         dropTargetShown_ = false;
@@ -523,22 +531,38 @@ void TableView::dragLeaveEvent(QDragLeaveEvent*) {
     clearDropTarget();
 }
 
+void TableView::keepPayload(const QMimeData* data) {
+    kept_ = std::make_unique<QMimeData>();
+    for (const QString& type : draggedTypes_) {
+        const QString format = Pasteboard::mimeFormat(type);
+        if (data->hasFormat(format)) kept_->setData(format, data->data(format));
+    }
+}
+
 void TableView::dropEvent(QDropEvent* event) {
     clearDropTarget();
-    if (!proposeDrop(event, true)) {
+    // Some senders no longer hand over their data when the drop comes (seen with X11 drags):
+    // the drop then reads what the drag offered while it moved over the table.
+    const std::unique_ptr<QMimeData> kept = std::move(kept_);
+    const QMimeData* data = event->mimeData();
+    if (kept && !acceptsPayloadData(data)) data = kept.get();
+    QDropEvent dropped(event->position(), event->possibleActions(), data, event->buttons(),
+                       event->modifiers());
+    if (!proposeDrop(&dropped, true)) {
         event->ignore();
         return;
     }
     auto* source = qobject_cast<TableView*>(event->source());
-    DraggingInfo info(event->mimeData(), source, event->position().toPoint(),
-                      maskFor(event->possibleActions()));
+    DraggingInfo info(data, source, event->position().toPoint(), maskFor(event->possibleActions()));
     bool accepted = false;
     guarded("acceptDrop",
             [&] { accepted = delegate_->acceptDrop(this, info, dropRow_, dropOperation_); });
-    if (accepted)
-        event->acceptProposedAction();
-    else
+    if (accepted) {
+        event->setDropAction(dropped.dropAction());
+        event->accept();
+    } else {
         event->ignore();
+    }
 }
 
 void TableView::contextMenuEvent(QContextMenuEvent* event) {

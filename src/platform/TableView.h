@@ -6,8 +6,10 @@
 #include "platform/TableColumn.h"
 #include "platform/TableViewDelegate.h"
 
+#include <QMimeData>
 #include <QPointer>
 #include <QTableView>
+#include <memory>
 
 class QMenu;
 class QPropertyAnimation;
@@ -137,7 +139,9 @@ private:
     void editorOpened(QWidget* editor, const QModelIndex& index);
     void startRowDrag(const QPoint& at);
     bool proposeDrop(QDropEvent* event, bool validate);
-    bool acceptsPayload(const QMimeData* data) const;
+    bool acceptsPayload(const QMimeData* data) const;     // by the formats it offers
+    bool acceptsPayloadData(const QMimeData* data) const; // by the data it hands over
+    void keepPayload(const QMimeData* data);
     void clearDropTarget();
 
     QString autosaveName_;
@@ -162,6 +166,7 @@ private:
     qsizetype dropRow_ = -1;
     DropOperation dropOperation_ = DropOperation::On;
     bool dropTargetShown_ = false;
+    std::unique_ptr<QMimeData> kept_; // the payload as last seen during the drag
     QPointer<QMenu> menu_;
     bool paintsSelection_ = true;
     QPointer<QWidget> editor_;
