@@ -28,13 +28,7 @@ QString titleFor(const QString& path) {
 }
 
 ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype row) {
-    if (row < 0 || row >= songs.size())
-        throw RangeError(QStringLiteral("*** -[__NSArrayM objectAtIndex:]: index %1 beyond "
-                                        "bounds [0 .. %2]")
-                             .arg(row)
-                             .arg(songs.size() - 1)
-                             .toStdString());
-    return songs[row];
+    return RangeError::checkedAt(songs, row);
 }
 } // namespace
 

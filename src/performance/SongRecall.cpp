@@ -19,13 +19,7 @@
 
 namespace {
 ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype index) {
-    if (index < 0 || index >= songs.size())
-        throw RangeError(QStringLiteral("*** -[__NSArrayI objectAtIndex:]: index %1 beyond bounds "
-                                        "[0 .. %2]")
-                             .arg(index)
-                             .arg(songs.size() - 1)
-                             .toStdString());
-    return songs[index];
+    return RangeError::checkedAt(songs, index);
 }
 
 bool isProject(const QVariant& path) {
