@@ -95,6 +95,20 @@ TEST_F(SongList, TypedNumbersOutsideTheRangeAreRefused) {
     EXPECT_TRUE(alerts.shownAlerts.isEmpty());
 }
 
+// Cancelling the panel on its first use, with nothing remembered: a song without a path is
+// looked for, and with none there a song with no title and no path is added, numbered.
+TEST_F(SongList, CancellingTheFirstOpenPanel) {
+    addSongs({"A.logicx"});
+    launch();
+    app->window()->addSongButton->click();
+    const auto all = songs(context());
+    ASSERT_EQ(all.size(), 2);
+    ManagedObject* blank = all.last();
+    EXPECT_FALSE(blank->value("path").isValid());
+    EXPECT_FALSE(blank->value("title").isValid());
+    EXPECT_EQ(number(blank), 2);
+}
+
 // Adding by open panel: the first song of an empty library is 1; only the last of several
 // chosen items is added; a path already there adds nothing; a cancel goes on with the
 // remembered choice.
