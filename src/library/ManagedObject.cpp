@@ -102,27 +102,32 @@ OrderedRelation ManagedObject::mutableOrderedSetValueForKey(const QString& key) 
 
 void ManagedObject::setPrimitiveAttribute(int index, QVariant value) {
     values_[index] = coerce(index, value);
+    rendered_.clear();
 }
 
 void ManagedObject::changeAttribute(int index, QVariant value) {
     if (values_[index] == value && values_[index].isValid() == value.isValid()) return;
     QVariant old = std::exchange(values_[index], std::move(value));
+    rendered_.clear();
     if (context_) context_->noteChange([this, index, old] { changeAttribute(index, old); });
 }
 
 void ManagedObject::changeToOne(int rel, ManagedObject* target) {
     ManagedObject* old = std::exchange(relations_[rel].one, target);
+    rendered_.clear();
     if (context_ && old != target)
         context_->noteChange([this, rel, old] { changeToOne(rel, old); });
 }
 
 void ManagedObject::insertToMany(int rel, ManagedObject* target, qsizetype index) {
     relations_[rel].many.insert(index, target);
+    rendered_.clear();
     if (context_) context_->noteChange([this, rel, index] { removeToManyAt(rel, index); });
 }
 
 void ManagedObject::removeToManyAt(int rel, qsizetype index) {
     ManagedObject* old = relations_[rel].many.takeAt(index);
+    rendered_.clear();
     if (context_) context_->noteChange([this, rel, old, index] { insertToMany(rel, old, index); });
 }
 
@@ -158,6 +163,7 @@ void ManagedObject::setToOne(int rel, ManagedObject* target) {
     // Detached records keep what they are given; the graph rules apply inside a context.
     if (!context_) {
         relations_[rel].one = target;
+        rendered_.clear();
         return;
     }
     if (old) detachFromInverse(rel, old);

@@ -2,6 +2,7 @@
 
 #include "platform/KeyedCoding.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QMetaType>
 #include <QVariant>
@@ -54,6 +55,11 @@ public:
     ManagedObject* toOneAt(int rel) const { return relations_[rel].one; }
     const QList<ManagedObject*>& toManyAt(int rel) const { return relations_[rel].many; }
 
+    // The store's rendering of this record, kept until any attribute or relationship changes,
+    // so a save of a large library re-renders only what was edited. Empty when stale.
+    QByteArray& storeRendering() const { return rendered_; }
+    void invalidateStoreRendering() const { rendered_.clear(); }
+
 private:
     friend class ObjectContext;
     friend class OrderedRelation;
@@ -80,5 +86,6 @@ private:
     bool deleted_ = false;
     std::vector<QVariant> values_;
     std::vector<Relation> relations_;
+    mutable QByteArray rendered_;
 };
 Q_DECLARE_METATYPE(ManagedObject*)

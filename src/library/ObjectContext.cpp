@@ -53,6 +53,13 @@ void ObjectContext::unregisterObject(ManagedObject* object) {
 void ObjectContext::setDeleted(ManagedObject* object, bool deleted) {
     if (object->deleted_ == deleted) return;
     object->deleted_ = deleted;
+    // Records that point at it leave it out of the store while it is deleted.
+    object->invalidateStoreRendering();
+    for (const auto& relation : object->relations_) {
+        if (relation.one) relation.one->invalidateStoreRendering();
+        for (const ManagedObject* other : relation.many)
+            other->invalidateStoreRendering();
+    }
     if (deleted)
         unregisterObject(object);
     else
@@ -110,6 +117,14 @@ QList<ManagedObject*> ObjectContext::executeFetchRequest(const FetchRequest& req
     } else {
         for (auto* o : all)
             if (request.predicate.evaluate(*o)) out.append(o);
+    }
+    if (request.fetchLimit == 1 && !request.sortDescriptors.isEmpty() && out.size() > 1) {
+        // The first in sorted order is one pass away; the sort is stable, so ties keep the
+        // earliest record.
+        ManagedObject* best = out.first();
+        for (ManagedObject* o : out)
+            if (compareBySortDescriptors(*o, *best, request.sortDescriptors) < 0) best = o;
+        return {best};
     }
     sortBySortDescriptors(out, request.sortDescriptors);
     if (request.fetchLimit > 0 && out.size() > request.fetchLimit) out.resize(request.fetchLimit);

@@ -149,6 +149,39 @@ EntityTemplate makeTemplate(const EntityDescription& e) {
                                  r.destination.toUpper().toUtf8() + "\"");
     return t;
 }
+
+// One record's element, whole; kept by the record until it changes.
+void renderObject(QByteArray& out, const ManagedObject& o, const EntityTemplate& t,
+                  const std::vector<AttributeDescription>& attrs,
+                  const std::vector<RelationshipDescription>& rels) {
+    out += t.objectOpen;
+    appendNumber(out, static_cast<long long>(o.objectNumber()));
+    out += "\">\n";
+    for (size_t i = 0; i < attrs.size(); ++i) {
+        const QVariant& v = o.attributeAt(static_cast<int>(i));
+        if (!v.isValid()) continue;
+        out += t.attributeOpen[i];
+        appendValue(out, v, attrs[i].type);
+        out += "</attribute>\n";
+    }
+    for (size_t r = 0; r < rels.size(); ++r) {
+        out += t.relationOpen[r];
+        bool first = true;
+        auto addRef = [&](const ManagedObject* target) {
+            if (!target || target->isDeleted()) return;
+            out += first ? " idrefs=\"z" : " z";
+            first = false;
+            appendNumber(out, static_cast<long long>(target->objectNumber()));
+        };
+        if (rels[r].toMany)
+            for (const ManagedObject* target : o.toManyAt(static_cast<int>(r)))
+                addRef(target);
+        else
+            addRef(o.toOneAt(static_cast<int>(r)));
+        out += first ? "></relationship>\n" : "\"></relationship>\n";
+    }
+    out += "    </object>\n";
+}
 } // namespace
 
 QByteArray XmlStoreWriter::write(const ObjectContext& context, const PersistentStore& store) {
@@ -177,38 +210,20 @@ bool XmlStoreWriter::write(const ObjectContext& context, const PersistentStore& 
     out += "</UUID>\n        <nextObjectID>";
     appendNumber(out, static_cast<long long>(store.lastObjectNumber()));
     out += "</nextObjectID>\n        <metadata></metadata>\n    </databaseInfo>\n";
+    QByteArray scratch;
     for (const auto& entity : context.model().entities()) {
         const EntityTemplate t = makeTemplate(*entity);
         const auto& attrs = entity->attributes();
         const auto& rels = entity->relationships();
         for (const ManagedObject* o : context.registeredObjects(entity.get())) {
-            out += t.objectOpen;
-            appendNumber(out, static_cast<long long>(o->objectNumber()));
-            out += "\">\n";
-            for (size_t i = 0; i < attrs.size(); ++i) {
-                const QVariant& v = o->attributeAt(static_cast<int>(i));
-                if (!v.isValid()) continue;
-                out += t.attributeOpen[i];
-                appendValue(out, v, attrs[i].type);
-                out += "</attribute>\n";
+            QByteArray& cached = o->storeRendering();
+            if (cached.isEmpty()) {
+                // Rendered aside and kept at its exact size: the cache is a second library.
+                scratch.resize(0);
+                renderObject(scratch, *o, t, attrs, rels);
+                cached = QByteArray(scratch.constData(), scratch.size());
             }
-            for (size_t r = 0; r < rels.size(); ++r) {
-                out += t.relationOpen[r];
-                bool first = true;
-                auto addRef = [&](const ManagedObject* target) {
-                    if (!target || target->isDeleted()) return;
-                    out += first ? " idrefs=\"z" : " z";
-                    first = false;
-                    appendNumber(out, static_cast<long long>(target->objectNumber()));
-                };
-                if (rels[r].toMany)
-                    for (const ManagedObject* target : o->toManyAt(static_cast<int>(r)))
-                        addRef(target);
-                else
-                    addRef(o->toOneAt(static_cast<int>(r)));
-                out += first ? "></relationship>\n" : "\"></relationship>\n";
-            }
-            out += "    </object>\n";
+            out += cached;
             if (out.size() >= kChunk) flush();
         }
     }
