@@ -52,6 +52,28 @@ TEST_F(SearchAndFilter, OneRowPerPathFirstInNumberOrder) {
     EXPECT_FALSE(filter.filteredArray.contains(copy));
 }
 
+// The rows are worked out again only when something changed; a later change must still show,
+// with a search on or off, in number order and one row per path.
+TEST_F(SearchAndFilter, RowsFollowEditsMadeAfterTheyWereWorkedOut) {
+    auto* a = addSong(context, "Alpha", "/a.logicx", 1);
+    auto* b = addSong(context, "Beta", "/b.logicx", 2);
+    auto* c = addSong(context, "Alpine", "/c.logicx", 3);
+    EXPECT_EQ(filter.returnFilteredArray(), (L{a, b, c}));
+    filter.changePredicate("al");
+    EXPECT_EQ(filter.returnFilteredArray(), (L{a, c}));
+    c->setValue("midiIn", 0);
+    EXPECT_EQ(filter.returnFilteredArray(), (L{c, a})) << "renumbered while searching";
+    c->setValue("path", "/a.logicx");
+    EXPECT_EQ(filter.returnFilteredArray(), L{c}) << "now a second record of a's project";
+    filter.changePredicate("");
+    EXPECT_EQ(filter.returnFilteredArray(), (L{c, b}));
+    c->setValue("path", "/c.logicx");
+    auto* d = addSong(context, "Delta", "/d.logicx", 2);
+    EXPECT_EQ(filter.returnFilteredArray(), (L{c, a, b, d})) << "ties keep their store order";
+    context.deleteObject(b);
+    EXPECT_EQ(filter.returnFilteredArray(), (L{c, a, d}));
+}
+
 TEST_F(SearchAndFilter, SetlistChecksAndTheCurrentSetlist) {
     EXPECT_EQ(filter.getCurrentSetlist(), nullptr);
     addSong(context, "Song", "/s.logicx", 1);

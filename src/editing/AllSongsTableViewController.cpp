@@ -53,7 +53,8 @@ QList<TableColumn> AllSongsTableViewController::columns() {
 
 void AllSongsTableViewController::refreshRows() {
     songsToCheck = allSongs_ ? allSongs_->arrangedObjects() : QList<ManagedObject*>();
-    filteredArray = LibraryFilter::removeDuplicatesInArray(songsToCheck);
+    filteredArray = filter_ ? filter_->uniqueByPath(songsToCheck)
+                            : LibraryFilter::removeDuplicatesInArray(songsToCheck);
 }
 
 qsizetype AllSongsTableViewController::numberOfRowsInTableView(TableView*) {

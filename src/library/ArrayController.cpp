@@ -44,6 +44,7 @@ BindingInfo ArrayController::infoForBinding(const QString& binding) const {
 
 void ArrayController::setSortDescriptors(const QList<SortDescriptor>& descriptors) {
     sortDescriptors_ = descriptors;
+    sortedGeneration_ = ~quint64(0);
     rearrangeObjects();
 }
 
@@ -80,22 +81,34 @@ void ArrayController::refreshIfStale() {
 }
 
 void ArrayController::rebuild() {
-    QList<ManagedObject*> list;
     const auto all = content();
+    const quint64 generation = context_ ? context_->generation() : 0;
+    if (!all.isSharedWith(sortedFrom_) || all.size() != sortedFrom_.size() ||
+        generation != sortedGeneration_) {
+        sortedFrom_ = all;
+        sorted_ = all;
+        sortBySortDescriptors(sorted_, sortDescriptors_);
+        sortedGeneration_ = generation;
+    }
+    QList<ManagedObject*> list;
     if (filter_.isNull()) {
-        list = all;
+        list = sorted_;
     } else {
-        for (auto* o : all)
+        for (auto* o : sorted_)
             if (filter_.evaluate(*o)) list.append(o);
     }
-    sortBySortDescriptors(list, sortDescriptors_);
     arranged_ = std::move(list);
     stamp_ = currentStamp();
     // Keep the selected objects that are still arranged; never leave rows without one.
-    const QSet<ManagedObject*> present(arranged_.cbegin(), arranged_.cend());
     QList<ManagedObject*> kept;
-    for (auto* o : selected_)
-        if (present.contains(o)) kept.append(o);
+    if (selected_.size() <= 8) { // the usual single selection needs no set of 10,000 rows
+        for (auto* o : selected_)
+            if (arranged_.contains(o)) kept.append(o);
+    } else {
+        const QSet<ManagedObject*> present(arranged_.cbegin(), arranged_.cend());
+        for (auto* o : selected_)
+            if (present.contains(o)) kept.append(o);
+    }
     if (kept.isEmpty() && !arranged_.isEmpty()) kept.append(arranged_.first());
     if (kept != selected_) {
         selected_ = kept;

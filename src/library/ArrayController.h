@@ -69,6 +69,10 @@ private:
     QList<SortDescriptor> sortDescriptors_;
     Predicate filter_;
     QList<ManagedObject*> arranged_;
+    // The content sorted, kept while neither it nor the library changes: a new search
+    // filters this instead of sorting again (a stable sort commutes with a filter).
+    QList<ManagedObject*> sortedFrom_, sorted_;
+    quint64 sortedGeneration_ = ~quint64(0);
     QList<ManagedObject*> selected_;
     quint64 stamp_ = ~quint64(0);
     quint64 announced_ = ~quint64(0); // the stamp the views were last told of

@@ -1,11 +1,13 @@
 #include "library/LibraryFilter.h"
 
 #include "library/ArrayController.h"
+#include "library/EntityDescription.h"
 #include "library/FetchRequest.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 
-#include <QSet>
+#include <stdexcept>
+#include <unordered_set>
 
 LibraryFilter::LibraryFilter(ArrayController* allSongs, ArrayController* allSetlists,
                              ObjectContext* context)
@@ -25,19 +27,37 @@ void LibraryFilter::changePredicate(const QString& text) {
     if (reloadSongs) reloadSongs();
 }
 
+namespace {
+[[noreturn]] void unknownPath(const ManagedObject& song) {
+    song.value(QStringLiteral("path")); // throws the unknown-key error
+    throw std::logic_error("no path");
+}
+} // namespace
+
 QList<ManagedObject*> LibraryFilter::removeDuplicatesInArray(const QList<ManagedObject*>& songs) {
     QList<ManagedObject*> out;
     out.reserve(songs.size());
-    QSet<QString> seen;
+    // Views of the records' own strings: no copies and no reference counting on the way.
+    struct Hash {
+        size_t operator()(QStringView v) const noexcept { return qHash(v); }
+    };
+    std::unordered_set<QStringView, Hash> seen;
+    seen.reserve(size_t(songs.size()));
+    const EntityDescription* entity = nullptr;
+    int pathIndex = -1;
     for (auto* song : songs) {
-        const QVariant path = song->value("path");
+        if (&song->entity() != entity) {
+            entity = &song->entity();
+            pathIndex = entity->attributeIndex(QStringLiteral("path"));
+        }
+        if (pathIndex < 0) unknownPath(*song);
+        const QVariant& path = song->attributeAt(pathIndex);
         if (!path.isValid() || path.isNull()) {
             out.append(song);
             continue;
         }
-        const QString p = path.toString();
-        if (seen.contains(p)) continue;
-        seen.insert(p);
+        if (!seen.insert(QStringView(*static_cast<const QString*>(path.constData()))).second)
+            continue;
         out.append(song);
     }
     return out;
@@ -45,8 +65,20 @@ QList<ManagedObject*> LibraryFilter::removeDuplicatesInArray(const QList<Managed
 
 QList<ManagedObject*> LibraryFilter::returnFilteredArray() {
     songsArrayToCheck = allSongs_ ? allSongs_->arrangedObjects() : QList<ManagedObject*>();
-    filteredArray = removeDuplicatesInArray(songsArrayToCheck);
+    filteredArray = uniqueByPath(songsArrayToCheck);
     return filteredArray;
+}
+
+const QList<ManagedObject*>& LibraryFilter::uniqueByPath(const QList<ManagedObject*>& songs) {
+    const quint64 generation = context_ ? context_->generation() : 0;
+    // A path can change without the list changing, hence the library's generation too.
+    if (!songs.isSharedWith(uniqueInput_) || generation != uniqueGeneration_ ||
+        songs.size() != uniqueInput_.size()) {
+        uniqueInput_ = songs;
+        uniqueOutput_ = removeDuplicatesInArray(songs);
+        uniqueGeneration_ = generation;
+    }
+    return uniqueOutput_;
 }
 
 ManagedObject* LibraryFilter::getCurrentSetlist() const {

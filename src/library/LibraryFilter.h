@@ -24,6 +24,9 @@ public:
     QList<ManagedObject*> returnFilteredArray();
     // Keeps the first record of each path, in order; records without a path always stay.
     static QList<ManagedObject*> removeDuplicatesInArray(const QList<ManagedObject*>& songs);
+    // removeDuplicatesInArray, worked out again only when the list or the library changed:
+    // the song table asks for it on every row count.
+    const QList<ManagedObject*>& uniqueByPath(const QList<ManagedObject*>& songs);
     ManagedObject* getCurrentSetlist() const;
 
     void checkNumberOfSetlists();
@@ -38,4 +41,6 @@ private:
     QPointer<ArrayController> allSongs_;
     QPointer<ArrayController> allSetlists_;
     QPointer<ObjectContext> context_;
+    QList<ManagedObject*> uniqueInput_, uniqueOutput_;
+    quint64 uniqueGeneration_ = ~quint64(0);
 };

@@ -1,8 +1,10 @@
 #include "library/Predicate.h"
 
+#include "library/EntityDescription.h"
 #include "library/ManagedObject.h"
 
 #include <QDateTime>
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -16,7 +18,15 @@ struct Predicate::Node {
     QString variable; // $name still to substitute
 };
 
+namespace {
+bool isAscii(const QString& text) {
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
+}
+} // namespace
+
 QString foldForSearch(const QString& text) {
+    // Plain ASCII has nothing to decompose, and folding it is lowering.
+    if (isAscii(text)) return text.toLower();
     QString d = text.normalized(QString::NormalizationForm_D);
     QString out;
     out.reserve(d.size());
@@ -226,12 +236,31 @@ bool evaluateNode(const Node& n, const ManagedObject& o) {
     case Node::Kind::Compare:
         break;
     }
-    const QVariant left = o.value(n.key);
+    // Attributes are read in place; only relationships need the general lookup.
+    const int attribute = o.entity().attributeIndex(n.key);
+    const QVariant fetched = attribute < 0 ? o.value(n.key) : QVariant();
+    const QVariant& left = attribute < 0 ? fetched : o.attributeAt(attribute);
     const QVariant& right = n.value;
     if (n.op == Node::Op::Contains || n.op == Node::Op::BeginsWith ||
         ((n.caseless || n.diacriticless) && left.typeId() == QMetaType::QString)) {
         if (left.typeId() != QMetaType::QString || !right.isValid()) return false;
-        QString l = left.toString(), r = right.toString();
+        const QString& l0 = *static_cast<const QString*>(left.constData());
+        QString l = l0, r = right.toString();
+        if ((n.caseless || n.diacriticless) && isAscii(l) && isAscii(r)) {
+            // Plain ASCII needs no folding: compare in place, without new strings.
+            switch (n.op) {
+            case Node::Op::Contains:
+                return l.contains(r, Qt::CaseInsensitive);
+            case Node::Op::BeginsWith:
+                return l.startsWith(r, Qt::CaseInsensitive);
+            case Node::Op::Eq:
+                return l.compare(r, Qt::CaseInsensitive) == 0;
+            case Node::Op::Ne:
+                return l.compare(r, Qt::CaseInsensitive) != 0;
+            default:
+                break;
+            }
+        }
         if (n.diacriticless) {
             l = foldForSearch(l);
             r = foldForSearch(r);
