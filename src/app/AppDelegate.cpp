@@ -2,6 +2,9 @@
 
 #include "app/EditScreen.h"
 #include "app/MainWindow.h"
+#include "app/ModeSwitch.h"
+#include "app/MyPrefsWindowController.h"
+#include "app/SongDetailsScreen.h"
 #include "library/ArrayController.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
@@ -17,6 +20,7 @@
 #include "platform/FontFaces.h"
 #include "platform/Guard.h"
 #include "platform/NotificationCenter.h"
+#include "platform/SegmentedControl.h"
 #include "platform/TableView.h"
 #include "settings/Prefs.h"
 
@@ -66,6 +70,7 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
 }
 
 AppDelegate::~AppDelegate() {
+    TzPrefsWindowController::releaseShared();
     NotificationCenter::defaultCenter().removeObserver(this);
     if (MidiHost::applicationDelegate() == this) MidiHost::setApplicationDelegate(nullptr);
     window_.reset();
@@ -114,14 +119,12 @@ void AppDelegate::wireWindow(ObjectContext* context) {
            "goToLogicProject:", [this] { recall_->goToLogicProject(); });
     action(w->byNumberButton, &QPushButton::clicked, this, "runMyScriptUsingProgChangeInController",
            [this] { recall_->runMyScriptUsingProgChangeInController(); });
-    action(w->activeButton, &QCheckBox::toggled, this, "activeButton:", [this] {
-        sharedPrefs_->prefsActive = window_->activeButton->isChecked();
-        sharedPrefs_->saveDataToDisk();
-    });
+    action(w->activeButton, &QCheckBox::clicked, this, "activeButton:", [this] { activeButton(); });
     QObject::connect(w->searchField, &QLineEdit::textChanged, this, [this](const QString& text) {
         guarded("changePredicate:", [&] { filter_->changePredicate(text); });
     });
 
+    wireModes(context);
     addMenus(context);
     w->shouldClose = [this] {
         requestQuit();
@@ -136,6 +139,10 @@ void AppDelegate::addMenus(ObjectContext* context) {
            "saveAction:", [this] { saveAction(); });
     action(file->addAction("&Quit", QKeySequence::Quit), &QAction::triggered, this,
            "terminate:", [this] { requestQuit(); });
+    QAction* prefs = file->addAction("&Preferences…", QKeySequence(QStringLiteral("Ctrl+,")));
+    prefs->setMenuRole(QAction::PreferencesRole);
+    action(prefs, &QAction::triggered, this,
+           "openPreferencesWindow:", [this] { openPreferencesWindow(); });
     QMenu* edit = w->menuBar()->addMenu("&Edit");
     QAction* undo = edit->addAction("&Undo", QKeySequence::Undo);
     QAction* redo = edit->addAction("&Redo", QKeySequence::Redo);
@@ -159,9 +166,41 @@ void AppDelegate::addMenus(ObjectContext* context) {
     update();
 }
 
-void AppDelegate::setFonts() {
-    window_->performanceSetlist->setFont(FontFaces::font("Dosis-SemiBold", 20));
-    window_->songDeetsAllSessions->setFont(FontFaces::font("Dosis-Regular", 12));
+void AppDelegate::wireModes(ObjectContext* context) {
+    MainWindow* w = window_.get();
+    modes_ = new ModeSwitch(w, allSongs_, allSetlists_, this);
+    songDetails_ = new SongDetailsScreen(w, context, allSongs_, filter_.get(),
+                                         editScreen_->songList(), mainMidiObject_, this);
+    w->performanceTableView->addTableColumn("title", "Song");
+    w->performanceTableView->bind("content", currentSetlist_, "arrangedObjects");
+    w->performanceTableView->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
+    for (auto signal :
+         {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
+        connect(currentSetlist_, signal, this,
+                [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); });
+    connect(w->topButtons, &SegmentedControl::activated, this,
+            [this] { guarded("shwoView:", [this] { shwoView(window_->topButtons); }); });
+}
+
+void AppDelegate::shwoView(SegmentedControl* sender) {
+    modes_->shwoView(sender);
+}
+
+void AppDelegate::moveButtons() {
+    modes_->moveButtons();
+}
+
+QWidget* AppDelegate::currentView() const {
+    return modes_->currentView();
+}
+
+void AppDelegate::activeButton() {
+    sharedPrefs_->prefsActive = window_->activeButton->checkState() != Qt::Unchecked;
+    sharedPrefs_->saveDataToDisk();
+}
+
+void AppDelegate::openPreferences() {
+    MyPrefsWindowController::sharedPrefsWindowController()->showWindow();
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
@@ -176,7 +215,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     window_->aSongsTableView->reloadData();
     // No defaults to register: every setting lives in the settings file.
     window_->aSongsTableView->reloadData();
-    setFonts();
+    moveButtons();
     {
         const QSignalBlocker quiet(window_->activeButton);
         window_->activeButton->setChecked(sharedPrefs_->prefsActive);

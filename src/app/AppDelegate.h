@@ -11,6 +11,10 @@ class LibraryFilter;
 class LibraryStack;
 class MainMidi;
 class MainWindow;
+class ModeSwitch;
+class SegmentedControl;
+class SongDetailsScreen;
+class QWidget;
 class ManagedObject;
 class MidiServices;
 class ObjectContext;
@@ -41,13 +45,20 @@ public:
     void controllerMidiDeviceInitialSetAlert();
     bool midiDeviceAlert() const { return midiDeviceAlert_; }
     void setMidiDeviceAlert(bool shown) { midiDeviceAlert_ = shown; }
-    void midiDevicePopUpAction();
-    void midiSpacebarTriggerDevicePopUpAction();
+    void midiDevicePopUpAction() override;
+    void midiSpacebarTriggerDevicePopUpAction() override;
     void updateAllSongDetailView(qsizetype row);
     void handleNotification();
     void observeValueForKeyPath() {}
     void blankSetlist();
     void saveAction();
+    // The main window's modes and commands (the window's own classes do the work).
+    void shwoView(SegmentedControl* sender);
+    void moveButtons();
+    QWidget* currentView() const;
+    void activeButton();
+    void openPreferences();
+    void openPreferencesWindow() { openPreferences(); }
     static bool isTopListOfSetlistsTableView(const TableView* table);
     static bool isSetlistTableView(const TableView* table);
     static bool isAllSongsTableView(const TableView* table);
@@ -63,6 +74,8 @@ public:
     MainWindow* window() const { return window_.get(); }
     SongRecall* recall() const { return recall_; }
     EditScreen* editScreen() const { return editScreen_; }
+    ModeSwitch* modes() const { return modes_; }
+    SongDetailsScreen* songDetails() const { return songDetails_; }
     TriggerDispatch* dispatch() const { return dispatch_; }
     LibraryFilter* filter() const { return filter_.get(); }
     ArrayController* allSetlistsArrayController() const { return allSetlists_; }
@@ -76,7 +89,7 @@ private:
     void wireWindow(ObjectContext* context);
     void addMenus(ObjectContext* context);
     void rebuildMidiAfterDeviceChange();
-    void setFonts();
+    void wireModes(ObjectContext* context);
 
     std::unique_ptr<MidiServices> services_;
     std::unique_ptr<LibraryStack> library_;
@@ -90,6 +103,8 @@ private:
     std::unique_ptr<LibraryFilter> filter_;
     SongRecall* recall_ = nullptr;
     EditScreen* editScreen_ = nullptr;
+    ModeSwitch* modes_ = nullptr;
+    SongDetailsScreen* songDetails_ = nullptr;
     TriggerDispatch* dispatch_ = nullptr;
     bool midiDeviceAlert_ = false;
     bool terminated_ = false;

@@ -1,115 +1,103 @@
 #include "app/MainWindow.h"
 
 #include "app/tables/AllSongsTableView.h"
+#include "app/tables/MidiMessageTableVIew.h"
+#include "app/tables/PerformanceSetlistTableView.h"
 #include "app/tables/SetlistTableView.h"
 #include "app/tables/TopListOfSetlistsTableView.h"
+#include "platform/FontFaces.h"
 #include "platform/Guard.h"
-#include "platform/TableView.h"
+#include "platform/SegmentedControl.h"
+#include "ui_MainWindow.h"
 
-#include <QCheckBox>
 #include <QCloseEvent>
-#include <QHBoxLayout>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSplitter>
-#include <QVBoxLayout>
 
-namespace {
-template <typename Table> TableView* makeTable(QWidget* parent, const QString& autosaveName) {
-    auto* t = new Table(parent);
-    t->setObjectName(autosaveName);
-    t->setAutosaveName(autosaveName);
-    return t;
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent), ui_(std::make_unique<Ui::MainWindow>()) {
+    ui_->setupUi(this);
+    Ui::MainWindow& u = *ui_;
+    aSongsTableView = u.allSongsTableView;
+    allSongsDetailView = u.allSongsDetailView;
+    myTopListOfSetlistsTableView = u.topListOfSetlistsTableView;
+    setlistTableView = u.setlistTableView;
+    performanceTableView = u.performanceTableView;
+    midiMessageTableView = u.midiMessageTableView;
+    currentSetlist = u.currentSetlist;
+    nextSongLabel = u.nextSongLabel;
+    songDeetsAllSessions = u.songDeetsAllSessions;
+    backgroundView = u.backgroundView;
+    performanceBackgroundView = u.performanceBackgroundView;
+    topButtons = u.topButtons;
+    activeButton = u.activeButton;
+    searchField = u.searchField;
+    previousButton = u.previousButton;
+    nextButton = u.nextButton;
+    goButton = u.goButton;
+    byNumberButton = u.byNumberButton;
+    newSetlistButton = u.newSetlistButton;
+    removeSetlistButton = u.removeSetlistButton;
+    addSongToSetlistButton = u.addSongToSetlistButton;
+    removeFromSetlistButton = u.removeFromSetlistButton;
+    deleteSongEverywhereButton = u.deleteSongEverywhereButton;
+    addSongButton = u.addSongButton;
+    deleteSongButton = u.deleteSongButton;
+    deleteAllSongsButton = u.deleteAllSongsButton;
+    addMidiMessageButton = u.addMidiMessageButton;
+    removeMidiMessageButton = u.removeMidiMessageButton;
+    midiEnableCheckBox = u.midiEnableCheckBox;
+    midiMessageType = u.midiMessageType;
+    midiChannel = u.midiChannel;
+    progCcNumberTextField = u.progCcNumberTextField;
+    ccValueTextField = u.ccValueTextField;
+    mainView = u.mainView;
+    masterView = u.masterView;
+    editView = u.editView;
+    performanceView = u.performanceView;
+    songDetailsView = u.songDetailsView;
+
+    // The delegates tell the tables apart by their autosave names.
+    for (TableView* t : findChildren<TableView*>())
+        t->setAutosaveName(t->objectName());
+    midiMessageTableView->setAccessibleName("MIDI messages");
+    // The stage palette of the pill tables: dark grey, light text; each mode view is opaque
+    // over the edit screen.
+    QPalette stage = masterView->palette();
+    stage.setColor(QPalette::Window, QColor(0x1e, 0x1e, 0x21));
+    stage.setColor(QPalette::WindowText, QColor(0xf2, 0xf2, 0xf2));
+    masterView->setPalette(stage);
+    for (QWidget* view : {masterView, performanceView, songDetailsView})
+        view->setAutoFillBackground(true);
+    performanceBackgroundView->lower();
+    currentSetlist->setFont(FontFaces::font("Dosis-Bold", 28));
+    nextSongLabel->setFont(FontFaces::font("Dosis-Medium", 22));
+    songDeetsAllSessions->setFont(FontFaces::font("Dosis-Regular", 12));
+    // Until a mode is chosen the window shows the edit screen alone.
+    offstage_ = new QWidget(this);
+    offstage_->setObjectName("offstage");
+    offstage_->hide();
+    removeFromSuperview(performanceView);
+    removeFromSuperview(songDetailsView);
+    topButtons->setSelectedSegment(0);
+    setFixedSize(kWidth, kHeight);
 }
-} // namespace
 
-MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
-    setWindowTitle("Gigmora");
-    mainView = new QWidget(this);
-    setCentralWidget(mainView);
-    auto* outer = new QVBoxLayout(mainView);
+MainWindow::~MainWindow() = default;
 
-    performanceView = new QWidget(mainView);
-    auto* top = new QHBoxLayout(performanceView);
-    performanceSetlist = new QLabel("No Selection", performanceView);
-    activeButton = new QCheckBox("Active", performanceView);
-    previousButton = new QPushButton("Previous", performanceView);
-    nextButton = new QPushButton("Next", performanceView);
-    goButton = new QPushButton("Go to Project", performanceView);
-    byNumberButton = new QPushButton("Recall by Number", performanceView);
-    top->addWidget(performanceSetlist, 1);
-    for (QWidget* w : {static_cast<QWidget*>(previousButton), static_cast<QWidget*>(nextButton),
-                       static_cast<QWidget*>(goButton), static_cast<QWidget*>(byNumberButton),
-                       static_cast<QWidget*>(activeButton)})
-        top->addWidget(w);
-    outer->addWidget(performanceView);
+void MainWindow::removeFromSuperview(QWidget* view) {
+    if (!view || view->parentWidget() == offstage_) return;
+    view->hide();
+    view->setParent(offstage_);
+}
 
-    editView = new QWidget(mainView);
-    auto* edit = new QVBoxLayout(editView);
-    edit->setContentsMargins(0, 0, 0, 0);
-    auto* splitter = new QSplitter(Qt::Horizontal, editView);
-    // Each list with the commands that act on it underneath.
-    auto column = [&](const QString& heading) {
-        auto* box = new QWidget(splitter);
-        auto* layout = new QVBoxLayout(box);
-        layout->setContentsMargins(0, 0, 0, 0);
-        auto* label = new QLabel(heading, box);
-        label->setBuddy(box);
-        layout->addWidget(label);
-        return box;
-    };
-    auto buttons = [](QWidget* box, std::initializer_list<QPushButton**> outlets,
-                      std::initializer_list<const char*> titles) {
-        auto* row = new QHBoxLayout;
-        auto title = titles.begin();
-        for (QPushButton** outlet : outlets) {
-            *outlet = new QPushButton(*title, box);
-            (*outlet)->setAccessibleName(*title++);
-            row->addWidget(*outlet);
-        }
-        row->addStretch();
-        static_cast<QVBoxLayout*>(box->layout())->addLayout(row);
-    };
-    QWidget* setlists = column("Setlists");
-    myTopListOfSetlistsTableView =
-        makeTable<TopListOfSetlistsTableView>(setlists, "topListOfSetlistsTableView");
-    setlists->layout()->addWidget(myTopListOfSetlistsTableView);
-    buttons(setlists, {&newSetlistButton, &removeSetlistButton}, {"New Setlist", "Remove Setlist"});
+void MainWindow::addSubview(QWidget* superview, QWidget* view) {
+    if (view->parentWidget() != superview) view->setParent(superview);
+    view->show();
+    view->raise();
+}
 
-    QWidget* current = column("Setlist");
-    setlistTableView = makeTable<SetlistTableView>(current, "setlistTableView");
-    current->layout()->addWidget(setlistTableView);
-    buttons(current,
-            {&addSongToSetlistButton, &removeFromSetlistButton, &deleteSongEverywhereButton},
-            {"Add Song to Setlist…", "Remove from Setlist", "Delete Song Everywhere"});
-
-    QWidget* songs = column("Songs");
-    searchField = new QLineEdit(songs);
-    searchField->setPlaceholderText("Search titles");
-    searchField->setAccessibleName("Search titles");
-    searchField->setClearButtonEnabled(true);
-    aSongsTableView = makeTable<AllSongsTableView>(songs, "allSongsTableView");
-    songs->layout()->addWidget(searchField);
-    songs->layout()->addWidget(aSongsTableView);
-    buttons(songs, {&addSongButton, &deleteSongButton, &deleteAllSongsButton},
-            {"Add Song…", "Delete Song", "Delete All Songs…"});
-    splitter->setStretchFactor(0, 2);
-    splitter->setStretchFactor(1, 3);
-    splitter->setStretchFactor(2, 3);
-    edit->addWidget(splitter);
-    outer->addWidget(editView, 1);
-
-    songDetailsView = new QWidget(mainView);
-    auto* details = new QVBoxLayout(songDetailsView);
-    details->setContentsMargins(0, 0, 0, 0);
-    songDeetsAllSessions = new QLabel("All Sessions", songDetailsView);
-    allSongsDetailView = makeTable<AllSongsTableView>(songDetailsView, "allSongsDetailView");
-    details->addWidget(songDeetsAllSessions);
-    details->addWidget(allSongsDetailView);
-    songDetailsView->hide();
-    outer->addWidget(songDetailsView);
-    resize(1100, 650);
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    masterView->resize(mainView->size());
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

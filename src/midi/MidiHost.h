@@ -11,6 +11,9 @@ public:
     virtual MainMidi* mainMidiObject() = 0;
     virtual void checkMidi() = 0;
     virtual void checkMidiWithSysex() = 0;
+    // After the preferences change a device: rebuild the ports and connections.
+    virtual void midiDevicePopUpAction() {}
+    virtual void midiSpacebarTriggerDevicePopUpAction() {}
 
     static MidiHost* applicationDelegate();
     static void setApplicationDelegate(MidiHost* host);

@@ -1,0 +1,119 @@
+#include "app/ModeSwitch.h"
+
+#include "app/MainWindow.h"
+#include "library/ArrayController.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "platform/RangeError.h"
+#include "platform/SegmentedControl.h"
+#include "platform/TableView.h"
+
+#include <QAbstractItemModel>
+#include <QCheckBox>
+#include <QLabel>
+#include <QPropertyAnimation>
+
+namespace {
+const QRect kButtonsFrame(123, 614, 244, 20); // y up from the bottom of the master view
+constexpr int kButtonsMs = 300;
+} // namespace
+
+ModeSwitch::ModeSwitch(MainWindow* window, ArrayController* allSongs, ArrayController* allSetlists,
+                       QObject* parent)
+    : QObject(parent), window_(window), allSongs_(allSongs), allSetlists_(allSetlists) {
+    buttonsAnimation_ = new QPropertyAnimation(window_->topButtons, "geometry", this);
+    buttonsAnimation_->setDuration(kButtonsMs);
+    buttonsAnimation_->setEasingCurve(QEasingCurve::OutCubic);
+}
+
+void ModeSwitch::setOrigin(QWidget* view, int x, int y) {
+    const QWidget* super = view->parentWidget();
+    const int height = super ? super->height() : view->height();
+    view->move(x, height - y - view->height());
+}
+
+QWidget* ModeSwitch::currentView() const {
+    const auto children = window_->mainView->findChildren<QWidget*>(Qt::FindDirectChildrenOnly);
+    return children.isEmpty() ? nullptr : children.first();
+}
+
+void ModeSwitch::moveButtons() {
+    QWidget* master = window_->masterView;
+    const QRect to(kButtonsFrame.x(), master->height() - kButtonsFrame.y() - kButtonsFrame.height(),
+                   kButtonsFrame.width(), kButtonsFrame.height());
+    buttonsAnimation_->stop();
+    buttonsAnimation_->setStartValue(window_->topButtons->geometry());
+    buttonsAnimation_->setEndValue(to);
+    buttonsAnimation_->start();
+}
+
+void ModeSwitch::shwoView(SegmentedControl* sender) {
+    const int tag = sender->tagForSegment(sender->selectedSegment());
+    if (tag < 0 || tag > 2) return;
+    MainWindow* w = window_;
+    QWidget* master = w->masterView;
+    for (QWidget* v : master->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+        if (v == w->performanceView || v == w->editView || v == w->songDetailsView)
+            oldMasterSubview2 = v;
+    w->removeFromSuperview(oldMasterSubview2);
+    for (QWidget* v : master->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+        if (v->property("tag").toInt() == 1) oldMasterSubview = v;
+    w->removeFromSuperview(oldMasterSubview);
+
+    // One size in every mode; the top edge stays where it is.
+    const QRect frame = w->geometry();
+    w->setGeometry(frame.x(), frame.y(), MainWindow::kWidth, MainWindow::kHeight);
+
+    // The background and the mode views fill the master view below the mode selector.
+    constexpr int kTopStrip = 31; // the mode selector's row
+    const int below = kModeViewY + kTopStrip;
+    w->backgroundView->resize(MainWindow::kWidth, master->height() - kTopStrip);
+    w->addSubview(master, w->backgroundView);
+    setOrigin(w->backgroundView, 0, 0);
+    if (tag == 0) {
+        w->addSubview(master, w->activeButton);
+        allSongs_->fetch();
+        w->setlistTableView->setFocus();
+        w->aSongsTableView->reloadData();
+        return;
+    }
+    QWidget* view = tag == 1 ? w->performanceView : w->songDetailsView;
+    view->resize(MainWindow::kWidth - 2 * kModeViewX, master->height() - below);
+    if (tag == 1) setOrigin(w->performanceBackgroundView, 0, 0); // positioned, never added
+    w->addSubview(master, view);
+    setOrigin(view, kModeViewX, kModeViewY);
+    w->addSubview(master, w->topButtons);
+    w->addSubview(master, w->activeButton);
+    if (tag == 1) {
+        w->performanceBackgroundView->resize(view->size());
+        showCurrentSetlistName();
+        updateNextSong();
+        return;
+    }
+    allSongs_->fetch();
+    w->allSongsDetailView->setFocus();
+    w->allSongsDetailView->reloadData();
+}
+
+void ModeSwitch::showCurrentSetlistName() {
+    const qsizetype row = window_->myTopListOfSetlistsTableView->selectedRow();
+    if (row < 0) {
+        window_->currentSetlist->setText("No Selection");
+        return;
+    }
+    const QVariant name =
+        RangeError::checkedAt(allSetlists_->arrangedObjects(), row)->value("name");
+    window_->currentSetlist->setText(name.isValid() ? name.toString() : "Selected Setlist");
+}
+
+void ModeSwitch::updateNextSong() {
+    TableView* order = window_->performanceTableView;
+    const qsizetype row = order->selectedRow();
+    const qsizetype count = order->numberOfRows();
+    QString text;
+    if (row >= 0 && row + 1 < count)
+        text = "Next: " + order->model()->index(int(row + 1), 0).data().toString();
+    else if (count > 0 && row == count - 1)
+        text = "Last song";
+    window_->nextSongLabel->setText(text);
+}

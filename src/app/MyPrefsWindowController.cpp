@@ -1,0 +1,255 @@
+#include "app/MyPrefsWindowController.h"
+
+#include "app/DelaySlider.h"
+#include "midi/MainMidi.h"
+#include "midi/MidiHost.h"
+#include "platform/Guard.h"
+#include "settings/Prefs.h"
+#include "ui_Preferences.h"
+
+#include <QRegularExpressionValidator>
+
+namespace {
+const QString kNoDevice = QStringLiteral("No Device");
+
+// A control's action inside the guard, so a failed request ends it with one log line.
+template <typename Signal, typename Sender>
+void wire(Sender* sender, Signal signal, MyPrefsWindowController* c, const char* name,
+          void (MyPrefsWindowController::*method)()) {
+    QObject::connect(sender, signal, c,
+                     [c, name, method] { guarded(name, [&] { (c->*method)(); }); });
+}
+
+qint64 integer(const QVariant& v) {
+    return v.toLongLong();
+}
+} // namespace
+
+MyPrefsWindowController::MyPrefsWindowController() : ui_(std::make_unique<Ui::Preferences>()) {
+    ui_->setupUi(shelf());
+    // Typed notes outside 0-127 never get into the field.
+    ui_->prefsSpacebarMidiTriggerNote->setValidator(new QRegularExpressionValidator(
+        QRegularExpression("12[0-7]|1[01][0-9]|[1-9]?[0-9]"), ui_->prefsSpacebarMidiTriggerNote));
+    connectControls();
+}
+
+MyPrefsWindowController::~MyPrefsWindowController() = default;
+
+MyPrefsWindowController* MyPrefsWindowController::sharedPrefsWindowController() {
+    return static_cast<MyPrefsWindowController*>(
+        TzPrefsWindowController::sharedPrefsWindowController<MyPrefsWindowController>());
+}
+
+void MyPrefsWindowController::connectControls() {
+    Ui::Preferences& u = *ui_;
+    using Combo = QComboBox;
+    using C = MyPrefsWindowController;
+    wire(u.prefsMidiPortPopUp, &Combo::activated, this,
+         "PrefsMidiDevicePopUpAction:", &C::PrefsMidiDevicePopUpAction);
+    wire(u.prefsMidiOutPortPopUp, &Combo::activated, this,
+         "PrefsMidiDeviceForDestinationPopUpAction:", &C::PrefsMidiDeviceForDestinationPopUpAction);
+    wire(u.prefsMidiChannelPopUp, &Combo::activated, this,
+         "PrefsMidiChannelPopUpAction:", &C::PrefsMidiChannelPopUpAction);
+    wire(u.prefsDAWPopUp, &Combo::activated, this, "PrefsDAWPopUpAction:", &C::PrefsDAWPopUpAction);
+    wire(u.prefsSpacebarMidiTriggerPortPopup, &Combo::activated, this,
+         "PrefsSpacebarMidiTriggerDevicePopUpAction:",
+         &C::PrefsSpacebarMidiTriggerDevicePopUpAction);
+    wire(u.prefsSpacebarMidiTriggerChannelPopup, &Combo::activated, this,
+         "PrefsSpacebarMidiTriggerChannelPopUpAction:",
+         &C::PrefsSpacebarMidiTriggerChannelPopUpAction);
+    // Moves by the person only: loading a value does not count as a change.
+    wire(u.prefsDawDelaySlider, &QSlider::actionTriggered, this,
+         "PrefsDAWOpenDelay:", &C::PrefsDAWOpenDelay);
+    wire(u.prefsBackupDelaySlider, &QSlider::actionTriggered, this,
+         "PrefsBackupSyncDelay:", &C::PrefsBackupSyncDelay);
+    wire(u.prefsCreateVirtualPortCheckbox, &QCheckBox::clicked, this,
+         "PrefsCreateVirtualPortAction:", &C::PrefsCreateVirtualPortAction);
+    wire(u.prefsSpacebarMidiTriggerCheckBox, &QCheckBox::clicked, this,
+         "PrefsSpacebarMidiTriggerCheckboxAction:", &C::PrefsSpacebarMidiTriggerCheckboxAction);
+    wire(u.prefsSpacebarMidiTriggerNote, &QLineEdit::editingFinished, this,
+         "spacebarMidiTriggerNoteEdited", &C::spacebarMidiTriggerNoteEdited);
+    wire(u.learnMessageToLogic, &QPushButton::clicked, this,
+         "sendLearnButtonToLogic:", &C::sendLearnButtonToLogic);
+    wire(u.nextSongMessageToLogic, &QPushButton::clicked, this,
+         "sendNextSongButtonToLogic:", &C::sendNextSongButtonToLogic);
+}
+
+void MyPrefsWindowController::setupToolbar() {
+    MidiHost* host = MidiHost::applicationDelegate();
+    sharedPrefs = host ? host->sharedPrefs() : nullptr;
+    sharedMainMidi = host ? host->mainMidiObject() : nullptr;
+    addView(ui_->logicPrefsView, "Midi");
+    addView(ui_->generalPrefsView, "DAW");
+    if (!sharedPrefs) return;
+    ui_->dawDelay->setText(QString::asprintf("%.2g", double(sharedPrefs->prefsSelectedDAWDelay)));
+    ui_->prefsDawDelaySlider->setDoubleValue(sharedPrefs->prefsSelectedDAWDelay);
+    showCurrentSettings();
+    // Filled at every showing, each on its own: a filler that ends early leaves the others.
+    guarded("populatePrefsPopup", [this] { populatePrefsPopup(); });
+    guarded("populatePrefsPopupForDestination", [this] { populatePrefsPopupForDestination(); });
+    guarded("populateMidiChannelPopup", [this] { populateMidiChannelPopup(); });
+}
+
+void MyPrefsWindowController::showCurrentSettings() {
+    Ui::Preferences& u = *ui_;
+    u.prefsBackupDelaySlider->setDoubleValue(sharedPrefs->prefsBackupDelay);
+    u.backupSyncDelay->setText(u.prefsBackupDelaySlider->stringValue());
+    u.prefsCreateVirtualPortCheckbox->setChecked(sharedPrefs->prefsCreateVirtualPort);
+    u.prefsSpacebarMidiTriggerCheckBox->setChecked(sharedPrefs->spacebarMidiTrigger);
+    setSpacebarControlsEnabled(sharedPrefs->spacebarMidiTrigger);
+    const QVariant note = sharedPrefs->prefsSelectedSpacebarMidiNote;
+    u.prefsSpacebarMidiTriggerNote->setText(note.isValid() ? QString::number(integer(note))
+                                                           : QString());
+    const qint64 daw = integer(sharedPrefs->prefsSelectedDAW);
+    u.prefsDAWPopUp->setCurrentIndex(daw >= 0 && daw < u.prefsDAWPopUp->count() ? int(daw) : 0);
+}
+
+void MyPrefsWindowController::setSpacebarControlsEnabled(bool on) {
+    for (QWidget* w : {static_cast<QWidget*>(ui_->prefsSpacebarMidiTriggerPortPopup),
+                       static_cast<QWidget*>(ui_->prefsSpacebarMidiTriggerChannelPopup),
+                       static_cast<QWidget*>(ui_->prefsSpacebarMidiTriggerNote)})
+        w->setEnabled(on);
+}
+
+void MyPrefsWindowController::populatePrefsPopup() {
+    Ui::Preferences& u = *ui_;
+    u.prefsMidiPortPopUp->clear();
+    u.prefsSpacebarMidiTriggerPortPopup->clear();
+    if (!sharedMainMidi || !sharedPrefs) return;
+    const qint64 n = integer(sharedMainMidi->mainMidiNumberOfSources);
+    const qint64 s = integer(sharedPrefs->prefsSelectedMidiDevice);
+    if (n == 0) {
+        u.prefsMidiPortPopUp->insertItem(0, kNoDevice);
+        u.prefsSpacebarMidiTriggerPortPopup->insertItem(0, kNoDevice);
+    }
+    prefsWindowSourcesArray = sharedMainMidi->mNameCopyArray;
+    if (s >= n) {
+        u.prefsMidiPortPopUp->setCurrentIndex(0);
+        return;
+    }
+    u.prefsMidiChannelPopUp->clear();
+    u.prefsSpacebarMidiTriggerPortPopup->clear();
+    u.prefsMidiPortPopUp->addItems(prefsWindowSourcesArray);
+    u.prefsSpacebarMidiTriggerPortPopup->addItems(prefsWindowSourcesArray);
+    u.prefsMidiPortPopUp->setCurrentIndex(int(s));
+    u.prefsSpacebarMidiTriggerPortPopup->setCurrentIndex(
+        int(integer(sharedPrefs->prefsSelectedSpacebarMidiDevice)));
+}
+
+void MyPrefsWindowController::populatePrefsPopupForDestination() {
+    ui_->prefsMidiOutPortPopUp->clear();
+    if (!sharedMainMidi || !sharedPrefs) return;
+    sharedMainMidi->perform("populateNameCopyArrayForDestination"); // the filler ends here
+    sharedMainMidi->updateMidiDeviceForDestinationPopupSelection();
+    const qint64 m = integer(sharedMainMidi->mainMidiNumberOfDestinations);
+    if (m == 0) ui_->prefsMidiOutPortPopUp->insertItem(0, kNoDevice);
+    prefsWindowDestinationArray = sharedMainMidi->mNameCopyArrayForDest;
+    for (qint64 i = 0; i < m && i < prefsWindowDestinationArray.size(); ++i)
+        ui_->prefsMidiOutPortPopUp->insertItem(int(i), prefsWindowDestinationArray[i]);
+    const qint64 out = integer(sharedPrefs->prefsSelectedMidiOutDevice);
+    ui_->prefsMidiOutPortPopUp->setCurrentIndex(out < m ? int(out) : 0);
+}
+
+void MyPrefsWindowController::populateMidiChannelPopup() {
+    Ui::Preferences& u = *ui_;
+    u.prefsMidiChannelPopUp->clear(); // the spacebar list is left as it is: it grows
+    for (int i = 0; i < 16; ++i) {
+        u.prefsMidiChannelPopUp->insertItem(i, QString::number(i + 1));
+        u.prefsSpacebarMidiTriggerChannelPopup->insertItem(i, QString::number(i + 1));
+    }
+    if (!sharedPrefs) return;
+    u.prefsMidiChannelPopUp->setCurrentIndex(int(integer(sharedPrefs->prefsSelectedMidiChannel)) -
+                                             1);
+    u.prefsSpacebarMidiTriggerChannelPopup->setCurrentIndex(
+        int(integer(sharedPrefs->prefsSelectedSpacebarMidiChannel)) - 1);
+}
+
+void MyPrefsWindowController::PrefsMidiDevicePopUpAction() {
+    const int index = ui_->prefsMidiPortPopUp->currentIndex();
+    sharedPrefs->prefsSelectedMidiDevice = index;
+    sharedMainMidi->perform("grabAndStoreMidiSourceAsUniqueID:"); // the action ends here
+    if (MidiHost* host = MidiHost::applicationDelegate()) host->midiDevicePopUpAction();
+}
+
+void MyPrefsWindowController::PrefsMidiDeviceForDestinationPopUpAction() {
+    sharedPrefs->prefsSelectedMidiOutDevice = ui_->prefsMidiOutPortPopUp->currentIndex();
+    if (MidiHost* host = MidiHost::applicationDelegate()) host->midiDevicePopUpAction();
+}
+
+void MyPrefsWindowController::PrefsMidiChannelPopUpAction() {
+    sharedPrefs->prefsSelectedMidiChannel = ui_->prefsMidiChannelPopUp->currentIndex() + 1;
+    sharedPrefs->saveDataToDisk();
+}
+
+void MyPrefsWindowController::PrefsDAWPopUpAction() {
+    sharedPrefs->prefsSelectedDAW = ui_->prefsDAWPopUp->currentIndex();
+    sharedPrefs->saveDataToDisk();
+}
+
+void MyPrefsWindowController::PrefsDAWOpenDelay() {
+    // actionTriggered comes before the move lands; the slider's position is the new value.
+    DelaySlider* slider = ui_->prefsDawDelaySlider;
+    slider->setValue(slider->sliderPosition());
+    sharedPrefs->prefsSelectedDAWDelay = float(slider->doubleValue());
+    ui_->dawDelay->setText(slider->stringValue());
+    sharedPrefs->saveDataToDisk();
+}
+
+void MyPrefsWindowController::PrefsBackupSyncDelay() {
+    DelaySlider* slider = ui_->prefsBackupDelaySlider;
+    slider->setValue(slider->sliderPosition());
+    sharedPrefs->prefsBackupDelay = float(slider->doubleValue());
+    ui_->backupSyncDelay->setText(slider->stringValue());
+    sharedPrefs->saveDataToDisk();
+}
+
+void MyPrefsWindowController::PrefsCreateVirtualPortAction() {
+    sharedPrefs->prefsCreateVirtualPort = ui_->prefsCreateVirtualPortCheckbox->isChecked();
+    sharedMainMidi->disconnectAllMidi();
+    sharedMainMidi->createMidiPort();
+    ui_->prefsMidiPortPopUp->setEnabled(true);
+    ui_->midiReceivePortLabel->setEnabled(true);
+    sharedMainMidi->perform("connectToMidiSourceWithUniqueID"); // the action ends here
+    sharedPrefs->saveDataToDisk();
+}
+
+void MyPrefsWindowController::PrefsSpacebarMidiTriggerCheckboxAction() {
+    const bool on = ui_->prefsSpacebarMidiTriggerCheckBox->isChecked();
+    sharedPrefs->spacebarMidiTrigger = on;
+    setSpacebarControlsEnabled(on);
+    if (on)
+        sharedMainMidi->connectToSpacebarMidiSourceWithUniqueID();
+    else
+        sharedMainMidi->disConnectFromSpacebarMidiSourceWithUniqueID();
+    sharedPrefs->saveDataToDisk();
+}
+
+void MyPrefsWindowController::PrefsSpacebarMidiTriggerDevicePopUpAction() {
+    sharedPrefs->prefsSelectedSpacebarMidiDevice =
+        ui_->prefsSpacebarMidiTriggerPortPopup->currentIndex();
+    sharedMainMidi->perform("grabAndStoreMidiSpacebarSourceAsUniqueID:"); // ends here
+    if (MidiHost* host = MidiHost::applicationDelegate())
+        host->midiSpacebarTriggerDevicePopUpAction();
+}
+
+void MyPrefsWindowController::PrefsSpacebarMidiTriggerChannelPopUpAction() {
+    sharedPrefs->prefsSelectedSpacebarMidiChannel =
+        ui_->prefsSpacebarMidiTriggerChannelPopup->currentIndex() + 1;
+    sharedPrefs->saveDataToDisk();
+}
+
+void MyPrefsWindowController::spacebarMidiTriggerNoteEdited() {
+    bool ok = false;
+    const int note = ui_->prefsSpacebarMidiTriggerNote->text().toInt(&ok);
+    if (!ok || note < 0 || note > 127) return; // the validator lets only 0-127 through
+    sharedPrefs->prefsSelectedSpacebarMidiNote = note;
+    sharedPrefs->saveDataToDisk();
+}
+
+void MyPrefsWindowController::sendLearnButtonToLogic() {
+    sharedMainMidi->sendLogicClose(); // the learn button sends the close message
+}
+
+void MyPrefsWindowController::sendNextSongButtonToLogic() {
+    sharedMainMidi->sendLogicNextSong();
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "platform/TzPrefsWindowController.h"
+
+#include <QStringList>
+#include <memory>
+
+class MainMidi;
+class MidiHost;
+class Prefs;
+class QComboBox;
+namespace Ui {
+class Preferences;
+}
+
+// The preferences window: the "Midi" and "DAW" panes. Each control writes into the shared
+// settings and, for most, saves them at once; device and port controls also rebuild MIDI.
+class MyPrefsWindowController : public TzPrefsWindowController {
+    Q_OBJECT
+public:
+    MyPrefsWindowController();
+    ~MyPrefsWindowController() override;
+
+    static MyPrefsWindowController* sharedPrefsWindowController();
+    void setupToolbar() override;
+
+    void populatePrefsPopup();
+    void populatePrefsPopupForDestination();
+    void populateMidiChannelPopup();
+
+    void PrefsMidiDevicePopUpAction();
+    void PrefsMidiDeviceForDestinationPopUpAction();
+    void PrefsMidiChannelPopUpAction();
+    void PrefsDAWPopUpAction();
+    void PrefsDAWOpenDelay();
+    void PrefsBackupSyncDelay();
+    void PrefsCreateVirtualPortAction();
+    void PrefsSpacebarMidiTriggerCheckboxAction();
+    void PrefsSpacebarMidiTriggerDevicePopUpAction();
+    void PrefsSpacebarMidiTriggerChannelPopUpAction();
+    void spacebarMidiTriggerNoteEdited();
+
+    void sendLearnButtonToLogic();
+    void sendNextSongButtonToLogic();
+    void sendMasterPlayForLogicXMessage() {}
+    void sendBackupSyncForLogicXMessage() {}
+
+    Ui::Preferences& ui() { return *ui_; }
+    QStringList prefsWindowSourcesArray;
+    QStringList prefsWindowDestinationArray;
+    Prefs* sharedPrefs = nullptr;
+    MainMidi* sharedMainMidi = nullptr;
+
+private:
+    void connectControls();
+    // The settings that setupToolbar does not load, shown as they are.
+    void showCurrentSettings();
+    void setSpacebarControlsEnabled(bool on);
+
+    std::unique_ptr<Ui::Preferences> ui_;
+};

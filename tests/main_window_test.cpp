@@ -1,0 +1,164 @@
+#include "app/MainWindow.h"
+#include "app/ModeSwitch.h"
+#include "app/SongDetailsScreen.h"
+#include "library/ArrayController.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
+#include "performance/midiMessageTableViewController.h"
+#include "platform/SegmentedControl.h"
+#include "platform/TableView.h"
+#include "settings/Prefs.h"
+#include "support/EditFixture.h"
+#include "support/LibraryHelpers.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QFileInfo>
+#include <QLabel>
+#include <QPropertyAnimation>
+#include <QPushButton>
+#include <QTest>
+
+using namespace helpers;
+
+class MainWindowModes : public EditFixture {
+protected:
+    MainWindow* w() { return app->window(); }
+    // A person's click on a segment of the mode selector.
+    void choose(int segment) {
+        QTest::mouseClick(w()->topButtons->segmentButton(segment), Qt::LeftButton);
+        processEvents();
+    }
+    QList<QWidget*> modeViewsShown() {
+        QList<QWidget*> out;
+        for (QWidget* v : w()->masterView->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+            if (v == w()->performanceView || v == w()->editView || v == w()->songDetailsView)
+                out << v;
+        return out;
+    }
+    // Lower-left corner, counted up from the bottom of the master view.
+    QPoint originUp(QWidget* v) {
+        return {v->x(), w()->masterView->height() - v->y() - v->height()};
+    }
+};
+
+TEST_F(MainWindowModes, SwitchingModesKeepsTheTopEdgeAndOneModeView) {
+    launch();
+    w()->move(40, 70);
+    processEvents();
+    const int top = w()->geometry().top();
+    for (QString name : {"Edit", "Perform", "Song Details"})
+        EXPECT_EQ(w()->topButtons->segmentButton(name == "Edit"      ? 0
+                                                 : name == "Perform" ? 1
+                                                                     : 2)
+                      ->accessibleName(),
+                  name);
+    choose(1);
+    EXPECT_EQ(modeViewsShown(), QList<QWidget*>{w()->performanceView});
+    EXPECT_EQ(originUp(w()->performanceView), QPoint(3, 5));
+    choose(2);
+    EXPECT_EQ(modeViewsShown(), QList<QWidget*>{w()->songDetailsView}) << "performance removed";
+    EXPECT_EQ(originUp(w()->songDetailsView), QPoint(3, 5));
+    choose(2);
+    EXPECT_EQ(modeViewsShown().size(), 1) << "the same mode twice";
+    EXPECT_EQ(w()->geometry().size(), QSize(486, 660));
+    EXPECT_EQ(w()->geometry().top(), top);
+    choose(0);
+    EXPECT_TRUE(modeViewsShown().isEmpty()) << "editing adds no mode view";
+    EXPECT_TRUE(w()->backgroundView->isVisibleTo(w()));
+    EXPECT_TRUE(w()->editView->isVisibleTo(w())) << "the edit screen lives on the background";
+    EXPECT_EQ(app->modes()->oldMasterSubview2, w()->songDetailsView);
+    EXPECT_EQ(app->currentView(), w()->masterView);
+}
+
+TEST_F(MainWindowModes, PerformanceShowsTheSetlistNameOrWhyNot) {
+    ManagedObject* unnamed = addSetlist(context(), "x");
+    launch();
+    ArrayController* all = app->allSetlistsArrayController();
+    all->setSelectionIndexes({});
+    w()->myTopListOfSetlistsTableView->selectRowIndexes({}, false);
+    processEvents();
+    if (w()->myTopListOfSetlistsTableView->selectedRow() < 0) {
+        choose(1);
+        EXPECT_EQ(w()->currentSetlist->text(), "No Selection");
+    }
+    unnamed->setValue("name", QVariant());
+    all->setSelectionIndex(all->arrangedObjects().indexOf(unnamed));
+    processEvents();
+    choose(1);
+    EXPECT_EQ(w()->currentSetlist->text(), "Selected Setlist");
+    unnamed->setValue("name", "Friday");
+    choose(1);
+    EXPECT_EQ(w()->currentSetlist->text(), "Friday");
+}
+
+TEST_F(MainWindowModes, SelectorGlidesIntoPlaceAndActiveSavesAtOnce) {
+    launch();
+    QPropertyAnimation* glide = app->modes()->buttonsAnimation();
+    const int masterHeight = w()->masterView->height();
+    const QRect end = glide->endValue().toRect();
+    EXPECT_EQ(QRect(end.x(), 0, end.width(), end.height()), QRect(123, 0, 244, 20));
+    EXPECT_NEAR(end.y(), masterHeight - 614 - 20, 1) << "the top of the master view";
+    const QString file = Prefs::dataFilePath();
+    w()->activeButton->setChecked(false);
+    QTest::mouseClick(w()->activeButton, Qt::LeftButton);
+    processEvents();
+    EXPECT_TRUE(Prefs().prefsActive) << "read back from the file";
+    QTest::mouseClick(w()->activeButton, Qt::LeftButton);
+    EXPECT_FALSE(Prefs().prefsActive);
+    EXPECT_TRUE(QFileInfo(file).exists());
+}
+
+// Messages follow the project path: a song in three setlists gets every edit three times.
+TEST_F(MainWindowModes, MessageRowsAcrossSetlistCopiesOfOneProject) {
+    const auto songs = addSongs({"Ballad.logicx", "Opener.logicx"});
+    QList<ManagedObject*> copies;
+    for (const char* name : {"Fri", "Sat", "Sun"}) {
+        ManagedObject* setlist = addSetlist(context(), name);
+        ManagedObject* copy = addSong(context(), "Ballad", songs[0]->stringValue("path"), 1);
+        setlist->mutableOrderedSetValueForKey("song").addObject(copy);
+        copies << copy;
+    }
+    launch();
+    midiMessageTableViewController* m = app->songDetails()->messages();
+    TableView* table = w()->midiMessageTableView;
+    EXPECT_EQ(table->numberOfRows(), 0) << "outside song details";
+    choose(2);
+    w()->allSongsDetailView->selectRowIndexes({}, false);
+    EXPECT_EQ(table->numberOfRows(), 0) << "no song selected";
+    w()->allSongsDetailView->selectRowIndexes({0}, false); // Ballad, number 1
+    processEvents();
+    QTest::mouseClick(w()->addMidiMessageButton, Qt::LeftButton);
+    QTest::mouseClick(w()->addMidiMessageButton, Qt::LeftButton);
+    processEvents();
+    EXPECT_EQ(table->numberOfRows(), 2);
+    for (ManagedObject* record : copies + QList<ManagedObject*>{songs[0]}) {
+        ASSERT_EQ(record->orderedObjects("midiMessage").size(), 2);
+        ManagedObject* msg = record->orderedObjects("midiMessage")[1];
+        EXPECT_EQ(msg->integerValue("mMmessageType"), 0);
+        EXPECT_EQ(msg->integerValue("mMinterface"), 100);
+        EXPECT_EQ(msg->integerValue("mMchannel") + msg->integerValue("mMccValue"), 0);
+    }
+    EXPECT_TRUE(songs[1]->orderedObjects("midiMessage").isEmpty());
+    EXPECT_FALSE(table->model()->index(0, 2).data().isValid())
+        << "every cell is empty: the destination refresh ends it";
+
+    m->setObjectValue(table, 9, "channel", 1);
+    for (ManagedObject* record : copies)
+        EXPECT_EQ(record->orderedObjects("midiMessage")[1]->integerValue("mMchannel"), 9);
+    EXPECT_ANY_THROW(m->setObjectValue(table, 3, "interface", 0)) << "for the guard to log";
+    EXPECT_EQ(songs[0]->orderedObjects("midiMessage")[0]->integerValue("mMinterface"), 3);
+    EXPECT_EQ(copies[0]->orderedObjects("midiMessage")[0]->integerValue("mMinterface"), 100)
+        << "the first record's unique-ID request ends the edit";
+
+    const QByteArray saved = readFile(storePath());
+    table->selectRowIndexes({0}, false);
+    QTest::mouseClick(w()->removeMidiMessageButton, Qt::LeftButton);
+    for (ManagedObject* record : copies)
+        EXPECT_EQ(record->orderedObjects("midiMessage").size(), 1);
+    EXPECT_EQ(readFile(storePath()), saved) << "removal waits for the next save";
+    table->selectRowIndexes({}, false);
+    QTest::mouseClick(w()->removeMidiMessageButton, Qt::LeftButton); // a range error, logged
+    EXPECT_EQ(copies[0]->orderedObjects("midiMessage").size(), 1);
+}

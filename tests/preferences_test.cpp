@@ -1,0 +1,177 @@
+#include "app/DelaySlider.h"
+#include "app/MyPrefsWindowController.h"
+#include "midi/MainMidi.h"
+#include "platform/TzPrefsWindowController.h"
+#include "settings/Prefs.h"
+#include "support/EditFixture.h"
+#include "support/LibraryHelpers.h"
+
+#include <QAbstractAnimation>
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QParallelAnimationGroup>
+#include <QPropertyAnimation>
+#include <QTest>
+#include <QToolBar>
+
+using namespace helpers;
+
+class Preferences : public EditFixture {
+protected:
+    void SetUp() override {
+        EditFixture::SetUp();
+        launch();
+    }
+    void TearDown() override {
+        TzPrefsWindowController::releaseShared();
+        EditFixture::TearDown();
+    }
+    MyPrefsWindowController* open() {
+        app->openPreferences();
+        processEvents();
+        return MyPrefsWindowController::sharedPrefsWindowController();
+    }
+    // A control of either pane, by its name in the form.
+    template <typename T = QWidget> T* find(const char* name) {
+        auto* c = MyPrefsWindowController::sharedPrefsWindowController();
+        for (const char* pane : {"Midi", "DAW"})
+            if (QWidget* view = c->toolbarViews.value(pane)) {
+                if (view->objectName() == name) return qobject_cast<T*>(view);
+                if (T* found = view->findChild<T*>(name)) return found;
+            }
+        return nullptr;
+    }
+    static QByteArray settingsFile() { return readFile(Prefs::dataFilePath()); }
+    static void pick(QComboBox* list, int index) {
+        list->setCurrentIndex(index);
+        emit list->activated(index);
+    }
+};
+
+TEST_F(Preferences, OpensOnMidiCentredWithTheDelayShownShort) {
+    app->sharedPrefs()->prefsSelectedDAWDelay = 1.2f;
+    MyPrefsWindowController* c = open();
+    EXPECT_EQ(c->toolbarIdentifiers, (QStringList{"Midi", "DAW"}));
+    EXPECT_EQ(c->window()->windowTitle(), "Midi");
+    EXPECT_TRUE(find<QWidget>("logicPrefsView")->isVisibleTo(c->window()));
+    EXPECT_EQ(find<QLabel>("dawDelay")->text(), "1.2");
+    EXPECT_EQ(c->toolbar()->widgetForAction(c->toolbarItems["DAW"])->accessibleName(), "DAW");
+    // A second showing starts over on the first pane, even after the DAW pane was shown.
+    c->displayViewForIdentifier("DAW", false);
+    EXPECT_EQ(c->window()->windowTitle(), "DAW");
+    open();
+    EXPECT_EQ(c->window()->windowTitle(), "Midi");
+    EXPECT_EQ(find<QComboBox>("prefsSpacebarMidiTriggerChannelPopup")->count(), 32)
+        << "the spacebar channel list grows at every showing";
+    EXPECT_EQ(find<QComboBox>("prefsMidiChannelPopUp")->count(), 16);
+}
+
+TEST_F(Preferences, PaneChangesFadeAndKeepTheTopEdge) {
+    MyPrefsWindowController* c = open();
+    QMainWindow* w = c->window();
+    const int top = w->geometry().top();
+    c->toggleActivePreferenceView(c->toolbarItems["DAW"], Qt::NoModifier);
+    EXPECT_EQ(c->viewAnimation()->duration(), 250);
+    const QRect end = c->frameForView(find<QWidget>("generalPrefsView"));
+    EXPECT_EQ(end.top(), top);
+    EXPECT_EQ(end.width(), find<QWidget>("generalPrefsView")->width());
+    c->viewAnimation()->setCurrentTime(c->viewAnimation()->duration()); // to its end now
+    processEvents();
+    EXPECT_EQ(w->geometry().top(), top);
+    EXPECT_EQ(w->geometry().height() - w->centralWidget()->height() +
+                  find<QWidget>("generalPrefsView")->height(),
+              w->geometry().height());
+    c->toggleActivePreferenceView(c->toolbarItems["Midi"], Qt::ShiftModifier);
+    EXPECT_EQ(c->viewAnimation()->duration(), 1250) << "shift slows the fade";
+    c->viewAnimation()->setCurrentTime(c->viewAnimation()->duration());
+    processEvents();
+    c->viewAnimation()->stop();
+    const QRect before = w->geometry();
+    c->toggleActivePreferenceView(c->toolbarItems["Midi"], Qt::NoModifier);
+    EXPECT_EQ(w->geometry(), before) << "the pane already shown: nothing changes";
+
+    c->setCrossFade(false);
+    c->toggleActivePreferenceView(c->toolbarItems["DAW"], Qt::NoModifier);
+    auto* resize = w->findChild<QPropertyAnimation*>("animatedResize");
+    ASSERT_TRUE(resize) << "an animated resize";
+    EXPECT_EQ(resize->endValue().toRect().top(), top);
+    EXPECT_FALSE(find<QWidget>("logicPrefsView")->isVisibleTo(w)) << "the views swap at once";
+    EXPECT_EQ(w->windowTitle(), "DAW");
+}
+
+TEST_F(Preferences, TwoPanesWithOneLabelCollide) {
+    TzPrefsWindowController plain;
+    QWidget a, b;
+    plain.addView(&a, "Same");
+    plain.addView(&b, "Same");
+    EXPECT_EQ(plain.toolbarIdentifiers, (QStringList{"Same", "Same"}));
+    EXPECT_EQ(plain.toolbarViews["Same"], &b);
+    plain.window();
+    plain.displayViewForIdentifier("Missing", false);
+    EXPECT_TRUE(
+        plain.contentSubview()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly).isEmpty())
+        << "nothing to show";
+}
+
+TEST_F(Preferences, ControlsSaveOrNotAsEachOneShould) {
+    MyPrefsWindowController* c = open();
+    (void)c;
+    pick(find<QComboBox>("prefsMidiChannelPopUp"), 15);
+    EXPECT_EQ(Prefs().prefsSelectedMidiChannel.toInt(), 16) << "channel 16 saved at once";
+
+    const QByteArray before = settingsFile();
+    pick(find<QComboBox>("prefsMidiPortPopUp"), 0);
+    EXPECT_EQ(app->sharedPrefs()->prefsSelectedMidiDevice.toInt(), 0);
+    EXPECT_EQ(settingsFile(), before) << "an input device writes no file";
+    find<QCheckBox>("prefsCreateVirtualPortCheckbox")->setChecked(false);
+    QTest::mouseClick(find<QCheckBox>("prefsCreateVirtualPortCheckbox"), Qt::LeftButton);
+    EXPECT_TRUE(app->sharedPrefs()->prefsCreateVirtualPort);
+    EXPECT_EQ(settingsFile(), before) << "the virtual port action ends before its save";
+
+    find<QCheckBox>("prefsSpacebarMidiTriggerCheckBox")->setChecked(true);
+    QTest::mouseClick(find<QCheckBox>("prefsSpacebarMidiTriggerCheckBox"), Qt::LeftButton);
+    EXPECT_FALSE(Prefs().spacebarMidiTrigger);
+    EXPECT_FALSE(find<QLineEdit>("prefsSpacebarMidiTriggerNote")->isEnabled());
+    EXPECT_FALSE(find<QComboBox>("prefsSpacebarMidiTriggerPortPopup")->isEnabled());
+
+    find<DelaySlider>("prefsDawDelaySlider")->setSliderPosition(25);
+    find<DelaySlider>("prefsDawDelaySlider")->triggerAction(QAbstractSlider::SliderMove);
+    EXPECT_EQ(find<QLabel>("dawDelay")->text(), "2.5") << "the slider's own text";
+    EXPECT_FLOAT_EQ(Prefs().prefsSelectedDAWDelay, 2.5f);
+    pick(find<QComboBox>("prefsDAWPopUp"), 1);
+    EXPECT_EQ(Prefs().prefsSelectedDAW.toInt(), 1);
+}
+
+TEST_F(Preferences, SpacebarNoteOnlyAsANumberFrom0To127) {
+    MyPrefsWindowController* c = open();
+    QLineEdit* note = find<QLineEdit>("prefsSpacebarMidiTriggerNote");
+    note->setEnabled(true);
+    for (const char* bad : {"abc", "200", "-3"}) {
+        note->clear();
+        QTest::keyClicks(note, bad);
+        QTest::keyClick(note, Qt::Key_Return);
+        EXPECT_NE(note->text(), QString(bad));
+    }
+    note->clear();
+    QTest::keyClicks(note, "64");
+    QTest::keyClick(note, Qt::Key_Return);
+    EXPECT_EQ(Prefs().prefsSelectedSpacebarMidiNote.toInt(), 64);
+}
+
+TEST_F(Preferences, BrokenPositionsInTheSettingsStillOpen) {
+    Prefs* p = app->sharedPrefs();
+    p->prefsSelectedMidiDevice = 7;
+    p->prefsSelectedMidiChannel = 99;
+    p->prefsSelectedSpacebarMidiChannel = -4;
+    p->prefsSelectedDAW = 12;
+    p->prefsBackupDelay = -1e9f;
+    MyPrefsWindowController* c = open();
+    EXPECT_EQ(find<QComboBox>("prefsMidiPortPopUp")->itemText(0), "No Device");
+    EXPECT_EQ(find<QComboBox>("prefsDAWPopUp")->currentIndex(), 0);
+    EXPECT_EQ(find<DelaySlider>("prefsBackupDelaySlider")->value(), 0);
+}
