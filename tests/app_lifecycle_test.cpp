@@ -24,6 +24,7 @@
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QSignalSpy>
+#include <QTest>
 #include <jack/metadata.h>
 #include <sys/stat.h>
 
@@ -192,7 +193,8 @@ TEST_F(AppLifecycle, SongListSelectionAndTableNames) {
     NotificationCenter::defaultCenter().post("blankSetlistNotification");
     EXPECT_EQ(unnamed->stringValue("name"), "Setlist");
 
-    app->window()->activeButton->setChecked(false);
+    app->window()->activeButton->setChecked(true);
+    QTest::mouseClick(app->window()->activeButton, Qt::LeftButton);
     Prefs reread;
     EXPECT_FALSE(reread.prefsActive) << "the switch saves at once";
 }
