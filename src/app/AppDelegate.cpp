@@ -21,6 +21,7 @@
 #include "platform/Guard.h"
 #include "platform/NotificationCenter.h"
 #include "platform/SegmentedControl.h"
+#include "platform/TableColumn.h"
 #include "platform/TableView.h"
 #include "settings/Prefs.h"
 
@@ -88,7 +89,9 @@ void AppDelegate::wireWindow(ObjectContext* context) {
     w->myTopListOfSetlistsTableView->bind("content", allSetlists_, "arrangedObjects");
     w->myTopListOfSetlistsTableView->bind("selectionIndexes", allSetlists_, "selectionIndexes");
     w->setlistTableView->addTableColumn("title", "Song");
-    w->setlistTableView->addTableColumn("midiIn", "#");
+    TableColumn number{"midiIn", "#"};
+    number.width = 48;
+    w->setlistTableView->addTableColumn(number);
     w->setlistTableView->bind("content", currentSetlist_, "arrangedObjects");
     w->setlistTableView->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
     editScreen_ = new EditScreen(

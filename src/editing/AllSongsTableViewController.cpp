@@ -46,8 +46,10 @@ QList<TableColumn> AllSongsTableViewController::columns() {
     number.minimum = 0;
     number.maximum = 127;
     number.invalidReason = QStringLiteral("A program change is a whole number from 0 to 127.");
+    number.width = 48;
     TableColumn title{"title", "Title", true, TableColumn::Cell::Text, Qt::ElideMiddle};
     TableColumn midiOut{"midiOut", "MIDI Out", true, TableColumn::Cell::CheckBox};
+    midiOut.width = 80;
     return {number, title, midiOut};
 }
 

@@ -27,12 +27,14 @@ QList<TableColumn> midiMessageTableViewController::columns() {
     channel.minimum = 0;
     channel.maximum = 16;
     channel.invalidReason = QStringLiteral("A channel is a whole number from 0 to 16.");
+    channel.width = 44;
     TableColumn number{"progorccnumber", "Number", true, TableColumn::Cell::Integer};
     TableColumn value{"ccvalue", "Value", true, TableColumn::Cell::Integer};
     for (TableColumn* c : {&number, &value}) {
         c->minimum = 0;
         c->maximum = 127;
         c->invalidReason = QStringLiteral("A MIDI number is a whole number from 0 to 127.");
+        c->width = 68;
     }
     return {type, interface, channel, number, value};
 }

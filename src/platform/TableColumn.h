@@ -16,4 +16,5 @@ struct TableColumn {
     QStringList items = {};                   // pop-up cells: the item titles, by index
     int minimum = 0, maximum = 0;             // integer cells: what the editor accepts
     QString invalidReason = {};               // integer cells: shown when a key is refused
+    int width = 0; // fixed width in pixels; columns without one share what is left
 };

@@ -1,33 +1,13 @@
 #include "platform/TableItemDelegate.h"
 
 #include "platform/Guard.h"
+#include "platform/RangeValidator.h"
 #include "platform/TableView.h"
 
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMetaProperty>
 #include <QToolTip>
-#include <QValidator>
-
-namespace {
-// Whole numbers in range only: unlike QIntValidator, a number out of range is refused as it
-// is typed, not left pending.
-class RangeValidator : public QValidator {
-public:
-    RangeValidator(int minimum, int maximum, QObject* parent)
-        : QValidator(parent), minimum_(minimum), maximum_(maximum) {}
-    State validate(QString& input, int&) const override {
-        if (input.isEmpty() || (input == QLatin1String("-") && minimum_ < 0)) return Intermediate;
-        bool ok = false;
-        const qlonglong v = input.toLongLong(&ok);
-        if (!ok || input.startsWith('+') || input.contains(' ')) return Invalid;
-        return v >= minimum_ && v <= maximum_ ? Acceptable : Invalid;
-    }
-
-private:
-    int minimum_, maximum_;
-};
-} // namespace
 
 TableItemDelegate::TableItemDelegate(TableView* table)
     : QStyledItemDelegate(table), table_(table) {}
@@ -50,6 +30,16 @@ void TableItemDelegate::initStyleOption(QStyleOptionViewItem* option,
         option->font = *cell.font;
         option->fontMetrics = QFontMetrics(*cell.font);
     }
+}
+
+void TableItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                              const QModelIndex& index) const {
+    const int inset = table_->cellInset();
+    if (inset == 0) return QStyledItemDelegate::paint(painter, option, index);
+    QStyleOptionViewItem inner(option);
+    const int last = table_->model()->columnCount() - 1;
+    inner.rect.adjust(index.column() == 0 ? inset : 0, 0, index.column() == last ? -inset : 0, 0);
+    QStyledItemDelegate::paint(painter, inner, index);
 }
 
 QWidget* TableItemDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,

@@ -12,6 +12,8 @@ class TableItemDelegate : public QStyledItemDelegate {
 public:
     explicit TableItemDelegate(TableView* table);
 
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
     QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
                           const QModelIndex& index) const override;
     void setEditorData(QWidget* editor, const QModelIndex& index) const override;

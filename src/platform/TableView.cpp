@@ -63,6 +63,8 @@ TableView::TableView(QWidget* parent) : QTableView(parent), model_(new TableView
     setDropIndicatorShown(false); // the table paints its own, for the retargeted row
     verticalHeader()->hide();
     horizontalHeader()->setStretchLastSection(true);
+    // One line a row, as a desktop table has; long titles are elided instead.
+    setWordWrap(false);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         guarded("tableViewSelectionDidChange", [this] { tableSelectionChanged(); });
     });
@@ -81,6 +83,15 @@ void TableView::setAutosaveName(const QString& name) {
 void TableView::addTableColumn(const TableColumn& column) {
     columns_ << column;
     resetModel();
+    QHeaderView* header = horizontalHeader();
+    bool anyFixed = false;
+    for (int i = 0; i < columns_.size(); ++i) {
+        const int width = columns_[i].width;
+        anyFixed |= width > 0;
+        header->setSectionResizeMode(i, width > 0 ? QHeaderView::Fixed : QHeaderView::Stretch);
+        if (width > 0) header->resizeSection(i, width);
+    }
+    header->setStretchLastSection(!anyFixed);
 }
 
 void TableView::addTableColumn(const QString& identifier, const QString& title, bool editable) {

@@ -92,6 +92,9 @@ public:
     // Whether Qt paints its own selection highlight; off where rows draw their own.
     void setPaintsSelection(bool paints);
     bool paintsSelection() const { return paintsSelection_; }
+    // Space kept free at both ends of every row, so cells sit inside a row's rounded ends.
+    int cellInset() const { return cellInset_; }
+    void setCellInset(int pixels) { cellInset_ = pixels; }
     // The table is the focus of the active window.
     bool hasKeyFocus() const;
     // Commits an open cell editor; false when the edit was refused.
@@ -169,6 +172,7 @@ private:
     std::unique_ptr<QMimeData> kept_; // the payload as last seen during the drag
     QPointer<QMenu> menu_;
     bool paintsSelection_ = true;
+    int cellInset_ = 0;
     QPointer<QWidget> editor_;
     QPersistentModelIndex editingIndex_;
     QVariant pendingValue_;

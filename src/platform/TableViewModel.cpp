@@ -44,7 +44,10 @@ QVariant TableViewModel::data(const QModelIndex& index, int role) const {
         if (role == Qt::CheckStateRole) return value(index).toBool() ? Qt::Checked : Qt::Unchecked;
         return {};
     case TableColumn::Cell::PopUp:
-        if (role == Qt::DisplayRole) return c.items.value(value(index).toInt());
+        if (role == Qt::DisplayRole) {
+            const QVariant v = value(index);
+            return v.isValid() ? c.items.value(v.toInt()) : QVariant();
+        }
         if (role == Qt::EditRole) return value(index);
         return {};
     case TableColumn::Cell::Text:

@@ -7,6 +7,7 @@
 PillTableView::PillTableView(const PillColors& colors, QWidget* parent)
     : TableView(parent), colors_(colors) {
     setPaintsSelection(false);
+    setCellInset(8);
     setShowGrid(false);
     // Below the last row the table shows its row background; text stays readable on the
     // darker pills.
