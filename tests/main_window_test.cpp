@@ -14,8 +14,10 @@
 
 #include <QAbstractButton>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QFileInfo>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPropertyAnimation>
 #include <QPushButton>
 #include <QTest>
@@ -141,8 +143,9 @@ TEST_F(MainWindowModes, MessageRowsAcrossSetlistCopiesOfOneProject) {
         EXPECT_EQ(msg->integerValue("mMchannel") + msg->integerValue("mMccValue"), 0);
     }
     EXPECT_TRUE(songs[1]->orderedObjects("midiMessage").isEmpty());
-    EXPECT_FALSE(table->model()->index(0, 2).data().isValid())
-        << "every cell is empty: the destination refresh ends it";
+    for (int column = 0; column < table->model()->columnCount(); ++column)
+        EXPECT_FALSE(table->model()->index(0, column).data().isValid())
+            << "every cell is empty: the destination refresh ends it (column " << column << ")";
 
     m->setObjectValue(table, 9, "channel", 1);
     for (ManagedObject* record : copies)
@@ -161,4 +164,47 @@ TEST_F(MainWindowModes, MessageRowsAcrossSetlistCopiesOfOneProject) {
     table->selectRowIndexes({}, false);
     QTest::mouseClick(w()->removeMidiMessageButton, Qt::LeftButton); // a range error, logged
     EXPECT_EQ(copies[0]->orderedObjects("midiMessage").size(), 1);
+}
+
+// The detail controls show the picked song and set every record of its project, on disk.
+TEST_F(MainWindowModes, DetailControlsFollowThePickedProject) {
+    const auto songs = addSongs({"Ballad.logicx", "Opener.logicx"});
+    ManagedObject* setlist = addSetlist(context(), "Fri");
+    ManagedObject* copy = addSong(context(), "Ballad", songs[0]->stringValue("path"), 1);
+    setlist->mutableOrderedSetValueForKey("song").addObject(copy);
+    launch();
+    choose(2);
+    w()->allSongsDetailView->selectRowIndexes({}, false);
+    processEvents();
+    EXPECT_FALSE(w()->midiEnableCheckBox->isEnabled()) << "no song picked";
+    QTest::mouseClick(
+        w()->allSongsDetailView->viewport(), Qt::LeftButton, {},
+        w()->allSongsDetailView->visualRect(w()->allSongsDetailView->model()->index(0, 1))
+            .center());
+    processEvents();
+    ASSERT_EQ(w()->allSongsDetailView->selectedRow(), 0) << "a click picks the song";
+    EXPECT_FALSE(w()->midiChannel->isEnabled()) << "MIDI out is off";
+    QTest::mouseClick(w()->midiEnableCheckBox, Qt::LeftButton);
+    EXPECT_TRUE(w()->midiChannel->isEnabled());
+    w()->midiChannel->setCurrentIndex(9);
+    emit w()->midiChannel->activated(9);
+    QTest::keyClicks(w()->progCcNumberTextField, "300");
+    EXPECT_EQ(w()->progCcNumberTextField->text(), "30") << "0-127 only";
+    QTest::keyClick(w()->progCcNumberTextField, Qt::Key_Return);
+    for (ManagedObject* record : {songs[0], copy}) {
+        EXPECT_TRUE(record->value("midiOutEnabled").toBool());
+        EXPECT_EQ(record->integerValue("midiOutChannel"), 10);
+        EXPECT_EQ(record->integerValue("progOrCcNumber"), 30);
+    }
+    EXPECT_FALSE(songs[1]->value("midiOutEnabled").toBool());
+    EXPECT_FALSE(context().hasChanges()) << "saved";
+    // Picking the other song shows its own settings.
+    w()->allSongsDetailView->selectRowIndexes({1}, false);
+    processEvents();
+    EXPECT_FALSE(w()->midiEnableCheckBox->isChecked());
+    EXPECT_TRUE(w()->progCcNumberTextField->text().isEmpty());
+    w()->allSongsDetailView->selectRowIndexes({0}, false);
+    processEvents();
+    EXPECT_EQ(w()->midiChannel->currentText(), "10");
+    EXPECT_EQ(w()->progCcNumberTextField->text(), "30");
 }

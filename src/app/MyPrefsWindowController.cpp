@@ -4,10 +4,9 @@
 #include "midi/MainMidi.h"
 #include "midi/MidiHost.h"
 #include "platform/Guard.h"
+#include "platform/RangeValidator.h"
 #include "settings/Prefs.h"
 #include "ui_Preferences.h"
-
-#include <QRegularExpressionValidator>
 
 namespace {
 const QString kNoDevice = QStringLiteral("No Device");
@@ -28,8 +27,8 @@ qint64 integer(const QVariant& v) {
 MyPrefsWindowController::MyPrefsWindowController() : ui_(std::make_unique<Ui::Preferences>()) {
     ui_->setupUi(shelf());
     // Typed notes outside 0-127 never get into the field.
-    ui_->prefsSpacebarMidiTriggerNote->setValidator(new QRegularExpressionValidator(
-        QRegularExpression("12[0-7]|1[01][0-9]|[1-9]?[0-9]"), ui_->prefsSpacebarMidiTriggerNote));
+    ui_->prefsSpacebarMidiTriggerNote->setValidator(
+        new RangeValidator(0, 127, ui_->prefsSpacebarMidiTriggerNote));
     connectControls();
 }
 

@@ -3,11 +3,14 @@
 #include "app/MainWindow.h"
 #include "editing/AllSongsTableViewController.h"
 #include "library/ArrayController.h"
+#include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
+#include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "midi/MainMidi.h"
 #include "performance/midiMessageTableViewController.h"
 #include "platform/Guard.h"
+#include "platform/RangeValidator.h"
 #include "platform/TableColumn.h"
 #include "platform/TableView.h"
 
@@ -15,14 +18,18 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSignalBlocker>
 
 SongDetailsScreen::SongDetailsScreen(MainWindow* w, ObjectContext* context,
                                      ArrayController* allSongs, LibraryFilter* filter,
                                      AllSongsTableViewController* songList, MainMidi* engine,
                                      QObject* parent)
-    : QObject(parent), messages_(new midiMessageTableViewController(this)) {
+    : QObject(parent), window_(w), context_(context), filter_(filter), songList_(songList),
+      messages_(new midiMessageTableViewController(this)) {
     // The same rows as the song list, but here a click picks the song.
-    w->allSongsDetailView->addTableColumn("midiIn", "#");
+    TableColumn number{"midiIn", "#"};
+    number.width = 48;
+    w->allSongsDetailView->addTableColumn(number);
     w->allSongsDetailView->addTableColumn("title", "Title");
     w->allSongsDetailView->setDataSource(songList);
     songList->progCcNumberTextField = w->progCcNumberTextField;
@@ -52,4 +59,77 @@ SongDetailsScreen::SongDetailsScreen(MainWindow* w, ObjectContext* context,
             [m] { guarded("addMidiMessage:", [m] { m->addMidiMessage(); }); });
     connect(w->removeMidiMessageButton, &QPushButton::clicked, this,
             [m] { guarded("removeMidiMessage:", [m] { m->removeMidiMessage(); }); });
+    wireDetailControls();
+    showSelectedSong();
+}
+
+void SongDetailsScreen::wireDetailControls() {
+    MainWindow* w = window_;
+    for (QLineEdit* field : {w->progCcNumberTextField, w->ccValueTextField})
+        field->setValidator(new RangeValidator(0, 127, field));
+    connect(w->allSongsDetailView, &TableView::selectionDidChange, this,
+            [this] { guarded("showSelectedSong", [this] { showSelectedSong(); }); });
+    // The switch is the song list's MIDI out column for the picked row.
+    connect(w->midiEnableCheckBox, &QCheckBox::clicked, this, [this](bool on) {
+        guarded("midiEnableCheckBox", [&] {
+            const qsizetype row = window_->allSongsDetailView->selectedRow();
+            if (row >= 0)
+                songList_->setObjectValue(window_->allSongsDetailView, on, "midiOut", row);
+        });
+    });
+    connect(w->midiMessageType, &QComboBox::activated, this, [this](int index) {
+        guarded("midiMessageType", [&] { storeOnEveryRecord("midiOutMessageType", index); });
+    });
+    connect(w->midiChannel, &QComboBox::activated, this, [this](int index) {
+        guarded("midiChannel", [&] { storeOnEveryRecord("midiOutChannel", index + 1); });
+    });
+    for (auto [field, key] : {std::pair{w->progCcNumberTextField, "progOrCcNumber"},
+                              std::pair{w->ccValueTextField, "ccValue"}})
+        connect(field, &QLineEdit::editingFinished, this, [this, field = field, key = key] {
+            guarded(key, [&] {
+                if (field->hasAcceptableInput()) storeOnEveryRecord(key, field->text().toInt());
+            });
+        });
+}
+
+ManagedObject* SongDetailsScreen::selectedSong() const {
+    const qsizetype row = window_->allSongsDetailView->selectedRow();
+    const QList<ManagedObject*> songs = filter_->returnFilteredArray();
+    return row >= 0 && row < songs.size() ? songs[row] : nullptr;
+}
+
+void SongDetailsScreen::showSelectedSong() {
+    MainWindow* w = window_;
+    ManagedObject* song = selectedSong();
+    const bool on = song && song->value("midiOutEnabled").toBool();
+    {
+        const QSignalBlocker a(w->midiEnableCheckBox), b(w->midiMessageType), c(w->midiChannel),
+            d(w->progCcNumberTextField), e(w->ccValueTextField);
+        w->midiEnableCheckBox->setChecked(on);
+        const qint64 type = song ? song->integerValue("midiOutMessageType") : 0;
+        w->midiMessageType->setCurrentIndex(type >= 0 && type < 2 ? int(type) : 0);
+        const qint64 channel = song ? song->integerValue("midiOutChannel") : 1;
+        w->midiChannel->setCurrentIndex(channel >= 1 && channel <= 16 ? int(channel - 1) : 0);
+        const auto number = [song](const char* key) {
+            return song && song->value(key).isValid() ? QString::number(song->integerValue(key))
+                                                      : QString();
+        };
+        w->progCcNumberTextField->setText(number("progOrCcNumber"));
+        w->ccValueTextField->setText(number("ccValue"));
+    }
+    w->midiEnableCheckBox->setEnabled(song != nullptr);
+    for (QWidget* control :
+         {static_cast<QWidget*>(w->midiMessageType), static_cast<QWidget*>(w->midiChannel),
+          static_cast<QWidget*>(w->progCcNumberTextField),
+          static_cast<QWidget*>(w->ccValueTextField)})
+        control->setEnabled(on);
+}
+
+void SongDetailsScreen::storeOnEveryRecord(const char* key, const QVariant& value) {
+    ManagedObject* song = selectedSong();
+    if (!song || !context_) return;
+    for (ManagedObject* record : context_->executeFetchRequest(
+             {"Song", Predicate::withFormat("path == %@", {song->value("path")}), {}, 0}))
+        record->setValue(key, value);
+    context_->save();
 }

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <QObject>
+#include <QVariant>
 
 class AllSongsTableViewController;
 class ArrayController;
 class LibraryFilter;
 class MainMidi;
 class MainWindow;
+class ManagedObject;
 class ObjectContext;
 class midiMessageTableViewController;
 
@@ -20,6 +22,18 @@ public:
                       MainMidi* engine, QObject* parent);
     midiMessageTableViewController* messages() const { return messages_; }
 
+    // Shows the picked song's MIDI out settings; with no song picked the controls are off.
+    void showSelectedSong();
+
 private:
+    void wireDetailControls();
+    ManagedObject* selectedSong() const;
+    // A project is its path: the setting goes to every record of it, then to the file.
+    void storeOnEveryRecord(const char* key, const QVariant& value);
+
+    MainWindow* window_;
+    ObjectContext* context_;
+    LibraryFilter* filter_;
+    AllSongsTableViewController* songList_;
     midiMessageTableViewController* messages_;
 };
