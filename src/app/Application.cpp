@@ -8,6 +8,7 @@
 #include "platform/MainQueue.h"
 
 #include <QApplication>
+#include <QIcon>
 
 int runApplication(int argc, char** argv) {
     // Without a display (a headless machine) the window is drawn off screen.
@@ -19,6 +20,8 @@ int runApplication(int argc, char** argv) {
     }
     QApplication app(argc, argv);
     QApplication::setApplicationName("Gigmora");
+    QGuiApplication::setDesktopFileName("io.github.gigmora.Gigmora");
+    QApplication::setWindowIcon(QIcon(":/images/gigmora.svg"));
     QApplication::setQuitOnLastWindowClosed(false);
     MainQueue::install();
     MessageBoxAlerts alerts;
