@@ -163,15 +163,21 @@ TEST_F(Preferences, SpacebarNoteOnlyAsANumberFrom0To127) {
     EXPECT_EQ(Prefs().prefsSelectedSpacebarMidiNote.toInt(), 64);
 }
 
-TEST_F(Preferences, BrokenPositionsInTheSettingsStillOpen) {
+TEST_F(Preferences, BrokenPositionsInTheSettingsFileStillOpen) {
     Prefs* p = app->sharedPrefs();
     p->prefsSelectedMidiDevice = 7;
     p->prefsSelectedMidiChannel = 99;
+    p->prefsSelectedSpacebarMidiDevice = -2;
     p->prefsSelectedSpacebarMidiChannel = -4;
     p->prefsSelectedDAW = 12;
     p->prefsBackupDelay = -1e9f;
-    MyPrefsWindowController* c = open();
-    EXPECT_EQ(find<QComboBox>("prefsMidiPortPopUp")->itemText(0), "No Device");
+    p->saveDataToDisk();
+    *p = Prefs(); // as the next launch reads the file
+    ASSERT_EQ(p->prefsSelectedMidiChannel.toInt(), 99);
+    open();
+    EXPECT_EQ(find<QComboBox>("prefsMidiPortPopUp")->currentText(), "No Device");
+    EXPECT_EQ(find<QComboBox>("prefsMidiChannelPopUp")->currentText(), "1");
+    EXPECT_EQ(find<QComboBox>("prefsSpacebarMidiTriggerChannelPopup")->currentText(), "1");
     EXPECT_EQ(find<QComboBox>("prefsDAWPopUp")->currentIndex(), 0);
     EXPECT_EQ(find<DelaySlider>("prefsBackupDelaySlider")->value(), 0);
 }

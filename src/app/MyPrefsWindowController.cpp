@@ -22,6 +22,11 @@ void wire(Sender* sender, Signal signal, MyPrefsWindowController* c, const char*
 qint64 integer(const QVariant& v) {
     return v.toLongLong();
 }
+
+// A remembered position that the list no longer has shows the first item, not a blank list.
+void selectOrFirst(QComboBox* list, qint64 position) {
+    list->setCurrentIndex(position >= 0 && position < list->count() ? int(position) : 0);
+}
 } // namespace
 
 MyPrefsWindowController::MyPrefsWindowController() : ui_(std::make_unique<Ui::Preferences>()) {
@@ -99,8 +104,7 @@ void MyPrefsWindowController::showCurrentSettings() {
     const QVariant note = sharedPrefs->prefsSelectedSpacebarMidiNote;
     u.prefsSpacebarMidiTriggerNote->setText(note.isValid() ? QString::number(integer(note))
                                                            : QString());
-    const qint64 daw = integer(sharedPrefs->prefsSelectedDAW);
-    u.prefsDAWPopUp->setCurrentIndex(daw >= 0 && daw < u.prefsDAWPopUp->count() ? int(daw) : 0);
+    selectOrFirst(u.prefsDAWPopUp, integer(sharedPrefs->prefsSelectedDAW));
 }
 
 void MyPrefsWindowController::setSpacebarControlsEnabled(bool on) {
@@ -130,9 +134,9 @@ void MyPrefsWindowController::populatePrefsPopup() {
     u.prefsSpacebarMidiTriggerPortPopup->clear();
     u.prefsMidiPortPopUp->addItems(prefsWindowSourcesArray);
     u.prefsSpacebarMidiTriggerPortPopup->addItems(prefsWindowSourcesArray);
-    u.prefsMidiPortPopUp->setCurrentIndex(int(s));
-    u.prefsSpacebarMidiTriggerPortPopup->setCurrentIndex(
-        int(integer(sharedPrefs->prefsSelectedSpacebarMidiDevice)));
+    selectOrFirst(u.prefsMidiPortPopUp, s);
+    selectOrFirst(u.prefsSpacebarMidiTriggerPortPopup,
+                  integer(sharedPrefs->prefsSelectedSpacebarMidiDevice));
 }
 
 void MyPrefsWindowController::populatePrefsPopupForDestination() {
@@ -145,8 +149,7 @@ void MyPrefsWindowController::populatePrefsPopupForDestination() {
     prefsWindowDestinationArray = sharedMainMidi->mNameCopyArrayForDest;
     for (qint64 i = 0; i < m && i < prefsWindowDestinationArray.size(); ++i)
         ui_->prefsMidiOutPortPopUp->insertItem(int(i), prefsWindowDestinationArray[i]);
-    const qint64 out = integer(sharedPrefs->prefsSelectedMidiOutDevice);
-    ui_->prefsMidiOutPortPopUp->setCurrentIndex(out < m ? int(out) : 0);
+    selectOrFirst(ui_->prefsMidiOutPortPopUp, integer(sharedPrefs->prefsSelectedMidiOutDevice));
 }
 
 void MyPrefsWindowController::populateMidiChannelPopup() {
@@ -157,10 +160,9 @@ void MyPrefsWindowController::populateMidiChannelPopup() {
         u.prefsSpacebarMidiTriggerChannelPopup->insertItem(i, QString::number(i + 1));
     }
     if (!sharedPrefs) return;
-    u.prefsMidiChannelPopUp->setCurrentIndex(int(integer(sharedPrefs->prefsSelectedMidiChannel)) -
-                                             1);
-    u.prefsSpacebarMidiTriggerChannelPopup->setCurrentIndex(
-        int(integer(sharedPrefs->prefsSelectedSpacebarMidiChannel)) - 1);
+    selectOrFirst(u.prefsMidiChannelPopUp, integer(sharedPrefs->prefsSelectedMidiChannel) - 1);
+    selectOrFirst(u.prefsSpacebarMidiTriggerChannelPopup,
+                  integer(sharedPrefs->prefsSelectedSpacebarMidiChannel) - 1);
 }
 
 void MyPrefsWindowController::PrefsMidiDevicePopUpAction() {
