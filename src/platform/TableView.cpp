@@ -1,9 +1,11 @@
 #include "platform/TableView.h"
 
-#include "platform/DraggingInfo.h"
+#include "platform/DragActions.h"
 #include "platform/EditingRegistry.h"
 #include "platform/Guard.h"
+#include "platform/Pasteboard.h"
 #include "platform/RangeError.h"
+#include "platform/TableDropTarget.h"
 #include "platform/TableItemDelegate.h"
 #include "platform/TableRowView.h"
 #include "platform/TableViewModel.h"
@@ -21,31 +23,6 @@
 #include <QTimer>
 #include <cmath>
 
-namespace {
-Qt::DropActions actionsFor(uint32_t mask) {
-    Qt::DropActions actions;
-    if (mask & (DragOperationCopy | DragOperationGeneric)) actions |= Qt::CopyAction;
-    if (mask & DragOperationMove) actions |= Qt::MoveAction;
-    if (mask & DragOperationLink) actions |= Qt::LinkAction;
-    return actions ? actions : Qt::CopyAction;
-}
-
-uint32_t maskFor(Qt::DropActions actions) {
-    uint32_t mask = DragOperationNone;
-    if (actions & Qt::CopyAction) mask |= DragOperationCopy | DragOperationGeneric;
-    if (actions & Qt::MoveAction) mask |= DragOperationMove;
-    if (actions & Qt::LinkAction) mask |= DragOperationLink;
-    return mask;
-}
-
-Qt::DropAction actionFor(uint32_t operation) {
-    if (operation & (DragOperationCopy | DragOperationGeneric)) return Qt::CopyAction;
-    if (operation & DragOperationMove) return Qt::MoveAction;
-    if (operation & DragOperationLink) return Qt::LinkAction;
-    return Qt::CopyAction;
-}
-} // namespace
-
 TableView::Callback::Callback(const TableView* t) : table(const_cast<TableView*>(t)) {
     ++table->callbackDepth_;
 }
@@ -54,7 +31,9 @@ TableView::Callback::~Callback() {
     if (--table->callbackDepth_ == 0 && table->reloadPending_) table->reloadData();
 }
 
-TableView::TableView(QWidget* parent) : QTableView(parent), model_(new TableViewModel(this)) {
+TableView::TableView(QWidget* parent)
+    : QTableView(parent), model_(new TableViewModel(this)),
+      drops_(std::make_unique<TableDropTarget>(*this)) {
     setModel(model_);
     setItemDelegate(new TableItemDelegate(this));
     setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -298,10 +277,11 @@ void TableView::setSortDescriptors(const QList<SortDescriptor>& descriptors) {
 }
 
 void TableView::registerForDraggedTypes(const QStringList& types) {
-    for (const QString& t : types)
-        if (!draggedTypes_.contains(t)) draggedTypes_ << t;
-    setAcceptDrops(!draggedTypes_.isEmpty());
-    viewport()->setAcceptDrops(!draggedTypes_.isEmpty());
+    drops_->registerForDraggedTypes(types);
+}
+
+const QStringList& TableView::registeredDraggedTypes() const {
+    return drops_->registeredDraggedTypes();
 }
 
 void TableView::setDraggingSourceOperationMask(uint32_t mask, bool local) {
@@ -309,8 +289,15 @@ void TableView::setDraggingSourceOperationMask(uint32_t mask, bool local) {
 }
 
 void TableView::setDropRow(qsizetype row, DropOperation operation) {
-    dropRow_ = row;
-    dropOperation_ = operation;
+    drops_->setDropRow(row, operation);
+}
+
+qsizetype TableView::dropRow() const {
+    return drops_->dropRow();
+}
+
+DropOperation TableView::dropOperation() const {
+    return drops_->dropOperation();
 }
 
 void TableView::setPaintsSelection(bool paints) {
@@ -407,17 +394,8 @@ void TableView::paintEvent(QPaintEvent* event) {
             guarded("drawRow", [&] { drawRow(painter, row, rectOfRow(row), clip); });
     }
     QTableView::paintEvent(event);
-    if (!dropTargetShown_) return;
     QPainter painter(viewport());
-    painter.setPen(QPen(palette().highlight(), 2));
-    if (dropOperation_ == DropOperation::On && dropRow_ >= 0 && dropRow_ < count) {
-        painter.drawRect(rectOfRow(dropRow_).adjusted(1, 1, -2, -2));
-    } else if (dropOperation_ == DropOperation::Above) {
-        const int y = dropRow_ < count ? rectOfRow(dropRow_).top()
-                      : count > 0      ? rectOfRow(count - 1).bottom() + 1
-                                       : 1;
-        painter.drawLine(0, y, viewport()->width(), y);
-    }
+    drops_->paintIndicator(painter, count);
 }
 
 QItemSelectionModel::SelectionFlags TableView::selectionCommand(const QModelIndex& index,
@@ -467,113 +445,25 @@ void TableView::startRowDrag(const QPoint& at) {
     drag->setMimeData(pasteboard.takeMimeData());
     delegate_->draggingSessionWillBeginAtPoint(this, at, rows);
     // The rows stay where they are whatever the drop did: moving them is the controller's.
-    const Qt::DropAction done = drag->exec(actionsFor(localMask_), Qt::CopyAction);
+    const Qt::DropAction done = drag->exec(DragActions::actionsFor(localMask_), Qt::CopyAction);
     delegate_->draggingSessionEndedAtPoint(this, viewport()->mapFromGlobal(QCursor::pos()),
-                                           maskFor(done));
-}
-
-bool TableView::acceptsPayloadData(const QMimeData* data) const {
-    for (const QString& type : draggedTypes_)
-        if (!data->data(Pasteboard::mimeFormat(type)).isEmpty()) return true;
-    return false;
-}
-
-bool TableView::acceptsPayload(const QMimeData* data) const {
-    const Pasteboard pasteboard(data);
-    for (const QString& type : draggedTypes_)
-        if (pasteboard.hasType(type)) return true;
-    return false;
-}
-
-bool TableView::proposeDrop(QDropEvent* event, bool validate) {
-    if (!delegate_ || !acceptsPayload(event->mimeData())) return false;
-    const QPoint at = event->position().toPoint();
-    const qsizetype count = numberOfRows();
-    qsizetype row = rowAt(at.y());
-    DropOperation operation = DropOperation::Above;
-    if (row < 0) {
-        row = count; // below the last row
-    } else {
-        const QRect r = rectOfRow(row);
-        const int edge = r.height() / 4;
-        if (at.y() >= r.bottom() - edge)
-            ++row;
-        else if (at.y() >= r.top() + edge)
-            operation = DropOperation::On;
-    }
-    setDropRow(row, operation);
-    if (!validate) return true;
-    auto* source = qobject_cast<TableView*>(event->source());
-    DraggingInfo info(event->mimeData(), source, at, maskFor(event->possibleActions()));
-    uint32_t result = DragOperationNone;
-    guarded("validateDrop",
-            [&] { result = delegate_->validateDrop(this, info, dropRow_, dropOperation_); });
-    if (result == DragOperationNone) return false;
-    event->setDropAction(actionFor(result));
-    return true;
-}
-
-void TableView::clearDropTarget() {
-    if (!dropTargetShown_) return;
-    dropTargetShown_ = false;
-    viewport()->update();
+                                           DragActions::maskFor(done));
 }
 
 void TableView::dragEnterEvent(QDragEnterEvent* event) {
-    if (acceptsPayload(event->mimeData()))
-        event->accept();
-    else
-        event->ignore();
+    drops_->dragEnter(event);
 }
 
 void TableView::dragMoveEvent(QDragMoveEvent* event) {
-    if (proposeDrop(event, true)) {
-        event->accept();
-        dropTargetShown_ = true;
-        keepPayload(event->mimeData());
-    } else {
-        event->ignore();
-        dropTargetShown_ = false;
-    }
-    viewport()->update();
+    drops_->dragMove(event);
 }
 
 void TableView::dragLeaveEvent(QDragLeaveEvent*) {
-    clearDropTarget();
-}
-
-void TableView::keepPayload(const QMimeData* data) {
-    kept_ = std::make_unique<QMimeData>();
-    for (const QString& type : draggedTypes_) {
-        const QString format = Pasteboard::mimeFormat(type);
-        if (data->hasFormat(format)) kept_->setData(format, data->data(format));
-    }
+    drops_->dragLeave();
 }
 
 void TableView::dropEvent(QDropEvent* event) {
-    clearDropTarget();
-    // Some senders no longer hand over their data when the drop comes (seen with X11 drags):
-    // the drop then reads what the drag offered while it moved over the table.
-    const std::unique_ptr<QMimeData> kept = std::move(kept_);
-    const QMimeData* data = event->mimeData();
-    if (kept && !acceptsPayloadData(data)) data = kept.get();
-    QDropEvent dropped(event->position(), event->possibleActions(), data, event->buttons(),
-                       event->modifiers());
-    if (!proposeDrop(&dropped, true)) {
-        event->ignore();
-        return;
-    }
-    auto* source = qobject_cast<TableView*>(event->source());
-    DraggingInfo info(data, source, event->position().toPoint(), maskFor(event->possibleActions()));
-    bool accepted = false;
-    guarded("acceptDrop",
-            [&] { accepted = delegate_->acceptDrop(this, info, dropRow_, dropOperation_); });
-    if (accepted) {
-        event->setDropAction(dropped.dropAction());
-        event->accept();
-    } else {
-        event->ignore();
-    }
+    drops_->drop(event);
 }
 
 void TableView::contextMenuEvent(QContextMenuEvent* event) {

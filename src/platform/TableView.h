@@ -6,13 +6,13 @@
 #include "platform/TableColumn.h"
 #include "platform/TableViewDelegate.h"
 
-#include <QMimeData>
 #include <QPointer>
 #include <QTableView>
 #include <memory>
 
 class QMenu;
 class QPropertyAnimation;
+class TableDropTarget;
 class TableViewDataSource;
 class TableViewModel;
 
@@ -74,15 +74,15 @@ public:
     const QList<SortDescriptor>& sortDescriptors() const { return sortDescriptors_; }
 
     void registerForDraggedTypes(const QStringList& types);
-    const QStringList& registeredDraggedTypes() const { return draggedTypes_; }
+    const QStringList& registeredDraggedTypes() const;
     void setDraggingSourceOperationMask(uint32_t mask, bool local);
     uint32_t draggingSourceOperationMask(bool local) const {
         return local ? localMask_ : remoteMask_;
     }
     // Retargets the drop being validated.
     void setDropRow(qsizetype row, DropOperation operation);
-    qsizetype dropRow() const { return dropRow_; }
-    DropOperation dropOperation() const { return dropOperation_; }
+    qsizetype dropRow() const;
+    DropOperation dropOperation() const;
 
     void setMenu(QMenu* menu);
     QMenu* menu() const;
@@ -141,11 +141,6 @@ private:
     void applySelection(const IndexSet& rows);
     void editorOpened(QWidget* editor, const QModelIndex& index);
     void startRowDrag(const QPoint& at);
-    bool proposeDrop(QDropEvent* event, bool validate);
-    bool acceptsPayload(const QMimeData* data) const;     // by the formats it offers
-    bool acceptsPayloadData(const QMimeData* data) const; // by the data it hands over
-    void keepPayload(const QMimeData* data);
-    void clearDropTarget();
 
     QString autosaveName_;
     QList<TableColumn> columns_;
@@ -161,15 +156,11 @@ private:
     int updatesDepth_ = 0;
     QPropertyAnimation* scrollAnimation_ = nullptr;
     QList<SortDescriptor> sortDescriptors_;
-    QStringList draggedTypes_;
     uint32_t localMask_ = DragOperationEvery;
     uint32_t remoteMask_ = DragOperationCopy;
     QPoint pressPoint_;
     qsizetype pressRow_ = -1;
-    qsizetype dropRow_ = -1;
-    DropOperation dropOperation_ = DropOperation::On;
-    bool dropTargetShown_ = false;
-    std::unique_ptr<QMimeData> kept_; // the payload as last seen during the drag
+    std::unique_ptr<TableDropTarget> drops_;
     QPointer<QMenu> menu_;
     bool paintsSelection_ = true;
     int cellInset_ = 0;
