@@ -10,13 +10,11 @@
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
-#include "midi/backends/none/NullMidiServices.h"
 #include "platform/DraggingInfo.h"
-#include "platform/MainQueue.h"
 #include "platform/Pasteboard.h"
 #include "platform/TableView.h"
 #include "support/LibraryHelpers.h"
-#include "support/ScriptedAlerts.h"
+#include "support/OffscreenApplication.h"
 #include "support/TempHome.h"
 
 #include <QApplication>
@@ -124,16 +122,8 @@ void print(const char* name, Figures f, double bareWrite) {
 } // namespace
 
 int main(int argc, char** argv) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    TempHome::installForProcess();
-    QApplication qapp(argc, argv);
-    QCoreApplication::setApplicationName("Gigmora");
-    MainQueue::install();
-    ScriptedAlerts alerts;
-    Alerts::setShared(&alerts);
-
-    AppDelegate app(std::make_unique<NullMidiServices>());
-    app.applicationDidFinishLaunching();
+    OffscreenApplication offscreen(argc, argv);
+    AppDelegate& app = offscreen.app();
     ObjectContext& c = *app.managedObjectContext();
     generate(c);
     c.save();
@@ -212,6 +202,5 @@ int main(int argc, char** argv) {
     for (const Phase& p : phases)
         if (only.isEmpty() || QString(p.name).contains(only))
             print(p.name, measure(p.runs, p.prepare, p.act), p.saves ? bare.median : 0);
-    Alerts::setShared(nullptr);
     return 0;
 }

@@ -5,11 +5,9 @@
 #include "app/MyPrefsWindowController.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
-#include "midi/backends/none/NullMidiServices.h"
-#include "platform/MainQueue.h"
 #include "platform/SegmentedControl.h"
 #include "support/LibraryHelpers.h"
-#include "support/ScriptedAlerts.h"
+#include "support/OffscreenApplication.h"
 #include "support/TempHome.h"
 
 #include <QApplication>
@@ -37,44 +35,34 @@ void print(const char* name, std::vector<double> ms) {
 } // namespace
 
 int main(int argc, char** argv) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    TempHome::installForProcess();
-    QApplication qapp(argc, argv);
-    QCoreApplication::setApplicationName("Gigmora");
-    MainQueue::install();
-    ScriptedAlerts alerts;
-    Alerts::setShared(&alerts);
-    {
-        AppDelegate app(std::make_unique<NullMidiServices>());
-        app.applicationDidFinishLaunching();
-        ObjectContext& c = *app.managedObjectContext();
-        for (int i = 0; i < 10000; ++i)
-            addSong(c, QString("Song number %1").arg(i), QString("/music/Song %1.logicx").arg(i),
-                    i + 1);
-        c.save();
-        MainWindow* w = app.window();
-        w->show();
-        processEvents();
+    OffscreenApplication offscreen(argc, argv);
+    AppDelegate& app = offscreen.app();
+    ObjectContext& c = *app.managedObjectContext();
+    for (int i = 0; i < 10000; ++i)
+        addSong(c, QString("Song number %1").arg(i), QString("/music/Song %1.logicx").arg(i),
+                i + 1);
+    c.save();
+    MainWindow* w = app.window();
+    w->show();
+    processEvents();
 
-        std::printf("library: 10000 songs\n");
-        const char* names[] = {"mode switch to Edit", "mode switch to Perform",
-                               "mode switch to Song Details"};
-        std::vector<double> modes[3];
-        for (int i = 0; i < 90; ++i) {
-            w->topButtons->setSelectedSegment(i % 3);
-            modes[i % 3].push_back(msOf([&] { app.shwoView(w->topButtons); }));
-        }
-        for (int mode = 0; mode < 3; ++mode)
-            print(names[mode], modes[mode]);
-        const double first = msOf([&] { app.openPreferences(); });
-        std::vector<double> later;
-        for (int i = 0; i < 30; ++i) {
-            MyPrefsWindowController::sharedPrefsWindowController()->window()->hide();
-            later.push_back(msOf([&] { app.openPreferences(); }));
-        }
-        std::printf("%-40s %6.2f ms\n", "preferences window, first show", first);
-        print("preferences window, later shows", later);
+    std::printf("library: 10000 songs\n");
+    const char* names[] = {"mode switch to Edit", "mode switch to Perform",
+                           "mode switch to Song Details"};
+    std::vector<double> modes[3];
+    for (int i = 0; i < 90; ++i) {
+        w->topButtons->setSelectedSegment(i % 3);
+        modes[i % 3].push_back(msOf([&] { app.shwoView(w->topButtons); }));
     }
-    Alerts::setShared(nullptr);
+    for (int mode = 0; mode < 3; ++mode)
+        print(names[mode], modes[mode]);
+    const double first = msOf([&] { app.openPreferences(); });
+    std::vector<double> later;
+    for (int i = 0; i < 30; ++i) {
+        MyPrefsWindowController::sharedPrefsWindowController()->window()->hide();
+        later.push_back(msOf([&] { app.openPreferences(); }));
+    }
+    std::printf("%-40s %6.2f ms\n", "preferences window, first show", first);
+    print("preferences window, later shows", later);
     return 0;
 }
