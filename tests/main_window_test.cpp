@@ -208,3 +208,29 @@ TEST_F(MainWindowModes, DetailControlsFollowThePickedProject) {
     EXPECT_EQ(w()->midiChannel->currentText(), "10");
     EXPECT_EQ(w()->progCcNumberTextField->text(), "30");
 }
+
+// On stage the running order follows the setlist's selection, and the next song is named.
+TEST_F(MainWindowModes, PerformanceFollowsTheRunningOrder) {
+    ManagedObject* setlist = addSetlist(context(), "Friday");
+    for (const char* title : {"Opener", "Ballad", "Encore"})
+        setlist->mutableOrderedSetValueForKey("song").addObject(
+            addSong(context(), title, project(QString(title) + ".logicx"), 1));
+    launch();
+    app->allSetlistsArrayController()->setSelectionIndex(
+        app->allSetlistsArrayController()->arrangedObjects().indexOf(setlist));
+    processEvents();
+    choose(1);
+    EXPECT_EQ(w()->currentSetlist->text(), "Friday");
+    ASSERT_EQ(w()->performanceTableView->numberOfRows(), 3);
+    app->currentSetlistArrayController()->setSelectionIndex(0);
+    processEvents();
+    EXPECT_EQ(w()->performanceTableView->selectedRow(), 0);
+    EXPECT_EQ(w()->nextSongLabel->text(), "Next: Ballad");
+    QTest::mouseClick(w()->nextButton, Qt::LeftButton); // recall moves one row down
+    processEvents();
+    EXPECT_EQ(w()->performanceTableView->selectedRow(), 1);
+    EXPECT_EQ(w()->nextSongLabel->text(), "Next: Encore");
+    app->currentSetlistArrayController()->setSelectionIndex(2);
+    processEvents();
+    EXPECT_EQ(w()->nextSongLabel->text(), "Last song");
+}

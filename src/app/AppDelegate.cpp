@@ -177,10 +177,13 @@ void AppDelegate::wireModes(ObjectContext* context) {
     w->performanceTableView->addTableColumn("title", "Song");
     w->performanceTableView->bind("content", currentSetlist_, "arrangedObjects");
     w->performanceTableView->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
+    // Queued: a trigger moves the selection, and its close command goes out first.
     for (auto signal :
          {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
-        connect(currentSetlist_, signal, this,
-                [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); });
+        connect(
+            currentSetlist_, signal, this,
+            [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); },
+            Qt::QueuedConnection);
     connect(w->topButtons, &SegmentedControl::activated, this,
             [this] { guarded("shwoView:", [this] { shwoView(window_->topButtons); }); });
 }
