@@ -9,6 +9,7 @@
 #include "library/ObjectContext.h"
 #include "midi/MainMidi.h"
 #include "performance/midiMessageTableViewController.h"
+#include "platform/Error.h"
 #include "platform/Guard.h"
 #include "platform/RangeValidator.h"
 #include "platform/TableColumn.h"
@@ -17,8 +18,11 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QLoggingCategory>
 #include <QPushButton>
 #include <QSignalBlocker>
+
+Q_LOGGING_CATEGORY(lcSongDetails, "gigmora.app")
 
 SongDetailsScreen::SongDetailsScreen(MainWindow* w, ObjectContext* context,
                                      ArrayController* allSongs, LibraryFilter* filter,
@@ -131,5 +135,10 @@ void SongDetailsScreen::storeOnEveryRecord(const char* key, const QVariant& valu
     for (ManagedObject* record : context_->executeFetchRequest(
              {"Song", Predicate::withFormat("path == %@", {song->value("path")}), {}, 0}))
         record->setValue(key, value);
-    context_->save();
+    // The change stays in the library and goes out with the next save; the log says why
+    // this one failed.
+    Error error;
+    if (!context_->save(&error))
+        qCWarning(lcSongDetails).noquote()
+            << "Could not save the song's" << key << "setting:" << error.localizedFailureReason;
 }
