@@ -23,6 +23,7 @@
 #include "platform/SegmentedControl.h"
 #include "platform/TableColumn.h"
 #include "platform/TableView.h"
+#include "platform/UndoManager.h"
 #include "settings/Prefs.h"
 
 #include <QAction>
@@ -97,7 +98,14 @@ void AppDelegate::wireWindow(ObjectContext* context) {
     editScreen_ = new EditScreen(
         w, {context, allSetlists_, allSongs_, currentSetlist_, filter_.get()},
         [this](qsizetype row) { updateAllSongDetailView(row); }, this);
-    filter_->reloadSongs = [w] { w->aSongsTableView->reloadData(); };
+    // The song list follows the library whatever changed it (an undo, a drop, a deletion).
+    if (context)
+        connect(context, &ObjectContext::objectsDidChange, w->aSongsTableView,
+                &TableView::reloadData);
+    filter_->reloadSongs = [w] {
+        w->aSongsTableView->reloadData();
+        w->allSongsDetailView->reloadData();
+    };
 
     recall_->setlistTableView = w->setlistTableView;
     recall_->aSongsTableView = w->aSongsTableView;
@@ -147,26 +155,49 @@ void AppDelegate::addMenus(ObjectContext* context) {
     action(prefs, &QAction::triggered, this,
            "openPreferencesWindow:", [this] { openPreferencesWindow(); });
     QMenu* edit = w->menuBar()->addMenu("&Edit");
-    QAction* undo = edit->addAction("&Undo", QKeySequence::Undo);
-    QAction* redo = edit->addAction("&Redo", QKeySequence::Redo);
-    // Enabled only with something to undo or redo, checked after every change and every
-    // step. Without a library they stay on: asking for it tries the store again and says why
-    // it failed.
-    auto update = [this, undo, redo] {
-        ObjectContext* c = library_->hasContext() ? library_->managedObjectContext() : nullptr;
-        undo->setEnabled(!c || c->undoManager()->canUndo());
-        redo->setEnabled(!c || c->undoManager()->canRedo());
-    };
-    action(undo, &QAction::triggered, this, "undo:", [this, update] {
-        if (ObjectContext* c = managedObjectContext()) c->undoManager()->undo();
-        update();
+    undoAction_ = edit->addAction("&Undo", QKeySequence::Undo);
+    redoAction_ = edit->addAction("&Redo", QKeySequence::Redo);
+    action(undoAction_, &QAction::triggered, this, "undo:", [this] {
+        if (ObjectContext* c = managedObjectContext()) {
+            c->undoManager()->undo();
+            keepASetlist();
+        }
+        updateUndoMenu();
     });
-    action(redo, &QAction::triggered, this, "redo:", [this, update] {
-        if (ObjectContext* c = managedObjectContext()) c->undoManager()->redo();
-        update();
+    action(redoAction_, &QAction::triggered, this, "redo:", [this] {
+        if (ObjectContext* c = managedObjectContext()) {
+            c->undoManager()->redo();
+            keepASetlist();
+        }
+        updateUndoMenu();
     });
-    if (context) connect(context, &ObjectContext::objectsDidChange, this, update);
-    update();
+    if (context)
+        connect(context, &ObjectContext::objectsDidChange, this, &AppDelegate::updateUndoMenu);
+    updateUndoMenu();
+}
+
+void AppDelegate::updateUndoMenu() {
+    // Checked after every change and every step. Without a library they stay on: asking for
+    // it tries the store again and says why it failed.
+    ObjectContext* c = library_->hasContext() ? library_->managedObjectContext() : nullptr;
+    undoAction_->setEnabled(editing_ && (!c || c->undoManager()->canUndo()));
+    redoAction_->setEnabled(editing_ && (!c || c->undoManager()->canRedo()));
+}
+
+void AppDelegate::keepASetlist() {
+    UndoManager* undo = managedObjectContext()->undoManager();
+    const bool recording = undo->isUndoRegistrationEnabled();
+    undo->setUndoRegistrationEnabled(false);
+    filter_->checkNumberOfSetlists();
+    undo->setUndoRegistrationEnabled(recording);
+    if (allSetlists_->selectionIndexes().isEmpty() && !allSetlists_->arrangedObjects().isEmpty())
+        allSetlists_->setSelectionIndexes(IndexSet{0});
+}
+
+void AppDelegate::modeShown(int tag) {
+    editing_ = tag == 0;
+    editScreen_->setCommandsEnabled(editing_);
+    updateUndoMenu();
 }
 
 void AppDelegate::wireModes(ObjectContext* context) {
@@ -184,6 +215,7 @@ void AppDelegate::wireModes(ObjectContext* context) {
             currentSetlist_, signal, this,
             [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); },
             Qt::QueuedConnection);
+    connect(modes_, &ModeSwitch::modeShown, this, &AppDelegate::modeShown);
     connect(w->topButtons, &SegmentedControl::activated, this,
             [this] { guarded("shwoView:", [this] { shwoView(window_->topButtons); }); });
 }
@@ -233,6 +265,9 @@ void AppDelegate::applicationDidFinishLaunching() {
     NotificationCenter::defaultCenter().addObserver(
         this, "blankSetlistNotification", [this](const Notification&) { blankSetlist(); });
     sharedPrefs_->saveDataToDisk();
+    // What the start-up made (a first setlist) is where the person starts, not a step to undo.
+    if (library_->hasContext()) managedObjectContext()->undoManager()->removeAllActions();
+    updateUndoMenu();
 }
 
 bool AppDelegate::applicationShouldTerminate() {
@@ -264,6 +299,8 @@ void AppDelegate::requestQuit() {
 
 void AppDelegate::quitFromSignal() {
     qCInfo(lcApp) << "Quitting on a signal; the library is saved first.";
+    // Nobody is there to answer: an edit that needs a question is dropped, the rest saved.
+    const Alerts::Unattended unattended;
     if (!terminated_ && library_->hasContext()) {
         ObjectContext* context = library_->managedObjectContext();
         context->commitEditing();

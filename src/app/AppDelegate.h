@@ -14,6 +14,7 @@ class MainWindow;
 class ModeSwitch;
 class SegmentedControl;
 class SongDetailsScreen;
+class QAction;
 class QWidget;
 class ManagedObject;
 class MidiServices;
@@ -90,6 +91,11 @@ private:
     void addMenus(ObjectContext* context);
     void rebuildMidiAfterDeviceChange();
     void wireModes(ObjectContext* context);
+    // Undo and Redo: in the edit mode, with something to undo or redo.
+    void updateUndoMenu();
+    void modeShown(int tag);
+    // Undo and Redo never leave the library without a setlist to drop songs into.
+    void keepASetlist();
 
     std::unique_ptr<MidiServices> services_;
     std::unique_ptr<LibraryStack> library_;
@@ -106,6 +112,9 @@ private:
     ModeSwitch* modes_ = nullptr;
     SongDetailsScreen* songDetails_ = nullptr;
     TriggerDispatch* dispatch_ = nullptr;
+    QAction* undoAction_ = nullptr;
+    QAction* redoAction_ = nullptr;
+    bool editing_ = true;
     bool midiDeviceAlert_ = false;
     bool terminated_ = false;
 };

@@ -28,7 +28,7 @@ EditScreen::EditScreen(MainWindow* w, const Controllers& c,
     w->aSongsTableView->setDataSource(songList_);
     w->aSongsTableView->setDelegate(songList_);
     songList_->allSongsTableView = w->aSongsTableView;
-    songList_->songDetailsTableView = w->allSongsDetailView;
+    songList_->songDetailsTableView = w->midiMessageTableView; // the song's detail table
     songList_->updateAllSongDetailView = updateAllSongDetailView;
 
     // Each delegate serves one table; both know all of the edit screen's tables.
@@ -38,6 +38,7 @@ EditScreen::EditScreen(MainWindow* w, const Controllers& c,
         d->aSongsTableView = w->aSongsTableView;
         d->myTopListOfSetlistsTableView = w->myTopListOfSetlistsTableView;
         d->songDetailsTableView = w->allSongsDetailView;
+        d->midiMessageTableView = w->midiMessageTableView;
         d->updateAllSongDetailView = updateAllSongDetailView;
     }
     setlist_->setlistTableView = w->setlistTableView;
@@ -88,7 +89,21 @@ void EditScreen::addCommands(MainWindow* w) {
         const auto run = c.run;
         connect(a, &QAction::triggered, this, [where, run] { guarded(where.c_str(), run); });
         connect(c.button, &QPushButton::clicked, a, &QAction::trigger);
+        buttons_ << c.button;
     }
+    // The setlist's own commands on a right click; disabled with the rest outside editing.
+    auto* menu = new QMenu(w->setlistTableView);
+    for (const char* name : {"New Setlist", "Remove Setlist", "Add Song to Setlist…",
+                             "Remove from Setlist", "Delete Song Everywhere"})
+        menu->addAction(actions_.value(QString::fromUtf8(name)));
+    w->setlistTableView->setMenu(menu);
+}
+
+void EditScreen::setCommandsEnabled(bool enabled) {
+    for (QAction* a : std::as_const(actions_))
+        a->setEnabled(enabled);
+    for (QWidget* b : std::as_const(buttons_))
+        b->setEnabled(enabled);
 }
 
 QAction* EditScreen::action(const QString& name) const {

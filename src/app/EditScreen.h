@@ -35,6 +35,8 @@ public:
     DragableOrderedSetTableViewDelegate* setlistDelegate() const { return setlist_; }
     DragableOrderedSetTableViewDelegate* setlistsDelegate() const { return setlists_; }
     QAction* action(const QString& name) const;
+    // The library commands (menu items, buttons, shortcuts) work in the edit mode only.
+    void setCommandsEnabled(bool enabled);
 
 private:
     void addCommands(MainWindow* window);
@@ -44,4 +46,5 @@ private:
     DragableOrderedSetTableViewDelegate* setlists_;
     std::unique_ptr<SetlistTableRowView> rowView_;
     QHash<QString, QAction*> actions_;
+    QList<QWidget*> buttons_;
 };

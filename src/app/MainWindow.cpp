@@ -1,5 +1,6 @@
 #include "app/MainWindow.h"
 
+#include "app/StageKeys.h"
 #include "app/tables/AllSongsTableView.h"
 #include "app/tables/MidiMessageTableVIew.h"
 #include "app/tables/PerformanceSetlistTableView.h"
@@ -78,6 +79,9 @@ MainWindow::MainWindow(QWidget* parent)
     removeFromSuperview(performanceView);
     removeFromSuperview(songDetailsView);
     topButtons->setSelectedSegment(0);
+    new StageKeys(performanceView, nextButton, previousButton);
+    // A click on the switch leaves the keyboard where it was (on stage, with the stage keys).
+    activeButton->setFocusPolicy(Qt::TabFocus);
     setFixedSize(kWidth, kHeight);
 }
 

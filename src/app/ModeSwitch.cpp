@@ -70,6 +70,10 @@ void ModeSwitch::shwoView(SegmentedControl* sender) {
     w->backgroundView->resize(MainWindow::kWidth, master->height() - kTopStrip);
     w->addSubview(master, w->backgroundView);
     setOrigin(w->backgroundView, 0, 0);
+    // Under another mode the edit screen is out of reach: no focus, no screen reader.
+    w->editView->setVisible(tag == 0);
+    // Before anything below can fail: the edit commands follow the mode in every case.
+    emit modeShown(tag);
     if (tag == 0) {
         w->addSubview(master, w->activeButton);
         allSongs_->fetch();
@@ -82,6 +86,7 @@ void ModeSwitch::shwoView(SegmentedControl* sender) {
     if (tag == 1) setOrigin(w->performanceBackgroundView, 0, 0); // positioned, never added
     w->addSubview(master, view);
     setOrigin(view, kModeViewX, kModeViewY);
+    if (tag == 1) view->setFocus(); // the stage keys live there
     w->addSubview(master, w->topButtons);
     w->addSubview(master, w->activeButton);
     if (tag == 1) {

@@ -31,6 +31,10 @@ public:
     QPointer<QWidget> oldMasterSubview;
     QPointer<QWidget> oldMasterSubview2;
 
+signals:
+    // A mode has been put on screen (0 editing, 1 performance, 2 song details).
+    void modeShown(int tag);
+
 private:
     // Places `view` with its lower-left corner at (x, y) counted up from the bottom of its
     // superview.

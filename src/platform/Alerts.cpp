@@ -18,11 +18,20 @@ public:
     }
 };
 Alerts* g_alerts = nullptr;
+int g_unattended = 0;
 } // namespace
 
 Alerts& Alerts::shared() {
     static LoggingAlerts fallback;
-    return g_alerts ? *g_alerts : fallback;
+    return g_alerts && g_unattended == 0 ? *g_alerts : fallback;
+}
+
+Alerts::Unattended::Unattended() {
+    ++g_unattended;
+}
+
+Alerts::Unattended::~Unattended() {
+    --g_unattended;
 }
 
 void Alerts::setShared(Alerts* alerts) {

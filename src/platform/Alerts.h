@@ -25,4 +25,15 @@ public:
 
     static Alerts& shared();
     static void setShared(Alerts* alerts); // not owned; nullptr restores the quiet default
+
+    // While one lives (a quit by signal, with nobody to answer), no alert is shown: each goes
+    // to the log and gets the second answer, which for every question asked here changes
+    // nothing.
+    class Unattended {
+    public:
+        Unattended();
+        ~Unattended();
+        Unattended(const Unattended&) = delete;
+        Unattended& operator=(const Unattended&) = delete;
+    };
 };

@@ -1,11 +1,14 @@
 #include "platform/SegmentedControl.h"
 
+#include "platform/SegmentAccessible.h"
+
 #include <QButtonGroup>
 #include <QHBoxLayout>
 #include <QToolButton>
 
 SegmentedControl::SegmentedControl(QWidget* parent)
     : QWidget(parent), group_(new QButtonGroup(this)) {
+    SegmentAccessible::install();
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
