@@ -9,6 +9,7 @@
 #include "library/ObjectContext.h"
 #include "midi/MainMidi.h"
 #include "performance/midiMessageTableViewController.h"
+#include "platform/EditingRegistry.h"
 #include "platform/Error.h"
 #include "platform/Guard.h"
 #include "platform/RangeValidator.h"
@@ -54,6 +55,11 @@ SongDetailsScreen::SongDetailsScreen(MainWindow* w, ObjectContext* context,
     m->performanceView = w->performanceView;
     m->engine = engine;
     m->returnFilteredArray = [filter] { return filter->returnFilteredArray(); };
+    m->filter = filter;
+    // The picker is a second view of the song list's rows: it follows the library too.
+    if (context)
+        connect(context, &ObjectContext::objectsDidChange, w->allSongsDetailView,
+                &TableView::reloadData);
     for (const TableColumn& column : midiMessageTableViewController::columns())
         w->midiMessageTableView->addTableColumn(column);
     w->midiMessageTableView->setDataSource(m);
@@ -88,12 +94,24 @@ void SongDetailsScreen::wireDetailControls() {
         guarded("midiChannel", [&] { storeOnEveryRecord("midiOutChannel", index + 1); });
     });
     for (auto [field, key] : {std::pair{w->progCcNumberTextField, "progOrCcNumber"},
-                              std::pair{w->ccValueTextField, "ccValue"}})
-        connect(field, &QLineEdit::editingFinished, this, [this, field = field, key = key] {
-            guarded(key, [&] {
-                if (field->hasAcceptableInput()) storeOnEveryRecord(key, field->text().toInt());
-            });
-        });
+                              std::pair{w->ccValueTextField, "ccValue"}}) {
+        const auto commit = [this, field = field, key = key] {
+            guarded(key, [&] { commitField(field, key); });
+            return true;
+        };
+        connect(field, &QLineEdit::editingFinished, this, commit);
+        // A save or a quit commits the typing first, as it does a table's cell; once
+        // committed, the field's later end of editing has nothing left to store.
+        EditingRegistry::add(field, commit);
+        connect(field, &QObject::destroyed, field,
+                [field = field] { EditingRegistry::remove(field); });
+    }
+}
+
+void SongDetailsScreen::commitField(QLineEdit* field, const char* key) {
+    if (!field->isModified() || !field->hasAcceptableInput()) return;
+    field->setModified(false);
+    storeOnEveryRecord(key, field->text().toInt());
 }
 
 ManagedObject* SongDetailsScreen::selectedSong() const {

@@ -8,6 +8,7 @@ class ArrayController;
 class LibraryFilter;
 class MainMidi;
 class MainWindow;
+class QLineEdit;
 class ManagedObject;
 class ObjectContext;
 class midiMessageTableViewController;
@@ -27,6 +28,8 @@ public:
 
 private:
     void wireDetailControls();
+    // Stores what was typed into a number field, once, if it is a number the field takes.
+    void commitField(QLineEdit* field, const char* key);
     ManagedObject* selectedSong() const;
     // A project is its path: the setting goes to every record of it, then to the file.
     void storeOnEveryRecord(const char* key, const QVariant& value);

@@ -76,6 +76,15 @@ QVariant AllSongsTableViewController::objectValue(TableView*, const QString& col
     return {};
 }
 
+QVariant AllSongsTableViewController::rowIdentity(TableView*, qsizetype row) {
+    if (!filter_) return {};
+    const QList<ManagedObject*> songs = filter_->returnFilteredArray();
+    if (row < 0 || row >= songs.size()) return {};
+    const QVariant path = songs[row]->value("path");
+    if (path.isValid() && !path.isNull()) return path;
+    return context_ ? QVariant(context_->URIRepresentation(songs[row])) : QVariant();
+}
+
 QList<ManagedObject*> AllSongsTableViewController::songsWithPath(const QVariant& path) const {
     if (!context_) return {};
     return context_->executeFetchRequest(
@@ -150,7 +159,7 @@ bool AllSongsTableViewController::writeRowsWithIndexes(TableView*, const IndexSe
         filter_ ? filter_->returnFilteredArray() : QList<ManagedObject*>();
     QList<ManagedObject*> dragged;
     for (qsizetype row : rows.indexes())
-        if (row < songs.size()) dragged << songs[row];
+        if (row >= 0 && row < songs.size()) dragged << songs[row];
     // The setlist type, which setlist tables take; never the song list's own.
     pasteboard.declareTypes({TransferRecords::setlistTableViewType});
     if (context_)

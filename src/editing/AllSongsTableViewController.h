@@ -36,6 +36,8 @@ public:
     QVariant objectValue(TableView* tableView, const QString& column, qsizetype row) override;
     void setObjectValue(TableView* tableView, const QVariant& value, const QString& column,
                         qsizetype row) override;
+    // A row is its project: the path, or the record itself for a song without one.
+    QVariant rowIdentity(TableView* tableView, qsizetype row) override;
 
     bool shouldSelectRow(TableView*, qsizetype) override { return false; }
     bool writeRowsWithIndexes(TableView* tableView, const IndexSet& rows,

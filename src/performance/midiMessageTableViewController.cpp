@@ -43,7 +43,8 @@ ManagedObject* midiMessageTableViewController::selectedSong() {
     if (allSongsArrayController) allSongsArrayController->fetch();
     songsToCheck = allSongsArrayController ? allSongsArrayController->arrangedObjects()
                                            : QList<ManagedObject*>();
-    filteredArray = LibraryFilter::removeDuplicatesInArray(songsToCheck);
+    filteredArray = filter ? filter->uniqueByPath(songsToCheck)
+                           : LibraryFilter::removeDuplicatesInArray(songsToCheck);
     return RangeError::checkedAt(filteredArray, allSongsDetailView->selectedRow());
 }
 
@@ -54,6 +55,8 @@ QList<ManagedObject*> midiMessageTableViewController::recordsOfPath(ManagedObjec
 }
 
 qsizetype midiMessageTableViewController::numberOfRowsInTableView(TableView*) {
+    // Only the view shown now counts: after a visit to song details, editing shows none.
+    masterSubview = nullptr;
     if (masterView)
         for (QWidget* v : masterView->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
             if (v == performanceView || v == editView || v == songDetailsView) masterSubview = v;

@@ -8,6 +8,7 @@
 #include <functional>
 
 class ArrayController;
+class LibraryFilter;
 class MainMidi;
 class ManagedObject;
 class ObjectContext;
@@ -50,6 +51,8 @@ public:
     QPointer<QWidget> masterView, songDetailsView, editView, performanceView;
     QPointer<MainMidi> engine;
     std::function<QList<ManagedObject*>()> returnFilteredArray;
+    // The library's kept de-duplication, worked out again only when the list changed.
+    LibraryFilter* filter = nullptr;
 
 private:
     ManagedObject* selectedSong();

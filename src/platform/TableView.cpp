@@ -8,6 +8,7 @@
 #include "platform/TableDropTarget.h"
 #include "platform/TableItemDelegate.h"
 #include "platform/TableRowView.h"
+#include "platform/TableViewDataSource.h"
 #include "platform/TableViewModel.h"
 
 #include <QApplication>
@@ -15,6 +16,7 @@
 #include <QDropEvent>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
@@ -45,7 +47,10 @@ TableView::TableView(QWidget* parent)
     // One line a row, as a desktop table has; long titles are elided instead.
     setWordWrap(false);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
-        guarded("tableViewSelectionDidChange", [this] { tableSelectionChanged(); });
+        guarded("tableViewSelectionDidChange", [this] {
+            rememberSelectedIdentities();
+            tableSelectionChanged();
+        });
     });
     EditingRegistry::add(this, [this] { return commitEditing(); });
 }
@@ -195,8 +200,9 @@ void TableView::reloadData() {
 }
 
 void TableView::flushReload() {
-    // Inside its own callbacks the table waits; the callback's end asks again.
-    if (!reloadPending_ || callbackDepth_ > 0 || updatesDepth_ > 0) return;
+    // Inside its own callbacks the table waits; the callback's end asks again. An open cell
+    // editor is never thrown away by a reload: it waits for the edit to end.
+    if (!reloadPending_ || callbackDepth_ > 0 || updatesDepth_ > 0 || editor_) return;
     reloadPending_ = false;
     resetModel();
 }
@@ -205,6 +211,7 @@ void TableView::resetModel() {
     std::vector<qsizetype> kept;
     for (const QModelIndex& i : selectionModel()->selectedRows())
         kept.push_back(i.row());
+    const IndexSet before = IndexSet::fromIndexes(kept);
     syncing_ = true;
     model_->reset();
     syncing_ = false;
@@ -212,12 +219,50 @@ void TableView::resetModel() {
         contentSelectionChanged();
         return;
     }
-    // The selection stays on the same rows as far as they still exist.
     const qsizetype count = model_->rowCount();
-    std::erase_if(kept, [&](qsizetype r) { return r >= count; });
+    if (!selectedIdentities_.isEmpty()) {
+        // The selection follows its records to their new rows, or ends with them.
+        kept = rowsWithRememberedIdentities(count);
+    } else {
+        // Rows without identities keep their numbers as far as they still exist.
+        std::erase_if(kept, [&](qsizetype r) { return r >= count; });
+    }
+    const IndexSet after = IndexSet::fromIndexes(std::move(kept));
     syncing_ = true;
-    applySelection(IndexSet::fromIndexes(std::move(kept)));
+    applySelection(after);
     syncing_ = false;
+    if (after.indexes() != before.indexes()) emit selectionDidChange();
+}
+
+QVariant TableView::rowIdentity(qsizetype row) {
+    QVariant id;
+    if (dataSource_)
+        guarded("rowIdentity", [&] {
+            Callback inside(this);
+            id = dataSource_->rowIdentity(this, row);
+        });
+    return id;
+}
+
+void TableView::rememberSelectedIdentities() {
+    selectedIdentities_.clear();
+    if (!dataSource_) return;
+    for (const QModelIndex& i : selectionModel()->selectedRows()) {
+        const QVariant id = rowIdentity(i.row());
+        if (!id.isValid()) {
+            selectedIdentities_.clear();
+            return;
+        }
+        selectedIdentities_ << id;
+    }
+}
+
+std::vector<qsizetype> TableView::rowsWithRememberedIdentities(qsizetype count) {
+    std::vector<qsizetype> rows;
+    QList<QVariant> wanted = selectedIdentities_;
+    for (qsizetype r = 0; r < count && !wanted.isEmpty(); ++r)
+        if (wanted.removeOne(rowIdentity(r))) rows.push_back(r);
+    return rows;
 }
 
 void TableView::scrollRowToVisible(qsizetype row, bool animate) {
@@ -350,6 +395,19 @@ void TableView::commitData(QWidget* editor) {
         QTableView::commitData(editor);
         return;
     }
+    // Whatever ends the edit (Return, a click elsewhere, a save, a quit), text that Return
+    // would refuse is dropped and the cell keeps its value.
+    if (auto* field = qobject_cast<QLineEdit*>(editor); field && field->validator()) {
+        if (!field->hasAcceptableInput()) {
+            QString text = field->text();
+            field->validator()->fixup(text);
+            field->setText(text);
+        }
+        if (!field->hasAcceptableInput()) {
+            hasPendingValue_ = false;
+            return;
+        }
+    }
     // Kept until the editor is closed: the data source may show an alert about the value.
     auto* cells = static_cast<TableItemDelegate*>(itemDelegate());
     pendingValue_ = cells->valueFrom(editor);
@@ -371,6 +429,7 @@ void TableView::closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint 
         if (commit && index.isValid()) model_->setData(index, value, Qt::EditRole);
         textDidEndEditing();
     });
+    if (reloadPending_) reloadData(); // what waited for the edit
 }
 
 void TableView::drawRow(QPainter& painter, qsizetype row, const QRect& rowRect, const QRect& clip) {

@@ -139,6 +139,10 @@ private:
     void tableSelectionChanged();
     void contentSelectionChanged();
     void applySelection(const IndexSet& rows);
+    // The identities of the selected rows, taken while the rows are still what was selected.
+    void rememberSelectedIdentities();
+    std::vector<qsizetype> rowsWithRememberedIdentities(qsizetype count);
+    QVariant rowIdentity(qsizetype row);
     void editorOpened(QWidget* editor, const QModelIndex& index);
     void startRowDrag(const QPoint& at);
 
@@ -164,6 +168,7 @@ private:
     QPointer<QMenu> menu_;
     bool paintsSelection_ = true;
     int cellInset_ = 0;
+    QList<QVariant> selectedIdentities_;
     QPointer<QWidget> editor_;
     QPersistentModelIndex editingIndex_;
     QVariant pendingValue_;

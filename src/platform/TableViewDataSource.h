@@ -13,4 +13,7 @@ public:
     virtual QVariant objectValue(TableView* tableView, const QString& columnIdentifier,
                                  qsizetype row) = 0;
     virtual void setObjectValue(TableView*, const QVariant&, const QString&, qsizetype) {}
+    // What the row shows (a record), so that a selection follows it when rows come and go;
+    // without one the selection stays on its row numbers.
+    virtual QVariant rowIdentity(TableView*, qsizetype) { return {}; }
 };

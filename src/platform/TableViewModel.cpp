@@ -7,7 +7,10 @@
 TableViewModel::TableViewModel(TableView* table) : QAbstractTableModel(table), table_(table) {}
 
 int TableViewModel::rowCount(const QModelIndex& parent) const {
-    if (parent.isValid()) return 0;
+    return parent.isValid() ? 0 : count_;
+}
+
+int TableViewModel::askRowCount() const {
     int n = 0;
     guarded("numberOfRowsInTableView", [&] {
         TableView::Callback inside(table_);
@@ -98,5 +101,6 @@ QVariant TableViewModel::headerData(int section, Qt::Orientation orientation, in
 
 void TableViewModel::reset() {
     beginResetModel();
+    count_ = askRowCount();
     endResetModel();
 }
