@@ -1,4 +1,5 @@
 #include "platform/IndexSet.h"
+#include "platform/KeyedArchiver.h"
 #include "platform/KeyedUnarchiver.h"
 #include "platform/PlistNode.h"
 
@@ -235,4 +236,18 @@ TEST(CraftedArchive, DescendingIndexListOfAMillion) {
     EXPECT_EQ(
         KeyedUnarchiver::unarchiveObjectWithData(indexSetArchive({5, 3, 3, 9})).value<IndexSet>(),
         (IndexSet{3, 5, 9}));
+}
+
+// A value held in many places is archived once: writing back what such an archive decoded
+// to takes as little room as the archive did, never the 2^30 paths through it.
+TEST(CraftedArchive, SharedValuesArchiveOnce) {
+    Archive a;
+    uint64_t below = a.add(plist_new_string("leaf"));
+    for (int level = 0; level < 30; ++level)
+        below = a.add(a.array({below, below}));
+    const QByteArray crafted = a.data(below);
+    const QVariant root = KeyedUnarchiver::unarchiveObjectWithData(crafted);
+    const QByteArray again = KeyedArchiver::archivedDataWithRootObject(root);
+    EXPECT_LT(again.size(), 4 * crafted.size());
+    EXPECT_EQ(depthOf(KeyedUnarchiver::unarchiveObjectWithData(again)), 30);
 }

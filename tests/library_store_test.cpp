@@ -18,6 +18,7 @@
 #include <QFileInfo>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <limits>
 #include <random>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -401,4 +402,68 @@ TEST_F(LibraryStore, KeptRenderingsFollowEveryEditUndoAndRedo) {
             ASSERT_EQ(kept, fresh()) << "step " << step;
         }
     }
+}
+
+// Object numbers from one to far past the signed range, as an object's id and as the store's
+// last number: a store either opens, takes new objects and opens again with them (numbered
+// afresh when it was numbered near the end of the range), or is refused as unreadable and
+// left untouched. It never writes what it cannot read back.
+TEST_F(LibraryStore, ExtremeObjectIdsRoundTripOrAreRefused) {
+    const quint64 signedMax = quint64(std::numeric_limits<qint64>::max());
+    const quint64 renumberAbove = signedMax / 2;
+    const quint64 ids[] = {1,
+                           2,
+                           (1ULL << 31) + 1,
+                           (1ULL << 32) + 7,
+                           1ULL << 53,
+                           renumberAbove,
+                           renumberAbove + 1,
+                           signedMax - 1,
+                           signedMax,
+                           1ULL << 63,
+                           std::numeric_limits<quint64>::max()};
+    for (const quint64 id : ids)
+        for (const bool asLastNumber : {false, true}) {
+            SCOPED_TRACE(QString("%1 as %2")
+                             .arg(id)
+                             .arg(asLastNumber ? "nextObjectID" : "id")
+                             .toStdString());
+            TempHome::clear();
+            alerts.presentedErrors.clear();
+            const QByteArray bytes =
+                QString(R"(<?xml version="1.0"?><database><databaseInfo><UUID>A</UUID>
+<nextObjectID>%1</nextObjectID></databaseInfo><object type="SONG" id="z%2">
+<attribute name="title" type="string">Kept</attribute></object></database>)")
+                    .arg(asLastNumber ? id : 1)
+                    .arg(asLastNumber ? 1 : id)
+                    .toUtf8();
+            writeFile(storePath(), bytes);
+            const quint64 added = id > renumberAbove ? 2 : id + 1;
+            {
+                LibraryStack stack(&alerts);
+                ObjectContext* c = stack.managedObjectContext();
+                if (id > signedMax) {
+                    EXPECT_EQ(c, nullptr);
+                    EXPECT_EQ(alerts.presentedErrors.size(), 1);
+                    stack.saveAction();
+                    EXPECT_EQ(readFile(storePath()), bytes);
+                    continue;
+                }
+                ASSERT_NE(c, nullptr);
+                EXPECT_EQ(addSong(*c, "Added", "/songs/Added.logicx", 2)->objectNumber(), added);
+                stack.saveAction();
+                ASSERT_TRUE(alerts.presentedErrors.isEmpty());
+            }
+            LibraryStack again(&alerts);
+            ObjectContext* c = again.managedObjectContext();
+            ASSERT_NE(c, nullptr) << "what was written reads back";
+            QStringList titles;
+            for (ManagedObject* song : c->executeFetchRequest({"Song", {}, {}, 0}))
+                titles << song->stringValue("title");
+            titles.sort();
+            EXPECT_EQ(titles, (QStringList{"Added", "Kept"}));
+            // Numbered afresh again when the addition crossed the line.
+            EXPECT_EQ(c->insertNewObject("Song")->objectNumber(),
+                      added > renumberAbove ? 3 : added + 1);
+        }
 }

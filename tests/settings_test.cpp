@@ -6,6 +6,7 @@
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <gtest/gtest.h>
@@ -213,4 +214,34 @@ TEST_F(Settings, TheFileHoldsTheSixteenKeysWithTheirCoderTypes) {
     EXPECT_EQ(again.prefsSelectedSpacebarMidiChannel.toInt(), 10);
     EXPECT_FALSE(again.prefsActive);
     EXPECT_TRUE(again.prefsForceSysEventsRequest);
+}
+
+// A settings file with a list, a string and a date where numbers belong, the list shared by
+// thirty nested levels (a thousand bytes that mean 2^30 entries): each such value is left
+// out when read, and the file written back at once is as small as an ordinary one.
+TEST_F(Settings, ValuesOfTheWrongKindAreLeftOut) {
+    class Crafted : public Storage {
+        void encodeWithCoder(KeyedArchiver& c) const override {
+            QVariant level = QVariantList{1, 2};
+            for (int i = 0; i < 30; ++i)
+                level = QVariantList{level, level};
+            c.encodeObject(level, "StorageSelectedMidiDevice");
+            c.encodeObject(QVariant(QStringLiteral("Keys")), "StorageSelectedMidiOutDevice");
+            c.encodeObject(QVariant(QDateTime::currentDateTimeUtc()), "StorageSelectedDAW");
+            c.encodeObject(QVariant(5), "StorageSelectedMidiChannel");
+        }
+    } crafted;
+    KeyedArchiver coder;
+    coder.encodeObject(&crafted, "Data");
+    const QByteArray bytes = coder.encodedData();
+    ASSERT_LT(bytes.size(), 2000) << "the crafted file is small";
+    writeFile(path(), bytes);
+    Prefs prefs;
+    EXPECT_FALSE(prefs.prefsSelectedMidiDevice.isValid());
+    EXPECT_FALSE(prefs.prefsSelectedMidiOutDevice.isValid());
+    EXPECT_FALSE(prefs.prefsSelectedDAW.isValid());
+    EXPECT_EQ(prefs.prefsSelectedMidiChannel.toInt(), 5) << "a number where one belongs stays";
+    prefs.saveDataToDisk();
+    EXPECT_LT(QFileInfo(path()).size(), 2000);
+    EXPECT_EQ(storedRecord()->storageSelectedMidiChannel.toInt(), 5);
 }

@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QXmlStreamReader>
 #include <cmath>
+#include <limits>
 
 namespace {
 const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
@@ -19,11 +20,33 @@ struct Failure {
     QString reason;
 };
 
+// Numbers are written as signed 64-bit: anything larger cannot have come from a store.
+constexpr quint64 kMaxObjectNumber = quint64(std::numeric_limits<qint64>::max());
+// New objects are numbered on from the highest number read. A store numbered near the end of
+// the range could not go on, so it is numbered afresh, 1 upwards, when it is read: numbers
+// only name objects inside one store, and half the range is more than a library ever uses.
+constexpr quint64 kRenumberAbove = kMaxObjectNumber / 2;
+
+void renumber(std::vector<StoredObject>& objects, quint64& lastNumber) {
+    QHash<quint64, quint64> fresh;
+    fresh.reserve(qsizetype(objects.size()));
+    for (auto& o : objects) {
+        const quint64 next = quint64(fresh.size()) + 1;
+        fresh.insert(o.number, next);
+        o.number = next;
+    }
+    for (auto& o : objects)
+        for (auto& [rel, refs] : o.relationships)
+            for (quint64& r : refs)
+                r = fresh.value(r);
+    lastNumber = quint64(objects.size());
+}
+
 bool parseObjectId(QStringView id, quint64* out) {
     if (id.size() < 2 || id[0] != u'z') return false;
     bool ok = false;
     *out = id.mid(1).toULongLong(&ok);
-    return ok && *out > 0;
+    return ok && *out > 0 && *out <= kMaxObjectNumber;
 }
 
 QVariant parseValue(QStringView type, const QString& text, AttributeType declared) {
@@ -113,6 +136,7 @@ public:
                 }
             }
         if (uuid.isEmpty()) fail("the store has no UUID");
+        if (lastNumber > kRenumberAbove) renumber(objects, lastNumber);
     }
 
 private:
@@ -163,7 +187,7 @@ private:
             } else if (xml_.name() == u"nextObjectID") {
                 bool ok = false;
                 lastNumber = text().trimmed().toULongLong(&ok);
-                if (!ok) fail("bad nextObjectID");
+                if (!ok || lastNumber > kMaxObjectNumber) fail("bad nextObjectID");
             } else {
                 skip();
             }

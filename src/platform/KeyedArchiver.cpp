@@ -22,6 +22,7 @@ struct KeyedArchiver::State {
     PlistNode top{plist_new_dict()};
     plist_t current = nullptr; // dictionary being filled: top or a record
     QHash<const void*, uint64_t> records;
+    QHash<const void*, uint64_t> lists; // by their shared data: one list, one object
     QHash<QString, uint64_t> strings;
     QHash<QString, uint64_t> classes;
 
@@ -95,10 +96,22 @@ uint64_t KeyedArchiver::State::encodeValue(const QVariant& v) {
     }
     case QMetaType::QVariantList:
     case QMetaType::QStringList: {
+        // A list held in many places is archived once and referred to, as the platform
+        // archives an object once: re-expanding shared lists can grow without bound.
+        const void* identity =
+            v.typeId() == QMetaType::QVariantList
+                ? static_cast<const void*>(
+                      static_cast<const QVariantList*>(v.constData())->constData())
+                : static_cast<const void*>(
+                      static_cast<const QStringList*>(v.constData())->constData());
+        if (identity)
+            if (auto it = lists.constFind(identity); it != lists.constEnd()) return *it;
         plist_t dict = classedDict({"NSArray", "NSObject"});
         const uint64_t uid = add(dict);
+        if (identity) lists.insert(identity, uid);
         plist_t list = plist_new_array();
-        for (const auto& e : v.toList())
+        const QVariantList elements = v.toList();
+        for (const auto& e : elements)
             plist_array_append_item(list, plist_new_uid(encodeValue(e)));
         plist_dict_set_item(dict, "NS.objects", list);
         return uid;

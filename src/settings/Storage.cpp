@@ -3,6 +3,33 @@
 #include "platform/KeyedArchiver.h"
 #include "platform/KeyedUnarchiver.h"
 
+#include <QLoggingCategory>
+
+Q_LOGGING_CATEGORY(lcStorage, "gigmora.settings")
+
+namespace {
+// Every object in the record is a number; anything else (a list, a string, a date) is left
+// out, so that it is neither used nor written back.
+QVariant decodeNumber(KeyedUnarchiver& c, const char* key) {
+    const QVariant v = c.decodeObject(QLatin1String(key));
+    switch (v.typeId()) {
+    case QMetaType::UnknownType:
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+    case QMetaType::UInt:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return v;
+    default:
+        qCWarning(lcStorage).noquote() << "Settings file:" << key << "holds a" << v.typeName()
+                                       << "where a number belongs; it is left out.";
+        return {};
+    }
+}
+} // namespace
+
 void Storage::encodeWithCoder(KeyedArchiver& c) const {
     c.encodeObject(storageSelectedMidiDevice, "StorageSelectedMidiDevice");
     c.encodeObject(storageSelectedMidiOutDevice, "StorageSelectedMidiOutDevice");
@@ -26,10 +53,10 @@ void Storage::encodeWithCoder(KeyedArchiver& c) const {
 
 std::unique_ptr<Storage> Storage::initWithCoder(KeyedUnarchiver& c) {
     auto s = std::make_unique<Storage>();
-    s->storageSelectedMidiDevice = c.decodeObject("StorageSelectedMidiDevice");
-    s->storageSelectedMidiOutDevice = c.decodeObject("StorageSelectedMidiOutDevice");
-    s->storageSelectedMidiChannel = c.decodeObject("StorageSelectedMidiChannel");
-    s->storageSelectedDAW = c.decodeObject("StorageSelectedDAW");
+    s->storageSelectedMidiDevice = decodeNumber(c, "StorageSelectedMidiDevice");
+    s->storageSelectedMidiOutDevice = decodeNumber(c, "StorageSelectedMidiOutDevice");
+    s->storageSelectedMidiChannel = decodeNumber(c, "StorageSelectedMidiChannel");
+    s->storageSelectedDAW = decodeNumber(c, "StorageSelectedDAW");
     s->storageSelectedDAWDelay = c.decodeFloat("StorageSelectedDAWDelay");
     s->storageBackupDelay = c.decodeFloat("StorageBackupDelay");
     s->storageSelectedMidiDeviceUniqueID = c.decodeInt32("StorageSelectedMidiDeviceUniqueID");
@@ -37,11 +64,11 @@ std::unique_ptr<Storage> Storage::initWithCoder(KeyedUnarchiver& c) {
         c.decodeInt32("StorageSelectedMidiDeviceDestinationUniqueID");
     s->storageCreateVirtualPort = c.decodeBool("StorageCreateVirtualPort");
     s->storageSpacebarMidiTrigger = c.decodeBool("StorageSpacebarMidiTrigger");
-    s->storageSelectedSpacebarMidiDevice = c.decodeObject("StorageSelectedSpacebarMidiDevice");
+    s->storageSelectedSpacebarMidiDevice = decodeNumber(c, "StorageSelectedSpacebarMidiDevice");
     s->storageSelectedSpacebarMidiDeviceUniqueID =
         c.decodeInt32("StorageSelectedSpacebarMidiDeviceUniqueID");
-    s->storageSelectedSpacebarMidiNote = c.decodeObject("StorageSelectedSpacebarMidiNote");
-    s->storageSelectedSpacebarMidiChannel = c.decodeObject("StorageSelectedSpacebarMidiChannel");
+    s->storageSelectedSpacebarMidiNote = decodeNumber(c, "StorageSelectedSpacebarMidiNote");
+    s->storageSelectedSpacebarMidiChannel = decodeNumber(c, "StorageSelectedSpacebarMidiChannel");
     s->storageActive = c.decodeBool("StorageActive");
     s->storageForceSysEventsRequest = c.decodeBool("StorageForceSysEventsRequest");
     return s;
