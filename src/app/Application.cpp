@@ -1,7 +1,9 @@
 #include "app/AppDelegate.h"
 #include "app/MainWindow.h"
 #include "app/MessageBoxAlerts.h"
+#include "app/SingleInstance.h"
 #include "app/UnixSignalWatcher.h"
+#include "library/LibraryStack.h"
 #include "midi/MidiServices.h"
 #include "platform/Alerts.h"
 #include "platform/Guard.h"
@@ -23,6 +25,9 @@ int runApplication(int argc, char** argv) {
     QGuiApplication::setDesktopFileName("io.github.gigmora.Gigmora");
     QApplication::setWindowIcon(QIcon(":/images/gigmora.svg"));
     QApplication::setQuitOnLastWindowClosed(false);
+    // Two windows on one library would overwrite each other's saves.
+    SingleInstance instance(LibraryStack::applicationDocumentsDirectory());
+    if (!instance.acquire()) return 0;
     MainQueue::install();
     MessageBoxAlerts alerts;
     Alerts::setShared(&alerts);
@@ -37,6 +42,12 @@ int runApplication(int argc, char** argv) {
         guarded("applicationDidFinishLaunching:",
                 [&] { delegate.applicationDidFinishLaunching(); });
         delegate.window()->show();
+        QObject::connect(&instance, &SingleInstance::raiseRequested, &delegate, [&delegate] {
+            MainWindow* w = delegate.window();
+            w->showNormal();
+            w->raise();
+            w->activateWindow();
+        });
         status = app.exec();
     }
     Alerts::setShared(nullptr);
