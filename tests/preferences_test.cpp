@@ -147,20 +147,51 @@ TEST_F(Preferences, ControlsSaveOrNotAsEachOneShould) {
     EXPECT_EQ(Prefs().prefsSelectedDAW.toInt(), 1);
 }
 
+// A note is a whole number from 0 to 127, typed whole: an entry with a refused key ("200"
+// stops at "20", "-3" at "3") is refused whole and the stored note stays, in the file too.
 TEST_F(Preferences, SpacebarNoteOnlyAsANumberFrom0To127) {
-    MyPrefsWindowController* c = open();
+    open();
     QLineEdit* note = find<QLineEdit>("prefsSpacebarMidiTriggerNote");
     note->setEnabled(true);
-    for (const char* bad : {"abc", "200", "-3"}) {
-        note->clear();
-        QTest::keyClicks(note, bad);
-        QTest::keyClick(note, Qt::Key_Return);
-        EXPECT_NE(note->text(), QString(bad));
-    }
     note->clear();
     QTest::keyClicks(note, "64");
     QTest::keyClick(note, Qt::Key_Return);
-    EXPECT_EQ(Prefs().prefsSelectedSpacebarMidiNote.toInt(), 64);
+    ASSERT_EQ(Prefs().prefsSelectedSpacebarMidiNote.toInt(), 64);
+    const QByteArray saved = settingsFile();
+    for (const char* bad : {"200", "-3", "abc", "12x"}) {
+        SCOPED_TRACE(bad);
+        note->clear();
+        QTest::keyClicks(note, bad);
+        QTest::keyClick(note, Qt::Key_Return);
+        EXPECT_EQ(app->sharedPrefs()->prefsSelectedSpacebarMidiNote.toInt(), 64);
+        EXPECT_EQ(settingsFile(), saved);
+    }
+    EXPECT_EQ(note->text(), "64") << "the field shows the stored note again";
+    note->clear();
+    QTest::keyClicks(note, "7");
+    QTest::keyClick(note, Qt::Key_Return);
+    EXPECT_EQ(Prefs().prefsSelectedSpacebarMidiNote.toInt(), 7);
+}
+
+// The window takes each pane's size; in between, a person cannot resize it.
+TEST_F(Preferences, TheWindowIsNotResizable) {
+    MyPrefsWindowController* c = open();
+    QMainWindow* w = c->window();
+    EXPECT_EQ(w->minimumSize(), w->maximumSize());
+    EXPECT_EQ(w->minimumSize(), w->size());
+    c->toggleActivePreferenceView(c->toolbarItems["DAW"], Qt::NoModifier);
+    c->viewAnimation()->setCurrentTime(c->viewAnimation()->duration());
+    processEvents();
+    EXPECT_EQ(w->minimumSize(), w->maximumSize());
+    EXPECT_EQ(w->size(), c->frameForView(find<QWidget>("generalPrefsView")).size());
+    c->setCrossFade(false);
+    c->toggleActivePreferenceView(c->toolbarItems["Midi"], Qt::NoModifier);
+    auto* resize = w->findChild<QPropertyAnimation*>("animatedResize");
+    ASSERT_TRUE(resize);
+    resize->setCurrentTime(resize->duration());
+    processEvents();
+    EXPECT_EQ(w->minimumSize(), w->maximumSize());
+    EXPECT_EQ(w->size(), resize->endValue().toRect().size());
 }
 
 TEST_F(Preferences, BrokenPositionsInTheSettingsFileStillOpen) {

@@ -32,8 +32,13 @@ void selectOrFirst(QComboBox* list, qint64 position) {
 MyPrefsWindowController::MyPrefsWindowController() : ui_(std::make_unique<Ui::Preferences>()) {
     ui_->setupUi(shelf());
     // Typed notes outside 0-127 never get into the field.
-    ui_->prefsSpacebarMidiTriggerNote->setValidator(
-        new RangeValidator(0, 127, ui_->prefsSpacebarMidiTriggerNote));
+    QLineEdit* note = ui_->prefsSpacebarMidiTriggerNote;
+    note->setValidator(new RangeValidator(0, 127, note));
+    connect(note, &QLineEdit::inputRejected, this, [this] { noteRefused_ = true; });
+    // Emptied by hand, the field starts a new entry.
+    connect(note, &QLineEdit::textEdited, this, [this](const QString& text) {
+        if (text.isEmpty()) noteRefused_ = false;
+    });
     connectControls();
 }
 
@@ -101,9 +106,7 @@ void MyPrefsWindowController::showCurrentSettings() {
     u.prefsCreateVirtualPortCheckbox->setChecked(sharedPrefs->prefsCreateVirtualPort);
     u.prefsSpacebarMidiTriggerCheckBox->setChecked(sharedPrefs->spacebarMidiTrigger);
     setSpacebarControlsEnabled(sharedPrefs->spacebarMidiTrigger);
-    const QVariant note = sharedPrefs->prefsSelectedSpacebarMidiNote;
-    u.prefsSpacebarMidiTriggerNote->setText(note.isValid() ? QString::number(integer(note))
-                                                           : QString());
+    showSpacebarNote();
     selectOrFirst(u.prefsDAWPopUp, integer(sharedPrefs->prefsSelectedDAW));
 }
 
@@ -239,7 +242,19 @@ void MyPrefsWindowController::PrefsSpacebarMidiTriggerChannelPopUpAction() {
     sharedPrefs->saveDataToDisk();
 }
 
+void MyPrefsWindowController::showSpacebarNote() {
+    const QVariant note = sharedPrefs->prefsSelectedSpacebarMidiNote;
+    ui_->prefsSpacebarMidiTriggerNote->setText(note.isValid() ? QString::number(integer(note))
+                                                              : QString());
+    noteRefused_ = false;
+}
+
 void MyPrefsWindowController::spacebarMidiTriggerNoteEdited() {
+    if (noteRefused_) {
+        // What is left of a refused entry is not what was meant: the stored note stays.
+        showSpacebarNote();
+        return;
+    }
     bool ok = false;
     const int note = ui_->prefsSpacebarMidiTriggerNote->text().toInt(&ok);
     if (!ok || note < 0 || note > 127) return; // the validator lets only 0-127 through

@@ -56,6 +56,9 @@ private:
     // The settings that setupToolbar does not load, shown as they are.
     void showCurrentSettings();
     void setSpacebarControlsEnabled(bool on);
+    void showSpacebarNote();
 
     std::unique_ptr<Ui::Preferences> ui_;
+    // A key of this entry was refused ("200" stops at "20"): the entry is refused whole.
+    bool noteRefused_ = false;
 };

@@ -20,6 +20,12 @@ constexpr int kFadeMs = 250;
 constexpr int kSlowFadeMs = 1250;
 constexpr int kResizeMs = 200; // the animated resize without a cross-fade
 
+// Only the pane switch resizes the window; in between its size is fixed.
+void letResize(QWidget* w) {
+    w->setMinimumSize(0, 0);
+    w->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+}
+
 void fade(QParallelAnimationGroup& group, QWidget* view, double from, double to, int ms) {
     if (!view) return;
     auto* effect = new QGraphicsOpacityEffect(view);
@@ -172,15 +178,20 @@ void TzPrefsWindowController::displayViewForIdentifier(const QString& identifier
     } else {
         if (old) removeFromContent(old);
         const QRect frame = frameForView(view);
+        // The window takes each pane's size and no other: a person cannot resize it.
+        letResize(w);
         if (animate) {
             auto* resize = new QPropertyAnimation(w, "geometry", w);
             resize->setObjectName("animatedResize");
             resize->setDuration(kResizeMs);
             resize->setStartValue(w->geometry());
             resize->setEndValue(frame);
+            connect(resize, &QAbstractAnimation::finished, w,
+                    [w, size = frame.size()] { w->setFixedSize(size); });
             resize->start(QAbstractAnimation::DeleteWhenStopped);
         } else {
             w->setGeometry(frame);
+            w->setFixedSize(frame.size());
         }
     }
     if (QAction* item = toolbarItems.value(identifier)) w->setWindowTitle(item->text());
@@ -192,6 +203,7 @@ void TzPrefsWindowController::crossFadeView(QWidget* oldView, QWidget* newView,
     viewAnimation_->stop();
     viewAnimation_->clear();
     const int ms = shiftSlowsAnimation_ && (modifiers & Qt::ShiftModifier) ? kSlowFadeMs : kFadeMs;
+    letResize(w);
     fade(*viewAnimation_, oldView, 1.0, 0.0, ms);
     fade(*viewAnimation_, newView, 0.0, 1.0, ms);
     auto* resize = new QPropertyAnimation(w, "geometry", viewAnimation_.get());
@@ -209,6 +221,7 @@ void TzPrefsWindowController::animationDidEnd() {
     for (QWidget* stale : shown)
         removeFromContent(stale);
     if (QWidget* focused = window()->focusWidget()) focused->clearFocus();
+    window()->setFixedSize(window()->size());
 }
 
 QRect TzPrefsWindowController::frameForView(const QWidget* view) const {

@@ -1,6 +1,7 @@
 #include "app/tables/AllSongsTableView.h"
 
 #include "app/tables/AllLocatorsScrollView.h"
+#include "app/tables/OverlayScroller.h"
 #include "library/TransferRecords.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Pasteboard.h"
@@ -15,6 +16,7 @@ const PillColors AllSongsTableView::kColors{
 AllSongsTableView::AllSongsTableView(QWidget* parent) : PillTableView(kColors, parent) {
     setAccessibleName("All songs");
     setVerticalScrollBar(new AllLocatorsScrollView(this));
+    new OverlayScroller(this); // the zero-width scroller's visible stand-in
     registerForDraggedTypes({TransferRecords::allsongTableViewType, Pasteboard::kFileURLType});
     reloadData();
 }

@@ -1,0 +1,82 @@
+#include "app/tables/OverlayScroller.h"
+
+#include <QAbstractScrollArea>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QStyleOptionSlider>
+#include <QTimer>
+
+OverlayScroller::OverlayScroller(QAbstractScrollArea* area)
+    : QScrollBar(Qt::Vertical, area), area_(area), source_(area->verticalScrollBar()),
+      hide_(new QTimer(this)) {
+    setObjectName("overlayScroller");
+    setAccessibleName(area->accessibleName() + " scroller");
+    setFocusPolicy(Qt::NoFocus);
+    setAttribute(Qt::WA_OpaquePaintEvent, false);
+    hide_->setSingleShot(true);
+    hide_->setInterval(kShowMs);
+    connect(hide_, &QTimer::timeout, this, [this] {
+        if (!underMouse() && !isSliderDown()) hide();
+    });
+    setRange(source_->minimum(), source_->maximum());
+    setPageStep(source_->pageStep());
+    connect(source_, &QScrollBar::rangeChanged, this, [this](int min, int max) {
+        setRange(min, max);
+        setPageStep(source_->pageStep());
+        if (max <= min) hide();
+    });
+    connect(source_, &QScrollBar::valueChanged, this, [this](int value) {
+        setValue(value);
+        flash();
+    });
+    connect(this, &QScrollBar::valueChanged, source_, &QScrollBar::setValue);
+    area_->installEventFilter(this);
+    area_->viewport()->installEventFilter(this);
+    area_->viewport()->setMouseTracking(true);
+    hide();
+}
+
+void OverlayScroller::flash() {
+    if (maximum() <= minimum()) return;
+    place();
+    show();
+    raise();
+    hide_->start();
+}
+
+void OverlayScroller::place() {
+    const QRect port = area_->viewport()->geometry();
+    setGeometry(port.right() + 1 - kWidth, port.top(), kWidth, port.height());
+}
+
+bool OverlayScroller::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == area_ && event->type() == QEvent::Resize) place();
+    if (watched == area_->viewport() && event->type() == QEvent::MouseMove) {
+        const auto* move = static_cast<QMouseEvent*>(event);
+        if (move->position().x() >= area_->viewport()->width() - 2 * kWidth) flash();
+    }
+    return false;
+}
+
+void OverlayScroller::enterEvent(QEnterEvent* event) {
+    QScrollBar::enterEvent(event);
+    hide_->stop();
+}
+
+void OverlayScroller::leaveEvent(QEvent* event) {
+    QScrollBar::leaveEvent(event);
+    hide_->start();
+}
+
+void OverlayScroller::paintEvent(QPaintEvent*) {
+    QStyleOptionSlider option;
+    initStyleOption(&option);
+    const QRect knob =
+        style()->subControlRect(QStyle::CC_ScrollBar, &option, QStyle::SC_ScrollBarSlider, this);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0xf2, 0xf2, 0xf2, isSliderDown() || underMouse() ? 200 : 140));
+    const QRectF bar = QRectF(knob).adjusted(1.5, 1, -1.5, -1);
+    painter.drawRoundedRect(bar, bar.width() / 2, bar.width() / 2);
+}

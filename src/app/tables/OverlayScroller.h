@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QScrollBar>
+
+class QAbstractScrollArea;
+class QTimer;
+
+// A thin scroller over a list's right edge, for a list whose own scroller takes no width: it
+// shows while the list scrolls or the pointer is at that edge, then fades out of the way, as
+// the platform's overlay scrollers do. It can be dragged like any scroller.
+class OverlayScroller : public QScrollBar {
+    Q_OBJECT
+public:
+    explicit OverlayScroller(QAbstractScrollArea* area);
+
+    static constexpr int kWidth = 7;
+    static constexpr int kShowMs = 900;
+    QTimer* hideTimer() const { return hide_; }
+    // Shows it for a moment (nothing to show when the list fits).
+    void flash();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    void place();
+
+    QAbstractScrollArea* area_;
+    QScrollBar* source_;
+    QTimer* hide_;
+};
