@@ -81,10 +81,9 @@ TEST_F(MainWindowModes, PerformanceShowsTheSetlistNameOrWhyNot) {
     all->setSelectionIndexes({});
     w()->myTopListOfSetlistsTableView->selectRowIndexes({}, false);
     processEvents();
-    if (w()->myTopListOfSetlistsTableView->selectedRow() < 0) {
-        choose(1);
-        EXPECT_EQ(w()->currentSetlist->text(), "No Selection");
-    }
+    ASSERT_EQ(w()->myTopListOfSetlistsTableView->selectedRow(), -1);
+    choose(1);
+    EXPECT_EQ(w()->currentSetlist->text(), "No Selection");
     unnamed->setValue("name", QVariant());
     all->setSelectionIndex(all->arrangedObjects().indexOf(unnamed));
     processEvents();

@@ -5,6 +5,7 @@
 #include "settings/Prefs.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
+#include "support/LogCapture.h"
 
 #include <QAbstractAnimation>
 #include <QAction>
@@ -111,11 +112,18 @@ TEST_F(Preferences, TwoPanesWithOneLabelCollide) {
     plain.addView(&b, "Same");
     EXPECT_EQ(plain.toolbarIdentifiers, (QStringList{"Same", "Same"}));
     EXPECT_EQ(plain.toolbarViews["Same"], &b);
-    plain.window();
+    QMainWindow* w = plain.window();
+    b.resize(200, 120);
+    plain.displayViewForIdentifier("Same", false);
+    ASSERT_EQ(w->width(), 200);
+    w->setWindowTitle("Before");
     plain.displayViewForIdentifier("Missing", false);
     EXPECT_TRUE(
         plain.contentSubview()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly).isEmpty())
         << "nothing to show";
+    EXPECT_EQ(w->width(), 0);
+    EXPECT_LT(w->height(), 120) << "only the title bar and toolbar, no pane";
+    EXPECT_EQ(w->windowTitle(), "Before") << "no item, no new title";
 }
 
 TEST_F(Preferences, ControlsSaveOrNotAsEachOneShould) {
@@ -125,12 +133,16 @@ TEST_F(Preferences, ControlsSaveOrNotAsEachOneShould) {
     EXPECT_EQ(Prefs().prefsSelectedMidiChannel.toInt(), 16) << "channel 16 saved at once";
 
     const QByteArray before = settingsFile();
+    LogCapture log;
     pick(find<QComboBox>("prefsMidiPortPopUp"), 0);
+    EXPECT_TRUE(log.contains("grabAndStoreMidiSourceAsUniqueID:"))
+        << "the engine is asked for what it does not offer, and the action ends";
     EXPECT_EQ(app->sharedPrefs()->prefsSelectedMidiDevice.toInt(), 0);
     EXPECT_EQ(settingsFile(), before) << "an input device writes no file";
     find<QCheckBox>("prefsCreateVirtualPortCheckbox")->setChecked(false);
     QTest::mouseClick(find<QCheckBox>("prefsCreateVirtualPortCheckbox"), Qt::LeftButton);
     EXPECT_TRUE(app->sharedPrefs()->prefsCreateVirtualPort);
+    EXPECT_TRUE(log.contains("connectToMidiSourceWithUniqueID"));
     EXPECT_EQ(settingsFile(), before) << "the virtual port action ends before its save";
 
     find<QCheckBox>("prefsSpacebarMidiTriggerCheckBox")->setChecked(true);

@@ -66,7 +66,7 @@ TEST_F(SongList, NumberClashesMoveTheOlderSongs) {
     EXPECT_EQ(number(s[0]), 2);
     EXPECT_EQ(number(s[1]), 5) << "one above the highest (4)";
     EXPECT_EQ(number(s[2]), 5) << "both the same";
-    EXPECT_EQ(songList()->selectedRow(), songList()->numberOfRows() > 0 ? 0 : -1);
+    EXPECT_EQ(songList()->selectedRow(), 0) << "A, now 2, first in number order";
 
     alerts.answers = {Alerts::FirstButton};
     typeNumber(app->filter()->returnFilteredArray().indexOf(s[3]), "4"); // D, which holds 4
@@ -201,18 +201,21 @@ TEST_F(SongList, DraggingSongsOut) {
     EXPECT_FALSE(pasteboard.hasType(TransferRecords::allsongTableViewType));
 }
 
-// Each edit is one step of Undo, and Undo is only on with something to undo.
-TEST_F(SongList, EditsUndoInOneStep) {
+// Each edit is one step of Undo and of Redo, a drop too; each is only on with something to
+// undo or redo.
+TEST_F(SongList, EditsUndoAndRedoInOneStep) {
     const auto s = addSongs({"A.logicx", "B.logicx"});
     launch();
     processEvents();
-    context().undoManager()->removeAllActions();
     QAction* undo = nullptr;
-    for (QAction* a : app->window()->findChildren<QAction*>())
+    QAction* redo = nullptr;
+    for (QAction* a : app->window()->findChildren<QAction*>()) {
         if (a->text() == "&Undo") undo = a;
-    ASSERT_TRUE(undo);
-    context().undoManager()->closeGroup();
-    processEvents();
+        if (a->text() == "&Redo") redo = a;
+    }
+    ASSERT_TRUE(undo && redo);
+    EXPECT_FALSE(undo->isEnabled()) << "launch leaves nothing to undo";
+    EXPECT_FALSE(redo->isEnabled());
     typeNumber(1, "9");
     processEvents();
     EXPECT_EQ(number(s[1]), 9);
@@ -220,6 +223,23 @@ TEST_F(SongList, EditsUndoInOneStep) {
     undo->trigger();
     processEvents();
     EXPECT_EQ(number(s[1]), 2);
+    EXPECT_FALSE(undo->isEnabled());
+    ASSERT_TRUE(redo->isEnabled());
+    redo->trigger();
+    processEvents();
+    EXPECT_EQ(number(s[1]), 9);
+    EXPECT_FALSE(redo->isEnabled());
+
+    ASSERT_TRUE(dropFiles(songList(), {project("C.logicx"), project("D.logicx")}, 0));
+    processEvents();
+    EXPECT_EQ(songList()->numberOfRows(), 4);
+    undo->trigger();
+    processEvents();
+    EXPECT_EQ(songList()->numberOfRows(), 2) << "both dropped songs in one step";
+    EXPECT_EQ(number(s[1]), 9) << "the earlier edit stays";
+    redo->trigger();
+    processEvents();
+    EXPECT_EQ(songList()->numberOfRows(), 4);
 }
 
 TEST_F(SongList, CommandsAndTablesHaveAccessibleNames) {

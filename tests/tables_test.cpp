@@ -1,5 +1,6 @@
 #include "app/tables/AllSongsTableView.h"
 #include "app/tables/MidiMessageTableVIew.h"
+#include "app/tables/OverlayScroller.h"
 #include "app/tables/SetlistTableRowView.h"
 #include "app/tables/SetlistTableView.h"
 #include "app/tables/TopListOfSetlistsTableView.h"
@@ -199,6 +200,28 @@ TEST(Tables, SetlistRowViewAndScroller) {
 
     auto w = Window::with<AllSongsTableView>(QStringList(50, "song"));
     EXPECT_EQ(w->table->verticalScrollBar()->width(), 0) << "the scroller takes no width";
+    // A thin one shows over the edge while the list scrolls, and goes again.
+    auto* overlay = w->table->findChild<OverlayScroller*>();
+    ASSERT_TRUE(overlay);
+    EXPECT_FALSE(overlay->isVisible()) << "at rest the list shows none";
+    w->table->verticalScrollBar()->setValue(40);
+    processEvents();
+    EXPECT_TRUE(overlay->isVisible());
+    EXPECT_EQ(overlay->width(), OverlayScroller::kWidth);
+    EXPECT_EQ(overlay->geometry().right(), w->table->viewport()->geometry().right());
+    EXPECT_EQ(overlay->value(), 40);
+    overlay->setValue(10); // dragged
+    EXPECT_EQ(w->table->verticalScrollBar()->value(), 10);
+    overlay->fade(); // when its time is up
+    EXPECT_FALSE(overlay->isVisible());
+    // The pointer at the edge shows it too; a short list has nothing to show.
+    QMouseEvent move(QEvent::MouseMove, QPointF(w->table->viewport()->width() - 3, 20), QPointF(),
+                     Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(w->table->viewport(), &move);
+    EXPECT_TRUE(overlay->isVisible());
+    auto few = Window::with<AllSongsTableView>({"a", "b"});
+    few->table->findChild<OverlayScroller*>()->flash();
+    EXPECT_FALSE(few->table->findChild<OverlayScroller*>()->isVisible());
 }
 
 // Drags arriving at row edges, row middles and below the last row reach the delegate as

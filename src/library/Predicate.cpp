@@ -2,6 +2,7 @@
 
 #include "library/EntityDescription.h"
 #include "library/ManagedObject.h"
+#include "platform/NumberValue.h"
 
 #include <QDateTime>
 #include <algorithm>
@@ -194,18 +195,7 @@ private:
 };
 
 bool isNumber(const QVariant& v) {
-    switch (v.typeId()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::LongLong:
-    case QMetaType::UInt:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return true;
-    default:
-        return false;
-    }
+    return isNumberValue(v);
 }
 
 // -1, 0, 1; absent values only equal absent ones and order before everything.

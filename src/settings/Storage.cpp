@@ -2,6 +2,7 @@
 
 #include "platform/KeyedArchiver.h"
 #include "platform/KeyedUnarchiver.h"
+#include "platform/NumberValue.h"
 
 #include <QLoggingCategory>
 
@@ -12,21 +13,10 @@ namespace {
 // out, so that it is neither used nor written back.
 QVariant decodeNumber(KeyedUnarchiver& c, const char* key) {
     const QVariant v = c.decodeObject(QLatin1String(key));
-    switch (v.typeId()) {
-    case QMetaType::UnknownType:
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::LongLong:
-    case QMetaType::UInt:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return v;
-    default:
-        qCWarning(lcStorage).noquote() << "Settings file:" << key << "holds a" << v.typeName()
-                                       << "where a number belongs; it is left out.";
-        return {};
-    }
+    if (!v.isValid() || isNumberValue(v)) return v;
+    qCWarning(lcStorage).noquote() << "Settings file:" << key << "holds a" << v.typeName()
+                                   << "where a number belongs; it is left out.";
+    return {};
 }
 } // namespace
 

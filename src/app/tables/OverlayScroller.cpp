@@ -15,9 +15,7 @@ OverlayScroller::OverlayScroller(QAbstractScrollArea* area)
     setAttribute(Qt::WA_OpaquePaintEvent, false);
     hide_->setSingleShot(true);
     hide_->setInterval(kShowMs);
-    connect(hide_, &QTimer::timeout, this, [this] {
-        if (!underMouse() && !isSliderDown()) hide();
-    });
+    connect(hide_, &QTimer::timeout, this, &OverlayScroller::fade);
     setRange(source_->minimum(), source_->maximum());
     setPageStep(source_->pageStep());
     connect(source_, &QScrollBar::rangeChanged, this, [this](int min, int max) {
@@ -42,6 +40,10 @@ void OverlayScroller::flash() {
     show();
     raise();
     hide_->start();
+}
+
+void OverlayScroller::fade() {
+    if (!underMouse() && !isSliderDown()) hide();
 }
 
 void OverlayScroller::place() {

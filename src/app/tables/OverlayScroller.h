@@ -18,6 +18,8 @@ public:
     QTimer* hideTimer() const { return hide_; }
     // Shows it for a moment (nothing to show when the list fits).
     void flash();
+    // Out of the way, unless the pointer is on it or drags it.
+    void fade();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

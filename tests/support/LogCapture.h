@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QStringList>
+#include <QtGlobal>
+
+// Collects the log lines written while it lives (they still reach the terminal).
+class LogCapture {
+public:
+    LogCapture();
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    QStringList lines() const;
+    bool contains(const QString& text) const;
+};
