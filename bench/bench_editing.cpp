@@ -3,7 +3,10 @@
 // bytes. The library: 10,000 songs, 200 setlists of 40, 3 MIDI messages per song.
 #include "app/AppDelegate.h"
 #include "app/EditScreen.h"
+#include "app/EditView.h"
 #include "app/MainWindow.h"
+#include "app/PerformanceView.h"
+#include "app/SongDetailsView.h"
 #include "editing/AllSongsTableViewController.h"
 #include "editing/DragableOrderedSetTableViewDelegate.h"
 #include "library/ArrayController.h"
@@ -147,8 +150,8 @@ int main(int argc, char** argv) {
         });
     print("bare write of the store bytes", bare, 0);
 
-    TableView* songs = w->aSongsTableView;
-    TableView* setlistTable = w->setlistTableView;
+    TableView* songs = w->editView()->allSongsTableView();
+    TableView* setlistTable = w->editView()->setlistTableView();
     AllSongsTableViewController* songList = app.editScreen()->songList();
     DragableOrderedSetTableViewDelegate* setlist = app.editScreen()->setlistDelegate();
     const auto none = [](int) {};
@@ -183,16 +186,17 @@ int main(int argc, char** argv) {
         {"reorder in a setlist (no save)", 15, none,
          [&](int) { dragRows(setlist, setlistTable, setlistTable, {0}, 5); }, true},
         {"song deleted everywhere", 15, [&](int) { setlistTable->selectRowIndexes({1}, false); },
-         [&](int) { w->deleteSongEverywhereButton->click(); }, true},
+         [&](int) { w->findChild<QPushButton*>("deleteSongEverywhereButton")->click(); }, true},
         {"search keystroke", 20,
          [&](int i) {
-             if (i % 4 == 0) w->searchField->clear();
+             if (i % 4 == 0) w->findChild<QLineEdit*>("searchField")->clear();
              QApplication::processEvents();
          },
-         [&](int i) { QTest::keyClick(w->searchField, "son "[i % 4]); }, false},
+         [&](int i) { QTest::keyClick(w->findChild<QLineEdit*>("searchField"), "son "[i % 4]); },
+         false},
         {"song list repaint", 50,
          [&](int i) {
-             if (i == 0) w->searchField->clear();
+             if (i == 0) w->findChild<QLineEdit*>("searchField")->clear();
              QApplication::processEvents();
          },
          [&](int) { songs->viewport()->repaint(); }, false},

@@ -6,7 +6,10 @@
 // 2. Main-thread time of the trigger handler, from the read procedure's job to the close
 //    command handed to the MIDI system.
 #include "app/AppDelegate.h"
+#include "app/EditView.h"
 #include "app/MainWindow.h"
+#include "app/PerformanceView.h"
+#include "app/SongDetailsView.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
@@ -194,7 +197,7 @@ int main(int argc, char** argv) {
     }
     app.applicationDidFinishLaunching();
     pump([] { return false; }, 200);
-    TableView* setlistTable = app.window()->setlistTableView;
+    TableView* setlistTable = app.window()->editView()->setlistTableView();
     auto restart = [&] {
         if (setlistTable->selectedRow() >= 38) {
             setlistTable->selectRowIndexes({0}, false);

@@ -2,8 +2,11 @@
 // details, with a library of 10,000 songs, timed from the call to the window settled
 // (animations not waited for).
 #include "app/AppDelegate.h"
+#include "app/EditView.h"
 #include "app/MainWindow.h"
 #include "app/MyPrefsWindowController.h"
+#include "app/PerformanceView.h"
+#include "app/SongDetailsView.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "platform/SegmentedControl.h"
@@ -56,8 +59,8 @@ int main(int argc, char** argv) {
                            "mode switch to Song Details"};
     std::vector<double> modes[3];
     for (int i = 0; i < 90; ++i) {
-        w->topButtons->setSelectedSegment(i % 3);
-        modes[i % 3].push_back(msOf([&] { app.shwoView(w->topButtons); }));
+        w->topButtons()->setSelectedSegment(i % 3);
+        modes[i % 3].push_back(msOf([&] { app.shwoView(w->topButtons()); }));
     }
     for (int mode = 0; mode < 3; ++mode)
         print(names[mode], modes[mode]);
@@ -72,11 +75,11 @@ int main(int argc, char** argv) {
 
     // Song details with a picked song of three messages: the message table's repaint under
     // each kind of search, and the song picker's (which asks the message table to reload).
-    w->topButtons->setSelectedSegment(2);
-    app.shwoView(w->topButtons);
-    w->allSongsDetailView->selectRowIndexes({0}, false);
+    w->topButtons()->setSelectedSegment(2);
+    app.shwoView(w->topButtons());
+    w->songDetailsView()->songPicker()->selectRowIndexes({0}, false);
     for (int i = 0; i < 3; ++i)
-        w->addMidiMessageButton->click();
+        w->findChild<QPushButton*>("addMidiMessageButton")->click();
     processEvents();
     const struct {
         const char* name;
@@ -85,13 +88,15 @@ int main(int argc, char** argv) {
                     {"search \"number 9\"", "number 9"},
                     {"search \"é\" (diacritics folded)", "é"}};
     for (const auto& s : searches) {
-        w->searchField->setText(QString::fromUtf8(s.search));
-        w->allSongsDetailView->selectRowIndexes({0}, false);
+        w->findChild<QLineEdit*>("searchField")->setText(QString::fromUtf8(s.search));
+        w->songDetailsView()->songPicker()->selectRowIndexes({0}, false);
         processEvents();
         std::vector<double> messages, picker;
         for (int i = 0; i < 60; ++i) {
-            messages.push_back(msOf([&] { w->midiMessageTableView->viewport()->repaint(); }));
-            picker.push_back(msOf([&] { w->allSongsDetailView->viewport()->repaint(); }));
+            messages.push_back(
+                msOf([&] { w->songDetailsView()->messageTable()->viewport()->repaint(); }));
+            picker.push_back(
+                msOf([&] { w->songDetailsView()->songPicker()->viewport()->repaint(); }));
         }
         print((std::string("message table repaint, ") + s.name).c_str(), messages);
         print((std::string("song picker repaint, ") + s.name).c_str(), picker);

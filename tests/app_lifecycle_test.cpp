@@ -38,9 +38,10 @@ TEST_F(AppLifecycle, FirstLaunchWithAnEmptyStore) {
     ASSERT_EQ(setlists.size(), 1);
     EXPECT_EQ(setlists[0]->stringValue("name"), "new Setlist");
     EXPECT_TRUE(app->filter()->filteredArray.isEmpty());
-    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), -1) << "row 0 of nothing, no error";
+    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), -1)
+        << "row 0 of nothing, no error";
     EXPECT_TRUE(QFileInfo::exists(TempHome::dataHome() + "/Gigmora/Gigmora.gigmoraprefs"));
-    EXPECT_TRUE(app->window()->activeButton->isChecked()) << "active by default";
+    EXPECT_TRUE(app->window()->activeButton()->isChecked()) << "active by default";
     EXPECT_FALSE(midi->portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty());
     EXPECT_EQ(app->filter()->predicateTemplate.predicateFormat(),
               "(title contains[cd] $searchString)");
@@ -112,7 +113,7 @@ TEST_F(AppLifecycle, ABrokenStoreIsReportedOnceAtLaunch) {
 // A setlist name typed and not confirmed yet is committed and saved by a quitting signal.
 TEST_F(AppLifecycle, AnOpenEditIsSavedOnQuit) {
     launch();
-    TableView* setlists = app->window()->myTopListOfSetlistsTableView;
+    TableView* setlists = app->window()->editView()->topListOfSetlistsTableView();
     setlists->edit(setlists->model()->index(0, 0));
     auto* editor = setlists->findChild<QLineEdit*>();
     ASSERT_TRUE(editor);
@@ -180,21 +181,21 @@ TEST_F(AppLifecycle, DeviceAlertsShowOnceUntilTheInputDeviceChanges) {
 TEST_F(AppLifecycle, SongListSelectionAndTableNames) {
     makeSetlist({"/x/One.logicx", "/x/Two.logicx"});
     launch();
-    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 0);
+    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 0);
     app->updateAllSongDetailView(1);
-    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 1);
-    EXPECT_TRUE(AppDelegate::isSetlistTableView(app->window()->setlistTableView));
-    EXPECT_TRUE(AppDelegate::isAllSongsTableView(app->window()->aSongsTableView));
-    EXPECT_TRUE(
-        AppDelegate::isTopListOfSetlistsTableView(app->window()->myTopListOfSetlistsTableView));
-    EXPECT_FALSE(AppDelegate::isSetlistTableView(app->window()->aSongsTableView));
+    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 1);
+    EXPECT_TRUE(AppDelegate::isSetlistTableView(app->window()->editView()->setlistTableView()));
+    EXPECT_TRUE(AppDelegate::isAllSongsTableView(app->window()->editView()->allSongsTableView()));
+    EXPECT_TRUE(AppDelegate::isTopListOfSetlistsTableView(
+        app->window()->editView()->topListOfSetlistsTableView()));
+    EXPECT_FALSE(AppDelegate::isSetlistTableView(app->window()->editView()->allSongsTableView()));
 
     auto* unnamed = app->managedObjectContext()->insertNewObject("Setlist");
     NotificationCenter::defaultCenter().post("blankSetlistNotification");
     EXPECT_EQ(unnamed->stringValue("name"), "Setlist");
 
-    app->window()->activeButton->setChecked(true);
-    QTest::mouseClick(app->window()->activeButton, Qt::LeftButton);
+    app->window()->activeButton()->setChecked(true);
+    QTest::mouseClick(app->window()->activeButton(), Qt::LeftButton);
     Prefs reread;
     EXPECT_FALSE(reread.prefsActive) << "the switch saves at once";
 }

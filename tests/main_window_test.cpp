@@ -29,19 +29,19 @@ protected:
     MainWindow* w() { return app->window(); }
     // A person's click on a segment of the mode selector.
     void choose(int segment) {
-        QTest::mouseClick(w()->topButtons->segmentButton(segment), Qt::LeftButton);
+        QTest::mouseClick(w()->topButtons()->segmentButton(segment), Qt::LeftButton);
         processEvents();
     }
     QList<QWidget*> modeViewsShown() {
         QList<QWidget*> out;
-        for (QWidget* v : w()->masterView->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
-            if (v == w()->performanceView || v == w()->editView || v == w()->songDetailsView)
+        for (QWidget* v : w()->masterView()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+            if (v == w()->performanceView() || v == w()->editView() || v == w()->songDetailsView())
                 out << v;
         return out;
     }
     // Lower-left corner, counted up from the bottom of the master view.
     QPoint originUp(QWidget* v) {
-        return {v->x(), w()->masterView->height() - v->y() - v->height()};
+        return {v->x(), w()->masterView()->height() - v->y() - v->height()};
     }
 };
 
@@ -51,27 +51,28 @@ TEST_F(MainWindowModes, SwitchingModesKeepsTheTopEdgeAndOneModeView) {
     processEvents();
     const int top = w()->geometry().top();
     for (QString name : {"Edit", "Perform", "Song Details"})
-        EXPECT_EQ(w()->topButtons->segmentButton(name == "Edit"      ? 0
-                                                 : name == "Perform" ? 1
-                                                                     : 2)
+        EXPECT_EQ(w()->topButtons()
+                      ->segmentButton(name == "Edit"      ? 0
+                                      : name == "Perform" ? 1
+                                                          : 2)
                       ->accessibleName(),
                   name);
     choose(1);
-    EXPECT_EQ(modeViewsShown(), QList<QWidget*>{w()->performanceView});
-    EXPECT_EQ(originUp(w()->performanceView), QPoint(3, 5));
+    EXPECT_EQ(modeViewsShown(), QList<QWidget*>{w()->performanceView()});
+    EXPECT_EQ(originUp(w()->performanceView()), QPoint(3, 5));
     choose(2);
-    EXPECT_EQ(modeViewsShown(), QList<QWidget*>{w()->songDetailsView}) << "performance removed";
-    EXPECT_EQ(originUp(w()->songDetailsView), QPoint(3, 5));
+    EXPECT_EQ(modeViewsShown(), QList<QWidget*>{w()->songDetailsView()}) << "performance removed";
+    EXPECT_EQ(originUp(w()->songDetailsView()), QPoint(3, 5));
     choose(2);
     EXPECT_EQ(modeViewsShown().size(), 1) << "the same mode twice";
     EXPECT_EQ(w()->geometry().size(), QSize(486, 660));
     EXPECT_EQ(w()->geometry().top(), top);
     choose(0);
     EXPECT_TRUE(modeViewsShown().isEmpty()) << "editing adds no mode view";
-    EXPECT_TRUE(w()->backgroundView->isVisibleTo(w()));
-    EXPECT_TRUE(w()->editView->isVisibleTo(w())) << "the edit screen lives on the background";
-    EXPECT_EQ(app->modes()->oldMasterSubview2, w()->songDetailsView);
-    EXPECT_EQ(app->currentView(), w()->masterView);
+    EXPECT_TRUE(w()->backgroundView()->isVisibleTo(w()));
+    EXPECT_TRUE(w()->editView()->isVisibleTo(w())) << "the edit screen lives on the background";
+    EXPECT_EQ(app->modes()->oldMasterSubview2, w()->songDetailsView());
+    EXPECT_EQ(app->currentView(), w()->masterView());
 }
 
 TEST_F(MainWindowModes, PerformanceShowsTheSetlistNameOrWhyNot) {
@@ -79,34 +80,34 @@ TEST_F(MainWindowModes, PerformanceShowsTheSetlistNameOrWhyNot) {
     launch();
     ArrayController* all = app->allSetlistsArrayController();
     all->setSelectionIndexes({});
-    w()->myTopListOfSetlistsTableView->selectRowIndexes({}, false);
+    w()->editView()->topListOfSetlistsTableView()->selectRowIndexes({}, false);
     processEvents();
-    ASSERT_EQ(w()->myTopListOfSetlistsTableView->selectedRow(), -1);
+    ASSERT_EQ(w()->editView()->topListOfSetlistsTableView()->selectedRow(), -1);
     choose(1);
-    EXPECT_EQ(w()->currentSetlist->text(), "No Selection");
+    EXPECT_EQ(w()->performanceView()->setlistName(), "No Selection");
     unnamed->setValue("name", QVariant());
     all->setSelectionIndex(all->arrangedObjects().indexOf(unnamed));
     processEvents();
     choose(1);
-    EXPECT_EQ(w()->currentSetlist->text(), "Selected Setlist");
+    EXPECT_EQ(w()->performanceView()->setlistName(), "Selected Setlist");
     unnamed->setValue("name", "Friday");
     choose(1);
-    EXPECT_EQ(w()->currentSetlist->text(), "Friday");
+    EXPECT_EQ(w()->performanceView()->setlistName(), "Friday");
 }
 
 TEST_F(MainWindowModes, SelectorGlidesIntoPlaceAndActiveSavesAtOnce) {
     launch();
     QPropertyAnimation* glide = app->modes()->buttonsAnimation();
-    const int masterHeight = w()->masterView->height();
+    const int masterHeight = w()->masterView()->height();
     const QRect end = glide->endValue().toRect();
     EXPECT_EQ(QRect(end.x(), 0, end.width(), end.height()), QRect(123, 0, 244, 20));
     EXPECT_NEAR(end.y(), masterHeight - 614 - 20, 1) << "the top of the master view";
     const QString file = Prefs::dataFilePath();
-    w()->activeButton->setChecked(false);
-    QTest::mouseClick(w()->activeButton, Qt::LeftButton);
+    w()->activeButton()->setChecked(false);
+    QTest::mouseClick(w()->activeButton(), Qt::LeftButton);
     processEvents();
     EXPECT_TRUE(Prefs().prefsActive) << "read back from the file";
-    QTest::mouseClick(w()->activeButton, Qt::LeftButton);
+    QTest::mouseClick(w()->activeButton(), Qt::LeftButton);
     EXPECT_FALSE(Prefs().prefsActive);
     EXPECT_TRUE(QFileInfo(file).exists());
 }
@@ -123,15 +124,15 @@ TEST_F(MainWindowModes, MessageRowsAcrossSetlistCopiesOfOneProject) {
     }
     launch();
     midiMessageTableViewController* m = app->songDetails()->messages();
-    TableView* table = w()->midiMessageTableView;
+    TableView* table = w()->songDetailsView()->messageTable();
     EXPECT_EQ(table->numberOfRows(), 0) << "outside song details";
     choose(2);
-    w()->allSongsDetailView->selectRowIndexes({}, false);
+    w()->songDetailsView()->songPicker()->selectRowIndexes({}, false);
     EXPECT_EQ(table->numberOfRows(), 0) << "no song selected";
-    w()->allSongsDetailView->selectRowIndexes({0}, false); // Ballad, number 1
+    w()->songDetailsView()->songPicker()->selectRowIndexes({0}, false); // Ballad, number 1
     processEvents();
-    QTest::mouseClick(w()->addMidiMessageButton, Qt::LeftButton);
-    QTest::mouseClick(w()->addMidiMessageButton, Qt::LeftButton);
+    QTest::mouseClick(w()->findChild<QPushButton*>("addMidiMessageButton"), Qt::LeftButton);
+    QTest::mouseClick(w()->findChild<QPushButton*>("addMidiMessageButton"), Qt::LeftButton);
     processEvents();
     EXPECT_EQ(table->numberOfRows(), 2);
     for (ManagedObject* record : copies + QList<ManagedObject*>{songs[0]}) {
@@ -156,12 +157,13 @@ TEST_F(MainWindowModes, MessageRowsAcrossSetlistCopiesOfOneProject) {
 
     const QByteArray saved = readFile(storePath());
     table->selectRowIndexes({0}, false);
-    QTest::mouseClick(w()->removeMidiMessageButton, Qt::LeftButton);
+    QTest::mouseClick(w()->findChild<QPushButton*>("removeMidiMessageButton"), Qt::LeftButton);
     for (ManagedObject* record : copies)
         EXPECT_EQ(record->orderedObjects("midiMessage").size(), 1);
     EXPECT_EQ(readFile(storePath()), saved) << "removal waits for the next save";
     table->selectRowIndexes({}, false);
-    QTest::mouseClick(w()->removeMidiMessageButton, Qt::LeftButton); // a range error, logged
+    QTest::mouseClick(w()->findChild<QPushButton*>("removeMidiMessageButton"),
+                      Qt::LeftButton); // a range error, logged
     EXPECT_EQ(copies[0]->orderedObjects("midiMessage").size(), 1);
 }
 
@@ -173,23 +175,24 @@ TEST_F(MainWindowModes, DetailControlsFollowThePickedProject) {
     setlist->mutableOrderedSetValueForKey("song").addObject(copy);
     launch();
     choose(2);
-    w()->allSongsDetailView->selectRowIndexes({}, false);
+    w()->songDetailsView()->songPicker()->selectRowIndexes({}, false);
     processEvents();
-    EXPECT_FALSE(w()->midiEnableCheckBox->isEnabled()) << "no song picked";
-    QTest::mouseClick(
-        w()->allSongsDetailView->viewport(), Qt::LeftButton, {},
-        w()->allSongsDetailView->visualRect(w()->allSongsDetailView->model()->index(0, 1))
-            .center());
+    EXPECT_FALSE(w()->findChild<QCheckBox*>("midiEnableCheckBox")->isEnabled()) << "no song picked";
+    QTest::mouseClick(w()->songDetailsView()->songPicker()->viewport(), Qt::LeftButton, {},
+                      w()->songDetailsView()
+                          ->songPicker()
+                          ->visualRect(w()->songDetailsView()->songPicker()->model()->index(0, 1))
+                          .center());
     processEvents();
-    ASSERT_EQ(w()->allSongsDetailView->selectedRow(), 0) << "a click picks the song";
-    EXPECT_FALSE(w()->midiChannel->isEnabled()) << "MIDI out is off";
-    QTest::mouseClick(w()->midiEnableCheckBox, Qt::LeftButton);
-    EXPECT_TRUE(w()->midiChannel->isEnabled());
-    w()->midiChannel->setCurrentIndex(9);
-    emit w()->midiChannel->activated(9);
-    QTest::keyClicks(w()->progCcNumberTextField, "300");
-    EXPECT_EQ(w()->progCcNumberTextField->text(), "30") << "0-127 only";
-    QTest::keyClick(w()->progCcNumberTextField, Qt::Key_Return);
+    ASSERT_EQ(w()->songDetailsView()->songPicker()->selectedRow(), 0) << "a click picks the song";
+    EXPECT_FALSE(w()->findChild<QComboBox*>("midiChannel")->isEnabled()) << "MIDI out is off";
+    QTest::mouseClick(w()->findChild<QCheckBox*>("midiEnableCheckBox"), Qt::LeftButton);
+    EXPECT_TRUE(w()->findChild<QComboBox*>("midiChannel")->isEnabled());
+    w()->findChild<QComboBox*>("midiChannel")->setCurrentIndex(9);
+    emit w()->findChild<QComboBox*>("midiChannel")->activated(9);
+    QTest::keyClicks(w()->findChild<QLineEdit*>("progCcNumberTextField"), "300");
+    EXPECT_EQ(w()->findChild<QLineEdit*>("progCcNumberTextField")->text(), "30") << "0-127 only";
+    QTest::keyClick(w()->findChild<QLineEdit*>("progCcNumberTextField"), Qt::Key_Return);
     for (ManagedObject* record : {songs[0], copy}) {
         EXPECT_TRUE(record->value("midiOutEnabled").toBool());
         EXPECT_EQ(record->integerValue("midiOutChannel"), 10);
@@ -198,14 +201,14 @@ TEST_F(MainWindowModes, DetailControlsFollowThePickedProject) {
     EXPECT_FALSE(songs[1]->value("midiOutEnabled").toBool());
     EXPECT_FALSE(context().hasChanges()) << "saved";
     // Picking the other song shows its own settings.
-    w()->allSongsDetailView->selectRowIndexes({1}, false);
+    w()->songDetailsView()->songPicker()->selectRowIndexes({1}, false);
     processEvents();
-    EXPECT_FALSE(w()->midiEnableCheckBox->isChecked());
-    EXPECT_TRUE(w()->progCcNumberTextField->text().isEmpty());
-    w()->allSongsDetailView->selectRowIndexes({0}, false);
+    EXPECT_FALSE(w()->findChild<QCheckBox*>("midiEnableCheckBox")->isChecked());
+    EXPECT_TRUE(w()->findChild<QLineEdit*>("progCcNumberTextField")->text().isEmpty());
+    w()->songDetailsView()->songPicker()->selectRowIndexes({0}, false);
     processEvents();
-    EXPECT_EQ(w()->midiChannel->currentText(), "10");
-    EXPECT_EQ(w()->progCcNumberTextField->text(), "30");
+    EXPECT_EQ(w()->findChild<QComboBox*>("midiChannel")->currentText(), "10");
+    EXPECT_EQ(w()->findChild<QLineEdit*>("progCcNumberTextField")->text(), "30");
 }
 
 // On stage the running order follows the setlist's selection, and the next song is named.
@@ -219,17 +222,18 @@ TEST_F(MainWindowModes, PerformanceFollowsTheRunningOrder) {
         app->allSetlistsArrayController()->arrangedObjects().indexOf(setlist));
     processEvents();
     choose(1);
-    EXPECT_EQ(w()->currentSetlist->text(), "Friday");
-    ASSERT_EQ(w()->performanceTableView->numberOfRows(), 3);
+    EXPECT_EQ(w()->performanceView()->setlistName(), "Friday");
+    ASSERT_EQ(w()->performanceView()->runningOrder()->numberOfRows(), 3);
     app->currentSetlistArrayController()->setSelectionIndex(0);
     processEvents();
-    EXPECT_EQ(w()->performanceTableView->selectedRow(), 0);
-    EXPECT_EQ(w()->nextSongLabel->text(), "Next: Ballad");
-    QTest::mouseClick(w()->nextButton, Qt::LeftButton); // recall moves one row down
+    EXPECT_EQ(w()->performanceView()->runningOrder()->selectedRow(), 0);
+    EXPECT_EQ(w()->performanceView()->nextSong(), "Next: Ballad");
+    QTest::mouseClick(w()->findChild<QPushButton*>("nextButton"),
+                      Qt::LeftButton); // recall moves one row down
     processEvents();
-    EXPECT_EQ(w()->performanceTableView->selectedRow(), 1);
-    EXPECT_EQ(w()->nextSongLabel->text(), "Next: Encore");
+    EXPECT_EQ(w()->performanceView()->runningOrder()->selectedRow(), 1);
+    EXPECT_EQ(w()->performanceView()->nextSong(), "Next: Encore");
     app->currentSetlistArrayController()->setSelectionIndex(2);
     processEvents();
-    EXPECT_EQ(w()->nextSongLabel->text(), "Last song");
+    EXPECT_EQ(w()->performanceView()->nextSong(), "Last song");
 }

@@ -148,14 +148,15 @@ TEST_F(SetlistDragDrop, SetlistCommands) {
     const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
     MainWindow* w = app->window();
     setlistsTable()->deselectAll();
-    w->removeSetlistButton->click(); // no selection: nothing removed, no crash
+    w->findChild<QPushButton*>("removeSetlistButton")
+        ->click(); // no selection: nothing removed, no crash
     EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), 1);
 
     ArrayController* all = app->allSetlistsArrayController();
     all->setSelectionIndex(all->arrangedObjects().indexOf(songs[0]->relatedObject("setlist")));
     processEvents();
     setlistTable()->selectRowIndexes({2}, false);
-    w->deleteSongEverywhereButton->click();
+    w->findChild<QPushButton*>("deleteSongEverywhereButton")->click();
     EXPECT_EQ(titles(), (QStringList{"S1", "S2"}));
     EXPECT_EQ(setlistTable()->selectedRow(), 1) << "the new last row";
     EXPECT_TRUE(context()
@@ -167,12 +168,12 @@ TEST_F(SetlistDragDrop, SetlistCommands) {
                     .isEmpty());
 
     setlistTable()->selectRowIndexes({0}, false);
-    w->removeFromSetlistButton->click();
+    w->findChild<QPushButton*>("removeFromSetlistButton")->click();
     EXPECT_EQ(titles(), QStringList{"S2"});
     EXPECT_FALSE(songs[0]->isDeleted()) << "still in the library";
 
     const qsizetype before = context().executeFetchRequest({"Setlist", {}, {}, 0}).size();
-    w->newSetlistButton->click();
+    w->findChild<QPushButton*>("newSetlistButton")->click();
     EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), before + 1);
 }
 

@@ -100,7 +100,7 @@ TEST_F(SongList, TypedNumbersOutsideTheRangeAreRefused) {
 TEST_F(SongList, CancellingTheFirstOpenPanel) {
     addSongs({"A.logicx"});
     launch();
-    app->window()->addSongButton->click();
+    app->window()->findChild<QPushButton*>("addSongButton")->click();
     const auto all = songs(context());
     ASSERT_EQ(all.size(), 2);
     ManagedObject* blank = all.last();
@@ -114,7 +114,7 @@ TEST_F(SongList, CancellingTheFirstOpenPanel) {
 // remembered choice.
 TEST_F(SongList, AddingSongsByOpenPanel) {
     launch();
-    QPushButton* add = app->window()->addSongButton;
+    QPushButton* add = app->window()->findChild<QPushButton*>("addSongButton");
     const QString a = project("A.logicx"), b = project("B.logicx"), c = project("C.logicx");
     panel.answers = {{true, {QUrl::fromLocalFile(a)}}};
     add->click();
@@ -173,18 +173,18 @@ TEST_F(SongList, DeletingSongs) {
     launch();
     EXPECT_EQ(songList()->numberOfRows(), 2);
     songList()->deselectAll();
-    app->window()->deleteSongButton->click();
+    app->window()->findChild<QPushButton*>("deleteSongButton")->click();
     EXPECT_EQ(songs(context()).size(), 3);
     songList()->selectRowIndexes({0}, false);
-    app->window()->deleteSongButton->click();
+    app->window()->findChild<QPushButton*>("deleteSongButton")->click();
     EXPECT_EQ(paths(context()), QStringList{s[1]->stringValue("path")});
 
     alerts.answers = {Alerts::FirstButton + 1};
-    app->window()->deleteAllSongsButton->click();
+    app->window()->findChild<QPushButton*>("deleteAllSongsButton")->click();
     EXPECT_EQ(songs(context()).size(), 1);
     EXPECT_EQ(alerts.shownAlerts.last().messageText, "Delete All Projects");
     alerts.answers = {Alerts::FirstButton};
-    app->window()->deleteAllSongsButton->click();
+    app->window()->findChild<QPushButton*>("deleteAllSongsButton")->click();
     EXPECT_TRUE(songs(context()).isEmpty());
 }
 

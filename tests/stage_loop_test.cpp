@@ -160,13 +160,13 @@ TEST_F(StageLoop, PreviousSelectedAndByNumberRecalls) {
     EXPECT_EQ(openedFiles().last(), kThree);
 
     // Song 2 by number: the library song is shown, the setlist copy of the same path is not.
-    app->window()->aSongsTableView->selectRowIndexes({0}, false);
+    app->window()->editView()->allSongsTableView()->selectRowIndexes({0}, false);
     app->recall()->kAsNumber = 2;
     app->recall()->runMyScriptUsingProgChangeInController();
     ASSERT_TRUE(waitForOpened(3));
     processEvents();
     EXPECT_EQ(openedFiles().last(), kTwo);
-    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 1);
+    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 1);
     waitUntil([] { return false; }, 400);
     EXPECT_EQ(openedFiles().size(), 3) << "opened once";
 
@@ -182,12 +182,12 @@ TEST_F(StageLoop, PreviousSelectedAndByNumberRecalls) {
 TEST_F(StageLoop, ByNumberWithoutASelectedSongOnlyMovesTheSelection) {
     makeSetlist({kOne, kTwo});
     launch();
-    app->window()->aSongsTableView->deselectAll();
+    app->window()->editView()->allSongsTableView()->deselectAll();
     app->recall()->kAsNumber = 2;
     EXPECT_FALSE(
         guarded("by number", [&] { app->recall()->runMyScriptUsingProgChangeInController(); }));
     processEvents();
-    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 1);
+    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 1);
     waitUntil([] { return false; }, 500);
     EXPECT_EQ(closeCommands(), 0u);
     EXPECT_TRUE(openedFiles().isEmpty());
@@ -202,7 +202,7 @@ TEST_F(StageLoop, NextWithNoSelectionOrAnEmptySetlistDoesNothing) {
     int announced = 0;
     NotificationCenter::defaultCenter().addObserver(&listener, "ProgChangeNumber",
                                                     [&](const Notification&) { ++announced; });
-    app->window()->setlistTableView->deselectAll();
+    app->window()->editView()->setlistTableView()->deselectAll();
     processEvents();
     midi->send({0xC0, 0x7F});
     ASSERT_TRUE(waitUntil([&] { return announced == 1; }));
@@ -232,14 +232,14 @@ TEST_F(StageLoop, ByNumberWithSeveralRecordsOfOnePathOpensOnce) {
         .addObject(copy);
     launch();
     QSignalSpy requests(app->recall(), &SongRecall::projectOpenRequested);
-    app->window()->aSongsTableView->selectRowIndexes({0}, false);
+    app->window()->editView()->allSongsTableView()->selectRowIndexes({0}, false);
     app->recall()->kAsNumber = 2;
     app->recall()->runMyScriptUsingProgChangeInController();
     ASSERT_TRUE(waitForOpened(1));
     processEvents();
     EXPECT_EQ(openedFiles(), QStringList{kTwo});
     EXPECT_EQ(closeCommands(), 1u);
-    EXPECT_EQ(app->window()->aSongsTableView->selectedRow(), 1);
+    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 1);
     EXPECT_EQ(requests.size(), 1);
 }
 

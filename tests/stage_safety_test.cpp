@@ -36,7 +36,7 @@ class StageSafety : public EditFixture {
 protected:
     MainWindow* w() { return app->window(); }
     void choose(int segment) {
-        QTest::mouseClick(w()->topButtons->segmentButton(segment), Qt::LeftButton);
+        QTest::mouseClick(w()->topButtons()->segmentButton(segment), Qt::LeftButton);
         processEvents();
     }
     // Three songs, all in the setlist "Friday", which is selected, its first song current.
@@ -89,7 +89,7 @@ TEST_F(StageSafety, NoKeyInThePerformViewTouchesTheLibrary) {
     setUpGig();
     const QByteArray before = readFile(storePath());
     choose(1);
-    ASSERT_TRUE(focusIsIn(w()->performanceView));
+    ASSERT_TRUE(focusIsIn(w()->performanceView()));
     const QMetaEnum named = QMetaEnum::fromType<Qt::Key>();
     QList<int> keys;
     for (int i = 0; i < named.keyCount(); ++i)
@@ -101,12 +101,12 @@ TEST_F(StageSafety, NoKeyInThePerformViewTouchesTheLibrary) {
     for (Qt::KeyboardModifiers modifiers : held)
         for (int key : keys) {
             press(key, modifiers);
-            ASSERT_TRUE(focusIsIn(w()->performanceView))
+            ASSERT_TRUE(focusIsIn(w()->performanceView()))
                 << "key " << std::hex << key << " with modifiers " << modifiers.toInt();
         }
     EXPECT_TRUE(alerts.shownAlerts.isEmpty());
-    EXPECT_TRUE(w()->performanceView->isVisible()) << "still on stage";
-    EXPECT_EQ(w()->topButtons->selectedSegment(), 1);
+    EXPECT_TRUE(w()->performanceView()->isVisible()) << "still on stage";
+    EXPECT_EQ(w()->topButtons()->selectedSegment(), 1);
     EXPECT_EQ(context().executeFetchRequest({"Song", {}, {}, 0}).size(), 6);
     EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), 1);
     app->requestQuit();
@@ -138,10 +138,10 @@ TEST_F(StageSafety, StageKeysStepThroughTheRunningOrder) {
     press(Qt::Key_Down, Qt::ControlModifier);
     EXPECT_EQ(currentSong(), 0) << "only the plain key is a stage key";
     // A click on the stage's own buttons leaves the keyboard with the stage.
-    QTest::mouseClick(w()->nextButton, Qt::LeftButton);
-    QTest::mouseClick(w()->activeButton, Qt::LeftButton);
+    QTest::mouseClick(w()->findChild<QPushButton*>("nextButton"), Qt::LeftButton);
+    QTest::mouseClick(w()->activeButton(), Qt::LeftButton);
     processEvents();
-    EXPECT_TRUE(focusIsIn(w()->performanceView));
+    EXPECT_TRUE(focusIsIn(w()->performanceView()));
     press(Qt::Key_Left);
     EXPECT_EQ(currentSong(), 0);
 }
@@ -166,14 +166,14 @@ TEST_F(StageSafety, EditCommandsOnlyInTheEditMode) {
         EXPECT_FALSE(remove->isEnabled());
         EXPECT_FALSE(deleteEverywhere->isEnabled());
         EXPECT_FALSE(undo->isEnabled());
-        EXPECT_FALSE(w()->deleteAllSongsButton->isEnabled());
-        EXPECT_FALSE(w()->editView->isVisible());
-        EXPECT_FALSE(focusIsIn(w()->editView));
+        EXPECT_FALSE(w()->findChild<QPushButton*>("deleteAllSongsButton")->isEnabled());
+        EXPECT_FALSE(w()->editView()->isVisible());
+        EXPECT_FALSE(focusIsIn(w()->editView()));
     }
     choose(0);
     EXPECT_TRUE(remove->isEnabled());
     EXPECT_TRUE(undo->isEnabled());
-    EXPECT_TRUE(w()->setlistTableView->hasFocus());
+    EXPECT_TRUE(w()->editView()->setlistTableView()->hasFocus());
 }
 
 // A screen reader hears what the stage shows, the modes as tabs, and nothing of the edit
@@ -181,24 +181,27 @@ TEST_F(StageSafety, EditCommandsOnlyInTheEditMode) {
 TEST_F(StageSafety, AScreenReaderReadsTheStage) {
     setUpGig();
     choose(1);
-    QAccessibleInterface* name = QAccessible::queryAccessibleInterface(w()->currentSetlist);
+    QAccessibleInterface* name =
+        QAccessible::queryAccessibleInterface(w()->findChild<QLabel*>("currentSetlist"));
     ASSERT_TRUE(name);
     EXPECT_EQ(name->text(QAccessible::Name), "Friday");
-    QAccessibleInterface* next = QAccessible::queryAccessibleInterface(w()->nextSongLabel);
+    QAccessibleInterface* next =
+        QAccessible::queryAccessibleInterface(w()->findChild<QLabel*>("nextSongLabel"));
     ASSERT_TRUE(next);
     EXPECT_EQ(next->text(QAccessible::Name), "Next: Ballad");
 
-    QAccessibleInterface* modes = QAccessible::queryAccessibleInterface(w()->topButtons);
+    QAccessibleInterface* modes = QAccessible::queryAccessibleInterface(w()->topButtons());
     ASSERT_TRUE(modes);
     EXPECT_EQ(modes->role(), QAccessible::PageTabList);
     QAccessibleInterface* perform =
-        QAccessible::queryAccessibleInterface(w()->topButtons->segmentButton(1));
+        QAccessible::queryAccessibleInterface(w()->topButtons()->segmentButton(1));
     ASSERT_TRUE(perform);
     EXPECT_EQ(perform->role(), QAccessible::PageTab);
     EXPECT_EQ(perform->text(QAccessible::Name), "Perform");
     EXPECT_TRUE(perform->state().selected);
-    EXPECT_FALSE(
-        QAccessible::queryAccessibleInterface(w()->topButtons->segmentButton(0))->state().selected);
+    EXPECT_FALSE(QAccessible::queryAccessibleInterface(w()->topButtons()->segmentButton(0))
+                     ->state()
+                     .selected);
 
     // Walk what a screen reader walks: nothing shown belongs to the edit screen.
     QList<QAccessibleInterface*> todo{QAccessible::queryAccessibleInterface(w())};
@@ -208,7 +211,7 @@ TEST_F(StageSafety, AScreenReaderReadsTheStage) {
         if (!i || i->state().invisible) continue;
         ++seen;
         if (auto* widget = qobject_cast<QWidget*>(i->object()))
-            EXPECT_FALSE(w()->editView->isAncestorOf(widget))
+            EXPECT_FALSE(w()->editView()->isAncestorOf(widget))
                 << widget->objectName().toStdString() << " is heard on stage";
         for (int c = 0; c < i->childCount(); ++c)
             todo << i->child(c);
@@ -216,8 +219,9 @@ TEST_F(StageSafety, AScreenReaderReadsTheStage) {
     EXPECT_GT(seen, 5);
     // Switching to song details and back to editing keeps the segments in step.
     choose(0);
-    EXPECT_TRUE(
-        QAccessible::queryAccessibleInterface(w()->topButtons->segmentButton(0))->state().selected);
+    EXPECT_TRUE(QAccessible::queryAccessibleInterface(w()->topButtons()->segmentButton(0))
+                    ->state()
+                    .selected);
 }
 
 // A quit by signal cannot wait for an answer: a number that clashes is dropped, the rest of
@@ -261,9 +265,9 @@ TEST_F(StageSafety, ARefusedCellKeepsItsValue) {
     }());
     context().save();
     choose(2);
-    w()->allSongsDetailView->selectRowIndexes({1}, false);
+    w()->songDetailsView()->songPicker()->selectRowIndexes({1}, false);
     processEvents();
-    TableView* messages = w()->midiMessageTableView;
+    TableView* messages = w()->songDetailsView()->messageTable();
     ASSERT_EQ(messages->numberOfRows(), 1);
     editor = openEditor(messages, 0, messages->columnWithIdentifier("channel"));
     ASSERT_TRUE(editor);
@@ -283,31 +287,31 @@ TEST_F(StageSafety, SongDetailsFollowThePickedSong) {
     }
     launch();
     choose(2);
-    TableView* picker = w()->allSongsDetailView;
+    TableView* picker = w()->songDetailsView()->songPicker();
     QTest::mouseClick(picker->viewport(), Qt::LeftButton, {},
                       picker->visualRect(picker->model()->index(2, 1)).center());
     processEvents();
-    ASSERT_EQ(w()->midiChannel->currentText(), "3");
+    ASSERT_EQ(w()->findChild<QComboBox*>("midiChannel")->currentText(), "3");
     choose(0);
     songList()->selectRowIndexes({0}, false);
-    QTest::mouseClick(w()->deleteSongButton, Qt::LeftButton);
+    QTest::mouseClick(w()->findChild<QPushButton*>("deleteSongButton"), Qt::LeftButton);
     processEvents();
     choose(2);
     EXPECT_EQ(picker->selectedRow(), 1) << "the pick follows C up a row";
-    EXPECT_EQ(w()->midiChannel->currentText(), "3");
-    w()->midiChannel->setCurrentIndex(11);
-    emit w()->midiChannel->activated(11);
+    EXPECT_EQ(w()->findChild<QComboBox*>("midiChannel")->currentText(), "3");
+    w()->findChild<QComboBox*>("midiChannel")->setCurrentIndex(11);
+    emit w()->findChild<QComboBox*>("midiChannel")->activated(11);
     EXPECT_EQ(songs[2]->integerValue("midiOutChannel"), 12);
     EXPECT_EQ(songs[1]->integerValue("midiOutChannel"), 2) << "B is left alone";
 
     // The picked song itself gone: nothing is picked and the controls are off.
     choose(0);
     songList()->selectRowIndexes({1}, false);
-    QTest::mouseClick(w()->deleteSongButton, Qt::LeftButton);
+    QTest::mouseClick(w()->findChild<QPushButton*>("deleteSongButton"), Qt::LeftButton);
     processEvents();
     choose(2);
     EXPECT_EQ(picker->selectedRow(), -1);
-    EXPECT_FALSE(w()->midiEnableCheckBox->isEnabled());
+    EXPECT_FALSE(w()->findChild<QCheckBox*>("midiEnableCheckBox")->isEnabled());
 }
 
 // The picker redraws its cells all the time (and asks the message table to reload each
@@ -316,14 +320,14 @@ TEST_F(StageSafety, AMessageCellEditOutlivesRepaints) {
     songs = addSongs({"A.logicx", "B.logicx"});
     launch();
     choose(2);
-    w()->allSongsDetailView->selectRowIndexes({0}, false);
-    QTest::mouseClick(w()->addMidiMessageButton, Qt::LeftButton);
+    w()->songDetailsView()->songPicker()->selectRowIndexes({0}, false);
+    QTest::mouseClick(w()->findChild<QPushButton*>("addMidiMessageButton"), Qt::LeftButton);
     processEvents();
-    TableView* messages = w()->midiMessageTableView;
+    TableView* messages = w()->songDetailsView()->messageTable();
     QLineEdit* editor = openEditor(messages, 0, messages->columnWithIdentifier("channel"));
     ASSERT_TRUE(editor);
     for (int i = 0; i < 3; ++i) {
-        w()->allSongsDetailView->viewport()->repaint();
+        w()->songDetailsView()->songPicker()->viewport()->repaint();
         processEvents();
     }
     ASSERT_TRUE(messages->isEditing());
@@ -348,13 +352,14 @@ TEST_F(StageSafety, ClosingTheWindowCommitsADetailFieldFirst) {
     context().save();
     launch();
     choose(2);
-    w()->allSongsDetailView->selectRowIndexes({0}, false);
+    w()->songDetailsView()->songPicker()->selectRowIndexes({0}, false);
     processEvents();
-    w()->progCcNumberTextField->setFocus();
-    QTest::keyClicks(w()->progCcNumberTextField, "42");
+    w()->findChild<QLineEdit*>("progCcNumberTextField")->setFocus();
+    QTest::keyClicks(w()->findChild<QLineEdit*>("progCcNumberTextField"), "42");
     w()->close();
     processEvents();
-    w()->progCcNumberTextField->clearFocus(); // what the window's end does to the field
+    w()->findChild<QLineEdit*>("progCcNumberTextField")
+        ->clearFocus(); // what the window's end does to the field
     processEvents();
     const QByteArray saved = readFile(storePath());
     EXPECT_TRUE(saved.contains(">42</attribute>"));
@@ -376,9 +381,9 @@ TEST_F(StageSafety, UndoKeepsASetlistToDropInto) {
     EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), 1);
 
     // The launch setlist removed, a new one made, and that undone.
-    QTest::mouseClick(w()->removeSetlistButton, Qt::LeftButton);
+    QTest::mouseClick(w()->findChild<QPushButton*>("removeSetlistButton"), Qt::LeftButton);
     processEvents();
-    QTest::mouseClick(w()->newSetlistButton, Qt::LeftButton);
+    QTest::mouseClick(w()->findChild<QPushButton*>("newSetlistButton"), Qt::LeftButton);
     processEvents();
     ASSERT_TRUE(undo->isEnabled());
     undo->trigger();

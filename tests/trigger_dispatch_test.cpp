@@ -24,9 +24,8 @@ protected:
     void SetUp() override {
         TempHome::clear();
         prefs = std::make_unique<Prefs>();
-        dispatch.recall = &recall;
-        dispatch.sharedPrefs = prefs.get();
-        dispatch.notificationSender = &sender;
+        dispatch = std::make_unique<TriggerDispatch>(
+            TriggerDispatch::Dependencies{&recall, prefs.get(), &sender});
         NotificationCenter::defaultCenter().addObserver(&sender, "MidiReceived",
                                                         [this](const Notification& n) {
                                                             EXPECT_EQ(n.object, &sender);
@@ -35,56 +34,56 @@ protected:
     }
     QObject sender;
     std::unique_ptr<Prefs> prefs;
-    SongRecall recall;
-    TriggerDispatch dispatch;
+    SongRecall recall{SongRecall::Dependencies{}};
+    std::unique_ptr<TriggerDispatch> dispatch;
     int received = 0;
 };
 
 TEST_F(TriggerDispatchTest, HoldProgramOnlyOnTheSelectedChannelAndOncePerCapture) {
     prefs->prefsSelectedMidiChannel = 3;
     capture(0xC3, 126, 0); // channel 4
-    dispatch.checkMidi();
+    dispatch->checkMidi();
     EXPECT_FALSE(recall.kAsNumber.isValid());
     capture(0xC2, 126, 0); // channel 3
-    dispatch.checkMidi();
+    dispatch->checkMidi();
     EXPECT_EQ(recall.kAsNumber.toInt(), 126);
     EXPECT_EQ(MidiCapture::status.load(), 3u) << "the status now holds the channel";
     recall.kAsNumber = 0;
-    dispatch.checkMidi(); // a second job for the same capture finds nothing to do
+    dispatch->checkMidi(); // a second job for the same capture finds nothing to do
     EXPECT_EQ(recall.kAsNumber.toInt(), 0);
     capture(0xC0, 5, 0);
-    dispatch.checkMidi();
+    dispatch->checkMidi();
     EXPECT_EQ(recall.kAsNumber.toInt(), 0);
     EXPECT_EQ(received, 4) << "\"MidiReceived\" for every packet";
 
     prefs->prefsSelectedMidiChannel = QVariant(); // missing settings read as 0: 126 never matches
     capture(0xC0, 126, 0);
-    dispatch.checkMidi();
+    dispatch->checkMidi();
     EXPECT_EQ(recall.kAsNumber.toInt(), 0);
 }
 
 TEST_F(TriggerDispatchTest, SpacebarNoteIsFixedAt72WithVelocity) {
     prefs->prefsSelectedSpacebarMidiChannel = 2;
     capture(0x90, 72, 0); // velocity 0
-    dispatch.checkMidiSpacebar();
+    dispatch->checkMidiSpacebar();
     EXPECT_EQ(MidiCapture::status.load(), 1u) << "converted before the tests";
     EXPECT_FALSE(recall.kAsNumber.isValid());
     capture(0x91, 60, 100); // another note on the right channel
-    dispatch.checkMidiSpacebar();
+    dispatch->checkMidiSpacebar();
     EXPECT_FALSE(recall.kAsNumber.isValid());
     capture(0x90, 72, 100); // wrong channel
-    dispatch.checkMidiSpacebar();
+    dispatch->checkMidiSpacebar();
     EXPECT_FALSE(recall.kAsNumber.isValid());
     capture(0x91, 72, 100);
-    dispatch.checkMidiSpacebar(); // without an X display the press is only logged
+    dispatch->checkMidiSpacebar(); // without an X display the press is only logged
     EXPECT_EQ(recall.kAsNumber.toInt(), 72);
     capture(0xC1, 72, 100);
     recall.kAsNumber = 0;
-    dispatch.checkMidiSpacebar();
+    dispatch->checkMidiSpacebar();
     EXPECT_EQ(recall.kAsNumber.toInt(), 0) << "a program change is not a note";
 
-    dispatch.checkForActive(); // no current document: inert
+    dispatch->checkForActive(); // no current document: inert
     EXPECT_EQ(recall.waitingFlag(), 0);
-    dispatch.spacebarSetup();
+    dispatch->spacebarSetup();
     waitUntil([] { return false; }, 250); // spaceBar runs after 0.2 s and does nothing
 }

@@ -1,48 +1,37 @@
 #include "app/AppDelegate.h"
 
+#include "app/AppLog.h"
 #include "app/EditScreen.h"
+#include "app/EditView.h"
 #include "app/MainWindow.h"
 #include "app/ModeSwitch.h"
 #include "app/MyPrefsWindowController.h"
+#include "app/PerformanceView.h"
 #include "app/SongDetailsScreen.h"
+#include "app/SongDetailsView.h"
+#include "editing/TableIdentity.h"
 #include "library/ArrayController.h"
-#include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
+#include "library/ProjectRecords.h"
 #include "midi/MainMidi.h"
 #include "midi/MidiServices.h"
 #include "performance/SongRecall.h"
 #include "performance/TriggerDispatch.h"
 #include "platform/Alerts.h"
 #include "platform/Error.h"
-#include "platform/FontFaces.h"
-#include "platform/Guard.h"
+#include "platform/GuardedConnect.h"
 #include "platform/NotificationCenter.h"
 #include "platform/SegmentedControl.h"
-#include "platform/TableColumn.h"
 #include "platform/TableView.h"
 #include "platform/UndoManager.h"
 #include "settings/Prefs.h"
 
 #include <QAction>
 #include <QCheckBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QLoggingCategory>
 #include <QMenuBar>
-#include <QPushButton>
-
-Q_LOGGING_CATEGORY(lcApp, "gigmora.app")
-
-namespace {
-// Connects a Qt signal to an action that runs inside the guard.
-template <typename Sender, typename Signal, typename F>
-void action(Sender* sender, Signal signal, QObject* context, const char* name, F f) {
-    QObject::connect(sender, signal, context, [name, f] { guarded(name, f); });
-}
-} // namespace
 
 AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent)
     : QObject(parent), services_(std::move(services)), library_(std::make_unique<LibraryStack>()),
@@ -66,8 +55,24 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
     filter_ = std::make_unique<LibraryFilter>(allSongs_, allSetlists_, context);
 
     window_ = std::make_unique<MainWindow>();
-    recall_ = new SongRecall(this);
-    dispatch_ = new TriggerDispatch(this);
+    MainWindow* w = window_.get();
+    modes_ = new ModeSwitch(w, allSongs_, allSetlists_, this);
+    SongDetailsView* details = w->songDetailsView();
+    const auto updateDetail = [this](qsizetype row) { updateAllSongDetailView(row); };
+    editScreen_ = new EditScreen(
+        {w->editView(), w->menuBar(), context, allSetlists_, allSongs_, currentSetlist_,
+         filter_.get(), details->songPicker(), details->messageTable(),
+         [details](bool on) { details->setMidiOutControlsEnabled(on); }, updateDetail},
+        this);
+    songDetails_ =
+        new SongDetailsScreen({details, context, allSongs_, filter_.get(), editScreen_->songList(),
+                               mainMidiObject_, [this] { return modes_->shownModeView(); }},
+                              this);
+    recall_ = new SongRecall({w->editView()->setlistTableView(), w->editView()->allSongsTableView(),
+                              this, mainMidiObject_, sharedPrefs_.get(), context,
+                              [this] { return filter_->returnFilteredArray(); }, w},
+                             this);
+    dispatch_ = new TriggerDispatch({recall_, sharedPrefs_.get(), this}, this);
     wireWindow(context);
 }
 
@@ -86,56 +91,27 @@ ObjectContext* AppDelegate::managedObjectContext() {
 
 void AppDelegate::wireWindow(ObjectContext* context) {
     MainWindow* w = window_.get();
-    w->myTopListOfSetlistsTableView->addTableColumn("name", "Setlists", true);
-    w->myTopListOfSetlistsTableView->bind("content", allSetlists_, "arrangedObjects");
-    w->myTopListOfSetlistsTableView->bind("selectionIndexes", allSetlists_, "selectionIndexes");
-    w->setlistTableView->addTableColumn("title", "Song");
-    TableColumn number{"midiIn", "#"};
-    number.width = 48;
-    w->setlistTableView->addTableColumn(number);
-    w->setlistTableView->bind("content", currentSetlist_, "arrangedObjects");
-    w->setlistTableView->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
-    editScreen_ = new EditScreen(
-        w, {context, allSetlists_, allSongs_, currentSetlist_, filter_.get()},
-        [this](qsizetype row) { updateAllSongDetailView(row); }, this);
+    TableView* songs = w->editView()->allSongsTableView();
+    TableView* picker = w->songDetailsView()->songPicker();
     // The song list follows the library whatever changed it (an undo, a drop, a deletion).
-    if (context)
-        connect(context, &ObjectContext::objectsDidChange, w->aSongsTableView,
-                &TableView::reloadData);
-    filter_->reloadSongs = [w] {
-        w->aSongsTableView->reloadData();
-        w->allSongsDetailView->reloadData();
+    if (context) connect(context, &ObjectContext::objectsDidChange, songs, &TableView::reloadData);
+    filter_->reloadSongs = [songs, picker] {
+        songs->reloadData();
+        picker->reloadData();
     };
-
-    recall_->setlistTableView = w->setlistTableView;
-    recall_->aSongsTableView = w->aSongsTableView;
-    recall_->notificationSender = this;
-    recall_->mainMidiObject = mainMidiObject_;
-    recall_->sharedPrefs = sharedPrefs_.get();
-    recall_->context = context;
-    recall_->returnFilteredArray = [this] { return filter_->returnFilteredArray(); };
-    recall_->mainView = w->mainView;
-    recall_->performanceView = w->performanceView;
-    recall_->editView = w->editView;
-    recall_->window = w;
-    dispatch_->recall = recall_;
-    dispatch_->sharedPrefs = sharedPrefs_.get();
-    dispatch_->notificationSender = this;
-
-    action(w->nextButton, &QPushButton::clicked, this, "runMyScriptInController",
-           [this] { recall_->runMyScriptInController(); });
-    action(w->previousButton, &QPushButton::clicked, this, "reverseMyScriptInController",
-           [this] { recall_->reverseMyScriptInController(); });
-    action(w->goButton, &QPushButton::clicked, this,
-           "goToLogicProject:", [this] { recall_->goToLogicProject(); });
-    action(w->byNumberButton, &QPushButton::clicked, this, "runMyScriptUsingProgChangeInController",
-           [this] { recall_->runMyScriptUsingProgChangeInController(); });
-    action(w->activeButton, &QCheckBox::clicked, this, "activeButton:", [this] { activeButton(); });
-    QObject::connect(w->searchField, &QLineEdit::textChanged, this, [this](const QString& text) {
-        guarded("changePredicate:", [&] { filter_->changePredicate(text); });
-    });
-
-    wireModes(context);
+    PerformanceView* stage = w->performanceView();
+    guardedConnect(stage, &PerformanceView::nextClicked, this, "runMyScriptInController",
+                   [this] { recall_->runMyScriptInController(); });
+    guardedConnect(stage, &PerformanceView::previousClicked, this, "reverseMyScriptInController",
+                   [this] { recall_->reverseMyScriptInController(); });
+    guardedConnect(stage, &PerformanceView::goToProjectClicked, this,
+                   "goToLogicProject:", [this] { recall_->goToLogicProject(); });
+    guardedConnect(stage, &PerformanceView::recallByNumberClicked, this,
+                   "runMyScriptUsingProgChangeInController",
+                   [this] { recall_->runMyScriptUsingProgChangeInController(); });
+    guardedConnect(w->activeButton(), &QCheckBox::clicked, this,
+                   "activeButton:", [this] { activeButton(); });
+    wireModes();
     addMenus(context);
     w->shouldClose = [this] {
         requestQuit();
@@ -146,25 +122,25 @@ void AppDelegate::wireWindow(ObjectContext* context) {
 void AppDelegate::addMenus(ObjectContext* context) {
     MainWindow* w = window_.get();
     QMenu* file = w->menuBar()->addMenu("&File");
-    action(file->addAction("&Save", QKeySequence::Save), &QAction::triggered, this,
-           "saveAction:", [this] { saveAction(); });
-    action(file->addAction("&Quit", QKeySequence::Quit), &QAction::triggered, this,
-           "terminate:", [this] { requestQuit(); });
+    guardedConnect(file->addAction("&Save", QKeySequence::Save), &QAction::triggered, this,
+                   "saveAction:", [this] { saveAction(); });
+    guardedConnect(file->addAction("&Quit", QKeySequence::Quit), &QAction::triggered, this,
+                   "terminate:", [this] { requestQuit(); });
     QAction* prefs = file->addAction("&Preferences…", QKeySequence(QStringLiteral("Ctrl+,")));
     prefs->setMenuRole(QAction::PreferencesRole);
-    action(prefs, &QAction::triggered, this,
-           "openPreferencesWindow:", [this] { openPreferencesWindow(); });
+    guardedConnect(prefs, &QAction::triggered, this,
+                   "openPreferencesWindow:", [this] { openPreferencesWindow(); });
     QMenu* edit = w->menuBar()->addMenu("&Edit");
     undoAction_ = edit->addAction("&Undo", QKeySequence::Undo);
     redoAction_ = edit->addAction("&Redo", QKeySequence::Redo);
-    action(undoAction_, &QAction::triggered, this, "undo:", [this] {
+    guardedConnect(undoAction_, &QAction::triggered, this, "undo:", [this] {
         if (ObjectContext* c = managedObjectContext()) {
             c->undoManager()->undo();
             keepASetlist();
         }
         updateUndoMenu();
     });
-    action(redoAction_, &QAction::triggered, this, "redo:", [this] {
+    guardedConnect(redoAction_, &QAction::triggered, this, "redo:", [this] {
         if (ObjectContext* c = managedObjectContext()) {
             c->undoManager()->redo();
             keepASetlist();
@@ -200,14 +176,12 @@ void AppDelegate::modeShown(int tag) {
     updateUndoMenu();
 }
 
-void AppDelegate::wireModes(ObjectContext* context) {
+void AppDelegate::wireModes() {
     MainWindow* w = window_.get();
-    modes_ = new ModeSwitch(w, allSongs_, allSetlists_, this);
-    songDetails_ = new SongDetailsScreen(w, context, allSongs_, filter_.get(),
-                                         editScreen_->songList(), mainMidiObject_, this);
-    w->performanceTableView->addTableColumn("title", "Song");
-    w->performanceTableView->bind("content", currentSetlist_, "arrangedObjects");
-    w->performanceTableView->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
+    TableView* order = w->performanceView()->runningOrder();
+    order->addTableColumn("title", "Song");
+    order->bind("content", currentSetlist_, "arrangedObjects");
+    order->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
     // Queued: a trigger moves the selection, and its close command goes out first.
     for (auto signal :
          {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
@@ -216,8 +190,8 @@ void AppDelegate::wireModes(ObjectContext* context) {
             [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); },
             Qt::QueuedConnection);
     connect(modes_, &ModeSwitch::modeShown, this, &AppDelegate::modeShown);
-    connect(w->topButtons, &SegmentedControl::activated, this,
-            [this] { guarded("shwoView:", [this] { shwoView(window_->topButtons); }); });
+    guardedConnect(w->topButtons(), &SegmentedControl::activated, this,
+                   "shwoView:", [this] { shwoView(window_->topButtons()); });
 }
 
 void AppDelegate::shwoView(SegmentedControl* sender) {
@@ -233,7 +207,7 @@ QWidget* AppDelegate::currentView() const {
 }
 
 void AppDelegate::activeButton() {
-    sharedPrefs_->prefsActive = window_->activeButton->checkState() != Qt::Unchecked;
+    sharedPrefs_->prefsActive = window_->activeButton()->checkState() != Qt::Unchecked;
     sharedPrefs_->saveDataToDisk();
 }
 
@@ -248,15 +222,16 @@ void AppDelegate::applicationDidFinishLaunching() {
     filter_->checkNumberOfSongs();
     filter_->makePredicateTemplate();
     mainMidiObject_->createMidiPort();
-    window_->aSongsTableView->selectRowIndexes({0}, false);
-    window_->aSongsTableView->setFocus();
-    window_->aSongsTableView->reloadData();
+    TableView* songs = window_->editView()->allSongsTableView();
+    songs->selectRowIndexes({0}, false);
+    songs->setFocus();
+    songs->reloadData();
     // No defaults to register: every setting lives in the settings file.
-    window_->aSongsTableView->reloadData();
+    songs->reloadData();
     moveButtons();
     {
-        const QSignalBlocker quiet(window_->activeButton);
-        window_->activeButton->setChecked(sharedPrefs_->prefsActive);
+        const QSignalBlocker quiet(window_->activeButton());
+        window_->activeButton()->setChecked(sharedPrefs_->prefsActive);
     }
     connect(allSetlists_, &ArrangedContent::selectionChanged, this,
             [this] { observeValueForKeyPath(); });
@@ -282,8 +257,7 @@ void AppDelegate::applicationWillTerminate() {
     mainMidiObject_->disconnectAllMidi();
     // Songs without a path leave the context only; the store keeps them until a later save.
     if (context)
-        for (ManagedObject* song :
-             context->executeFetchRequest({"Song", Predicate::withFormat("path == %@"), {}, 0}))
+        for (ManagedObject* song : ProjectRecords::of(*context, QVariant()))
             context->deleteObject(song);
 }
 
@@ -356,9 +330,10 @@ void AppDelegate::midiSpacebarTriggerDevicePopUpAction() {
 }
 
 void AppDelegate::updateAllSongDetailView(qsizetype row) {
-    window_->aSongsTableView->selectRowIndexes({row}, false);
-    window_->aSongsTableView->setFocus();
-    window_->aSongsTableView->reloadData();
+    TableView* songs = window_->editView()->allSongsTableView();
+    songs->selectRowIndexes({row}, false);
+    songs->setFocus();
+    songs->reloadData();
 }
 
 void AppDelegate::handleNotification() {
@@ -370,13 +345,13 @@ void AppDelegate::blankSetlist() {
 }
 
 bool AppDelegate::isTopListOfSetlistsTableView(const TableView* table) {
-    return table && table->autosaveName() == QLatin1String("topListOfSetlistsTableView");
+    return TableIdentity::isTopListOfSetlistsTableView(table);
 }
 bool AppDelegate::isSetlistTableView(const TableView* table) {
-    return table && table->autosaveName() == QLatin1String("setlistTableView");
+    return TableIdentity::isSetlistTableView(table);
 }
 bool AppDelegate::isAllSongsTableView(const TableView* table) {
-    return table && table->autosaveName() == QLatin1String("allSongsTableView");
+    return TableIdentity::isAllSongsTableView(table);
 }
 
 void AppDelegate::checkMidi() {

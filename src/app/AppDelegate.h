@@ -90,7 +90,7 @@ private:
     void wireWindow(ObjectContext* context);
     void addMenus(ObjectContext* context);
     void rebuildMidiAfterDeviceChange();
-    void wireModes(ObjectContext* context);
+    void wireModes();
     // Undo and Redo: in the edit mode, with something to undo or redo.
     void updateUndoMenu();
     void modeShown(int tag);

@@ -1,111 +1,120 @@
 #include "app/EditScreen.h"
 
-#include "app/MainWindow.h"
 #include "app/tables/SetlistTableRowView.h"
+
 #include "editing/AllSongsTableViewController.h"
 #include "editing/DragableOrderedSetTableViewDelegate.h"
 #include "library/ArrayController.h"
 #include "library/LibraryFilter.h"
 #include "library/ObjectContext.h"
-#include "platform/Guard.h"
+#include "platform/GuardedConnect.h"
 #include "platform/TableColumn.h"
 #include "platform/TableView.h"
 
 #include <QAction>
+#include <QMenu>
 #include <QMenuBar>
-#include <QPushButton>
 
-EditScreen::EditScreen(MainWindow* w, const Controllers& c,
-                       std::function<void(qsizetype)> updateAllSongDetailView, QObject* parent)
-    : QObject(parent),
-      songList_(new AllSongsTableViewController(c.context, c.allSongs, c.filter, this)),
-      setlist_(new DragableOrderedSetTableViewDelegate(c.context, this)),
-      setlists_(new DragableOrderedSetTableViewDelegate(c.context, this)),
-      rowView_(std::make_unique<SetlistTableRowView>()) {
-    for (const TableColumn& column : AllSongsTableViewController::columns())
-        w->aSongsTableView->addTableColumn(column);
-    w->aSongsTableView->setSortDescriptors({{"midiIn", true}});
-    w->aSongsTableView->setDataSource(songList_);
-    w->aSongsTableView->setDelegate(songList_);
-    songList_->allSongsTableView = w->aSongsTableView;
-    songList_->songDetailsTableView = w->midiMessageTableView; // the song's detail table
-    songList_->updateAllSongDetailView = updateAllSongDetailView;
-
-    // Each delegate serves one table; both know all of the edit screen's tables.
-    for (DragableOrderedSetTableViewDelegate* d : {setlist_, setlists_}) {
-        d->allSetlistsArrayController = c.allSetlists;
-        d->allSongsArrayController = c.allSongs;
-        d->aSongsTableView = w->aSongsTableView;
-        d->myTopListOfSetlistsTableView = w->myTopListOfSetlistsTableView;
-        d->songDetailsTableView = w->allSongsDetailView;
-        d->midiMessageTableView = w->midiMessageTableView;
-        d->updateAllSongDetailView = updateAllSongDetailView;
-    }
-    setlist_->setlistTableView = w->setlistTableView;
-    setlist_->arrayController = c.currentSetlist;
-    setlist_->rowView = rowView_.get();
-    w->setlistTableView->setDelegate(setlist_);
-    setlist_->awakeFromNib();
-    setlists_->setlistTableView = w->myTopListOfSetlistsTableView;
-    setlists_->arrayController = c.allSetlists;
-    w->myTopListOfSetlistsTableView->setDelegate(setlists_);
-    setlists_->awakeFromNib();
-    addCommands(w);
+EditScreen::EditScreen(const Dependencies& d, QObject* parent)
+    : QObject(parent), view_(d.view), rowView_(std::make_unique<SetlistTableRowView>()),
+      songList_(new AllSongsTableViewController(
+          {d.context, d.allSongs, d.filter, d.view->allSongsTableView(),
+           d.midiMessageTableView /* the song's detail table */, d.midiMessageTableView,
+           d.setDetailControlsEnabled, d.updateAllSongDetailView},
+          this)),
+      setlist_(new DragableOrderedSetTableViewDelegate(
+          {d.context, d.filter, d.view->setlistTableView(), d.currentSetlist, d.allSetlists,
+           d.allSongs, d.view->allSongsTableView(), d.view->topListOfSetlistsTableView(),
+           d.songPicker, d.midiMessageTableView, rowView_.get(), d.updateAllSongDetailView},
+          this)),
+      setlists_(new DragableOrderedSetTableViewDelegate(
+          {d.context, d.filter, d.view->topListOfSetlistsTableView(), d.allSetlists, d.allSetlists,
+           d.allSongs, d.view->allSongsTableView(), d.view->topListOfSetlistsTableView(),
+           d.songPicker, d.midiMessageTableView, nullptr, d.updateAllSongDetailView},
+          this)) {
+    bindTables(d);
+    addCommands(d.menuBar);
 }
 
 EditScreen::~EditScreen() = default;
 
-void EditScreen::addCommands(MainWindow* w) {
-    QMenu* library = w->menuBar()->addMenu("&Library");
+void EditScreen::bindTables(const Dependencies& d) {
+    TableView* setlists = view_->topListOfSetlistsTableView();
+    setlists->addTableColumn("name", "Setlists", true);
+    setlists->bind("content", d.allSetlists, "arrangedObjects");
+    setlists->bind("selectionIndexes", d.allSetlists, "selectionIndexes");
+    setlists->setDelegate(setlists_);
+    TableView* setlist = view_->setlistTableView();
+    setlist->addTableColumn("title", "Song");
+    TableColumn number{"midiIn", "#"};
+    number.width = 48;
+    setlist->addTableColumn(number);
+    setlist->bind("content", d.currentSetlist, "arrangedObjects");
+    setlist->bind("selectionIndexes", d.currentSetlist, "selectionIndexes");
+    setlist->setDelegate(setlist_);
+    TableView* songs = view_->allSongsTableView();
+    for (const TableColumn& column : AllSongsTableViewController::columns())
+        songs->addTableColumn(column);
+    songs->setSortDescriptors({{"midiIn", true}});
+    songs->setDataSource(songList_);
+    songs->setDelegate(songList_);
+    LibraryFilter* filter = d.filter;
+    connect(view_, &EditView::searchTextChanged, this, [filter](const QString& text) {
+        guarded("changePredicate:", [&] { filter->changePredicate(text); });
+    });
+}
+
+void EditScreen::addCommands(QMenuBar* menuBar) {
+    QMenu* library = menuBar->addMenu("&Library");
+    using C = EditView::Command;
     const struct {
         const char* name;
         QKeySequence keys;
-        QPushButton* button;
+        C command;
         std::function<void()> run;
     } commands[] = {
-        {"Add Song…", QKeySequence(Qt::CTRL | Qt::Key_O), w->addSongButton,
+        {"Add Song…", QKeySequence(Qt::CTRL | Qt::Key_O), C::AddSong,
          [this] { songList_->addNewSessionViaMenu(); }},
-        {"Delete Song", QKeySequence(Qt::CTRL | Qt::Key_Backspace), w->deleteSongButton,
+        {"Delete Song", QKeySequence(Qt::CTRL | Qt::Key_Backspace), C::DeleteSong,
          [this] { songList_->deleteFromAllSongsList(); }},
-        {"Delete All Songs…", {}, w->deleteAllSongsButton, [this] { songList_->deleteAllSongs(); }},
-        {"New Setlist", QKeySequence(Qt::CTRL | Qt::Key_N), w->newSetlistButton,
+        {"Delete All Songs…", {}, C::DeleteAllSongs, [this] { songList_->deleteAllSongs(); }},
+        {"New Setlist", QKeySequence(Qt::CTRL | Qt::Key_N), C::NewSetlist,
          [this] { setlist_->addNewSetlist(); }},
-        {"Remove Setlist", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace),
-         w->removeSetlistButton, [this] { setlist_->removeSelectedSetlist(); }},
+        {"Remove Setlist", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace), C::RemoveSetlist,
+         [this] { setlist_->removeSelectedSetlist(); }},
         {"Add Song to Setlist…", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O),
-         w->addSongToSetlistButton, [this] { setlist_->addingSongViaMenu(); }},
-        {"Remove from Setlist", QKeySequence(Qt::Key_Delete), w->removeFromSetlistButton,
+         C::AddSongToSetlist, [this] { setlist_->addingSongViaMenu(); }},
+        {"Remove from Setlist", QKeySequence(Qt::Key_Delete), C::RemoveFromSetlist,
          [this] { setlist_->removeFromCurrentSetlist(); }},
-        {"Delete Song Everywhere", QKeySequence(Qt::CTRL | Qt::Key_Delete),
-         w->deleteSongEverywhereButton,
+        {"Delete Song Everywhere", QKeySequence(Qt::CTRL | Qt::Key_Delete), C::DeleteSongEverywhere,
          [this] { setlist_->deleteFromAllSongsListAndCurrentSetlist(); }},
     };
+    QHash<int, QAction*> byCommand;
     for (const auto& c : commands) {
         QAction* a = library->addAction(c.name);
         a->setObjectName(c.name);
         actions_.insert(c.name, a);
+        byCommand.insert(int(c.command), a);
         if (!c.keys.isEmpty()) a->setShortcut(c.keys);
-        const std::string where = c.name;
-        const auto run = c.run;
-        connect(a, &QAction::triggered, this, [where, run] { guarded(where.c_str(), run); });
-        connect(c.button, &QPushButton::clicked, a, &QAction::trigger);
-        buttons_ << c.button;
+        guardedConnect(a, &QAction::triggered, this, c.name, c.run);
     }
+    connect(view_, &EditView::commandClicked, this, [byCommand](C command) {
+        if (QAction* a = byCommand.value(int(command)); a && a->isEnabled()) a->trigger();
+    });
     // The setlist's own commands on a right click; disabled with the rest outside editing.
-    auto* menu = new QMenu(w->setlistTableView);
+    auto* menu = new QMenu(view_->setlistTableView());
     for (const char* name : {"New Setlist", "Remove Setlist", "Add Song to Setlist…",
                              "Remove from Setlist", "Delete Song Everywhere"})
         menu->addAction(actions_.value(QString::fromUtf8(name)));
-    w->setlistTableView->setMenu(menu);
+    view_->setlistTableView()->setMenu(menu);
+}
+
+QAction* EditScreen::action(const QString& name) const {
+    return actions_.value(name);
 }
 
 void EditScreen::setCommandsEnabled(bool enabled) {
     for (QAction* a : std::as_const(actions_))
         a->setEnabled(enabled);
-    for (QWidget* b : std::as_const(buttons_))
-        b->setEnabled(enabled);
-}
-
-QAction* EditScreen::action(const QString& name) const {
-    return actions_.value(name);
+    view_->setCommandsEnabled(enabled);
 }

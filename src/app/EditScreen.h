@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/EditView.h"
+
 #include <QHash>
 #include <QObject>
 #include <functional>
@@ -9,26 +11,33 @@ class AllSongsTableViewController;
 class ArrayController;
 class DragableOrderedSetTableViewDelegate;
 class LibraryFilter;
-class MainWindow;
 class ObjectContext;
 class QAction;
+class QMenuBar;
 class SetlistTableRowView;
+class TableView;
 
-// The edit screen: which controller serves which table, and the library commands as buttons
-// and menu items. The song list has its own controller; the current setlist's songs and the
-// list of setlists each have a drag-and-drop delegate of their own.
+// The edit screen: which controller serves which table, and the library commands as buttons,
+// menu items and shortcuts. The song list has its own controller; the current setlist's songs
+// and the list of setlists each have a drag-and-drop delegate of their own.
 class EditScreen : public QObject {
     Q_OBJECT
 public:
-    struct Controllers {
-        ObjectContext* context;
-        ArrayController* allSetlists;
-        ArrayController* allSongs;
-        ArrayController* currentSetlist;
-        LibraryFilter* filter;
+    struct Dependencies {
+        EditView* view = nullptr;
+        QMenuBar* menuBar = nullptr; // gets the Library menu
+        ObjectContext* context = nullptr;
+        ArrayController* allSetlists = nullptr;
+        ArrayController* allSongs = nullptr;
+        ArrayController* currentSetlist = nullptr;
+        LibraryFilter* filter = nullptr;
+        // Song details' tables, which the edit commands keep up to date.
+        TableView* songPicker = nullptr;
+        TableView* midiMessageTableView = nullptr;
+        std::function<void(bool)> setDetailControlsEnabled;
+        std::function<void(qsizetype)> updateAllSongDetailView;
     };
-    EditScreen(MainWindow* window, const Controllers& controllers,
-               std::function<void(qsizetype)> updateAllSongDetailView, QObject* parent);
+    explicit EditScreen(const Dependencies& dependencies, QObject* parent = nullptr);
     ~EditScreen() override;
 
     AllSongsTableViewController* songList() const { return songList_; }
@@ -39,12 +48,13 @@ public:
     void setCommandsEnabled(bool enabled);
 
 private:
-    void addCommands(MainWindow* window);
+    void bindTables(const Dependencies& d);
+    void addCommands(QMenuBar* menuBar);
 
+    EditView* view_;
+    std::unique_ptr<SetlistTableRowView> rowView_;
     AllSongsTableViewController* songList_;
     DragableOrderedSetTableViewDelegate* setlist_;
     DragableOrderedSetTableViewDelegate* setlists_;
-    std::unique_ptr<SetlistTableRowView> rowView_;
     QHash<QString, QAction*> actions_;
-    QList<QWidget*> buttons_;
 };

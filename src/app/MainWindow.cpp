@@ -1,87 +1,77 @@
 #include "app/MainWindow.h"
 
-#include "app/StageKeys.h"
-#include "app/tables/AllSongsTableView.h"
-#include "app/tables/MidiMessageTableVIew.h"
-#include "app/tables/PerformanceSetlistTableView.h"
-#include "app/tables/SetlistTableView.h"
-#include "app/tables/TopListOfSetlistsTableView.h"
-#include "platform/FontFaces.h"
+#include "app/EditView.h"
+#include "app/PerformanceView.h"
+#include "app/SongDetailsView.h"
 #include "platform/Guard.h"
 #include "platform/SegmentedControl.h"
-#include "ui_MainWindow.h"
+#include "platform/TableView.h"
 
+#include <QCheckBox>
 #include <QCloseEvent>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace {
+// The screens' places in the master view (top-left origin): the selector's strip on top, the
+// background below it, the mode views inset on it.
+const QRect kMasterFrame(0, 0, MainWindow::kWidth, 640);
+const QRect kBackgroundFrame(0, 31, MainWindow::kWidth, 609);
+const QRect kModeViewFrame(3, 55, 480, 580);
+const QRect kButtonsFrame(123, 4, 244, 20);
+const QRect kActiveFrame(392, 8, 90, 20);
+} // namespace
 
 MainWindow::MainWindow(QWidget* parent)
-    : QMainWindow(parent), ui_(std::make_unique<Ui::MainWindow>()) {
-    ui_->setupUi(this);
-    Ui::MainWindow& u = *ui_;
-    aSongsTableView = u.allSongsTableView;
-    allSongsDetailView = u.allSongsDetailView;
-    myTopListOfSetlistsTableView = u.topListOfSetlistsTableView;
-    setlistTableView = u.setlistTableView;
-    performanceTableView = u.performanceTableView;
-    midiMessageTableView = u.midiMessageTableView;
-    currentSetlist = u.currentSetlist;
-    nextSongLabel = u.nextSongLabel;
-    songDeetsAllSessions = u.songDeetsAllSessions;
-    backgroundView = u.backgroundView;
-    performanceBackgroundView = u.performanceBackgroundView;
-    topButtons = u.topButtons;
-    activeButton = u.activeButton;
-    searchField = u.searchField;
-    previousButton = u.previousButton;
-    nextButton = u.nextButton;
-    goButton = u.goButton;
-    byNumberButton = u.byNumberButton;
-    newSetlistButton = u.newSetlistButton;
-    removeSetlistButton = u.removeSetlistButton;
-    addSongToSetlistButton = u.addSongToSetlistButton;
-    removeFromSetlistButton = u.removeFromSetlistButton;
-    deleteSongEverywhereButton = u.deleteSongEverywhereButton;
-    addSongButton = u.addSongButton;
-    deleteSongButton = u.deleteSongButton;
-    deleteAllSongsButton = u.deleteAllSongsButton;
-    addMidiMessageButton = u.addMidiMessageButton;
-    removeMidiMessageButton = u.removeMidiMessageButton;
-    midiEnableCheckBox = u.midiEnableCheckBox;
-    midiMessageType = u.midiMessageType;
-    midiChannel = u.midiChannel;
-    progCcNumberTextField = u.progCcNumberTextField;
-    ccValueTextField = u.ccValueTextField;
-    mainView = u.mainView;
-    masterView = u.masterView;
-    editView = u.editView;
-    performanceView = u.performanceView;
-    songDetailsView = u.songDetailsView;
+    : QMainWindow(parent), mainView_(new QWidget(this)), masterView_(new QWidget(mainView_)),
+      backgroundView_(new QLabel(masterView_)), editView_(new EditView(backgroundView_)),
+      performanceView_(new PerformanceView(masterView_)),
+      songDetailsView_(new SongDetailsView(masterView_)),
+      topButtons_(new SegmentedControl(masterView_)), activeButton_(new QCheckBox(masterView_)),
+      offstage_(new QWidget(this)) {
+    setWindowTitle("Gigmora");
+    setCentralWidget(mainView_);
+    mainView_->setObjectName("mainView");
+    masterView_->setObjectName("masterView");
+    masterView_->setGeometry(kMasterFrame);
+    backgroundView_->setObjectName("backgroundView");
+    backgroundView_->setAccessibleName("Background");
+    backgroundView_->setGeometry(kBackgroundFrame);
+    backgroundView_->setPixmap(QPixmap(":/images/background.svg"));
+    backgroundView_->setScaledContents(true);
+    auto* background = new QVBoxLayout(backgroundView_);
+    background->setContentsMargins(6, 6, 6, 6);
+    background->addWidget(editView_);
+    for (QWidget* view :
+         {static_cast<QWidget*>(performanceView_), static_cast<QWidget*>(songDetailsView_)})
+        view->setGeometry(kModeViewFrame);
+    topButtons_->setObjectName("topButtons");
+    topButtons_->setAccessibleName("Mode");
+    topButtons_->setLabels({"Edit", "Perform", "Song Details"});
+    topButtons_->setGeometry(kButtonsFrame);
+    activeButton_->setObjectName("activeButton");
+    activeButton_->setText("Active");
+    activeButton_->setAccessibleName("Active");
+    activeButton_->setGeometry(kActiveFrame);
+    // A click on the switch leaves the keyboard where it was (on stage, with the stage keys).
+    activeButton_->setFocusPolicy(Qt::TabFocus);
 
     // The delegates tell the tables apart by their autosave names.
     for (TableView* t : findChildren<TableView*>())
         t->setAutosaveName(t->objectName());
-    midiMessageTableView->setAccessibleName("MIDI messages");
-    // The stage palette of the pill tables: dark grey, light text; each mode view is opaque
-    // over the edit screen.
-    QPalette stage = masterView->palette();
+    // The stage palette of the pill tables: dark grey, light text.
+    QPalette stage = masterView_->palette();
     stage.setColor(QPalette::Window, QColor(0x1e, 0x1e, 0x21));
     stage.setColor(QPalette::WindowText, QColor(0xf2, 0xf2, 0xf2));
-    masterView->setPalette(stage);
-    for (QWidget* view : {masterView, performanceView, songDetailsView})
-        view->setAutoFillBackground(true);
-    performanceBackgroundView->lower();
-    currentSetlist->setFont(FontFaces::font("Dosis-Bold", 28));
-    nextSongLabel->setFont(FontFaces::font("Dosis-Medium", 22));
-    songDeetsAllSessions->setFont(FontFaces::font("Dosis-Regular", 12));
+    masterView_->setPalette(stage);
+    masterView_->setAutoFillBackground(true);
     // Until a mode is chosen the window shows the edit screen alone.
-    offstage_ = new QWidget(this);
     offstage_->setObjectName("offstage");
     offstage_->hide();
-    removeFromSuperview(performanceView);
-    removeFromSuperview(songDetailsView);
-    topButtons->setSelectedSegment(0);
-    new StageKeys(performanceView, nextButton, previousButton);
-    // A click on the switch leaves the keyboard where it was (on stage, with the stage keys).
-    activeButton->setFocusPolicy(Qt::TabFocus);
+    removeFromSuperview(performanceView_);
+    removeFromSuperview(songDetailsView_);
+    topButtons_->setSelectedSegment(0);
+    resize(kWidth, kHeight);
     setFixedSize(kWidth, kHeight);
 }
 
@@ -101,7 +91,7 @@ void MainWindow::addSubview(QWidget* superview, QWidget* view) {
 
 void MainWindow::resizeEvent(QResizeEvent* event) {
     QMainWindow::resizeEvent(event);
-    masterView->resize(mainView->size());
+    masterView_->resize(mainView_->size());
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

@@ -2,22 +2,17 @@
 
 #include <QMainWindow>
 #include <functional>
-#include <memory>
 
-class TableView;
+class EditView;
+class PerformanceView;
 class QCheckBox;
-class QComboBox;
 class QLabel;
-class QLineEdit;
-class QPushButton;
 class SegmentedControl;
-namespace Ui {
-class MainWindow;
-}
+class SongDetailsView;
 
-// The main window from its form: the master view with the background (which carries the
-// edit screen), the performance and song-details views over it, the mode selector and the
-// active switch. The outlets are the form's widgets.
+// The main window puts the screens together: the master view with the background (which
+// carries the edit screen), the Perform and Song Details screens over it, the mode selector
+// and the active switch. What each screen shows and does is its own class's.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:
@@ -27,46 +22,14 @@ public:
     static constexpr int kWidth = 486;
     static constexpr int kHeight = 660;
 
-    TableView* aSongsTableView;
-    TableView* allSongsDetailView;
-    TableView* myTopListOfSetlistsTableView;
-    TableView* setlistTableView;
-    TableView* performanceTableView;
-    TableView* midiMessageTableView;
-    QLabel* currentSetlist;
-    QLabel* nextSongLabel;
-    QLabel* songDeetsAllSessions;
-    QLabel* backgroundView;
-    QLabel* performanceBackgroundView;
-    SegmentedControl* topButtons;
-    QCheckBox* activeButton;
-    QLineEdit* searchField;
-    QPushButton* previousButton;
-    QPushButton* nextButton;
-    QPushButton* goButton;
-    QPushButton* byNumberButton;
-    // The edit screen's commands.
-    QPushButton* newSetlistButton;
-    QPushButton* removeSetlistButton;
-    QPushButton* addSongToSetlistButton;
-    QPushButton* removeFromSetlistButton;
-    QPushButton* deleteSongEverywhereButton;
-    QPushButton* addSongButton;
-    QPushButton* deleteSongButton;
-    QPushButton* deleteAllSongsButton;
-    // The song details.
-    QPushButton* addMidiMessageButton;
-    QPushButton* removeMidiMessageButton;
-    QCheckBox* midiEnableCheckBox;
-    QComboBox* midiMessageType;
-    QComboBox* midiChannel;
-    QLineEdit* progCcNumberTextField;
-    QLineEdit* ccValueTextField;
-    QWidget* mainView;
-    QWidget* masterView;
-    QWidget* editView;
-    QWidget* performanceView;
-    QWidget* songDetailsView;
+    QWidget* mainView() const { return mainView_; }
+    QWidget* masterView() const { return masterView_; }
+    QLabel* backgroundView() const { return backgroundView_; }
+    EditView* editView() const { return editView_; }
+    PerformanceView* performanceView() const { return performanceView_; }
+    SongDetailsView* songDetailsView() const { return songDetailsView_; }
+    SegmentedControl* topButtons() const { return topButtons_; }
+    QCheckBox* activeButton() const { return activeButton_; }
 
     // Views leave the window for a hidden holder, so they keep their owner and come back.
     void removeFromSuperview(QWidget* view);
@@ -81,6 +44,13 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    std::unique_ptr<Ui::MainWindow> ui_;
-    QWidget* offstage_ = nullptr;
+    QWidget* mainView_;
+    QWidget* masterView_;
+    QLabel* backgroundView_;
+    EditView* editView_;
+    PerformanceView* performanceView_;
+    SongDetailsView* songDetailsView_;
+    SegmentedControl* topButtons_;
+    QCheckBox* activeButton_;
+    QWidget* offstage_;
 };

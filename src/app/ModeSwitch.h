@@ -24,6 +24,8 @@ public:
     void moveButtons();
     // The first subview of the window's content view.
     QWidget* currentView() const;
+    // The mode view in the master view now (none while editing): the one place that looks.
+    QWidget* shownModeView() const;
     QPropertyAnimation* buttonsAnimation() const { return buttonsAnimation_; }
     // The running order's next song under the current one.
     void updateNextSong();
@@ -39,6 +41,7 @@ private:
     // Places `view` with its lower-left corner at (x, y) counted up from the bottom of its
     // superview.
     static void setOrigin(QWidget* view, int x, int y);
+    bool isModeView(const QWidget* view) const;
     void showCurrentSetlistName();
 
     MainWindow* window_;

@@ -3,7 +3,7 @@
 #include "app/DelaySlider.h"
 #include "midi/MainMidi.h"
 #include "midi/MidiHost.h"
-#include "platform/Guard.h"
+#include "platform/GuardedConnect.h"
 #include "platform/RangeValidator.h"
 #include "settings/Prefs.h"
 #include "ui_Preferences.h"
@@ -15,8 +15,7 @@ const QString kNoDevice = QStringLiteral("No Device");
 template <typename Signal, typename Sender>
 void wire(Sender* sender, Signal signal, MyPrefsWindowController* c, const char* name,
           void (MyPrefsWindowController::*method)()) {
-    QObject::connect(sender, signal, c,
-                     [c, name, method] { guarded(name, [&] { (c->*method)(); }); });
+    guardedConnect(sender, signal, c, name, [c, method] { (c->*method)(); });
 }
 
 qint64 integer(const QVariant& v) {

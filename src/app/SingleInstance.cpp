@@ -1,13 +1,12 @@
 #include "app/SingleInstance.h"
 
+#include "app/AppLog.h"
+
 #include <QCryptographicHash>
 #include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QLockFile>
-#include <QLoggingCategory>
-
-Q_LOGGING_CATEGORY(lcInstance, "gigmora.app")
 
 namespace {
 constexpr int kAnswerMs = 2000;
@@ -38,10 +37,10 @@ bool SingleInstance::acquire() {
     qint64 pid = 0;
     QString host, app;
     lock_->getLockInfo(&pid, &host, &app);
-    qCWarning(lcInstance).noquote() << "Gigmora is already running (process" << pid
-                                    << "); its window is brought forward and this one quits.";
+    qCWarning(lcApp).noquote() << "Gigmora is already running (process" << pid
+                               << "); its window is brought forward and this one quits.";
     if (!askRunningToRaise())
-        qCWarning(lcInstance) << "The running Gigmora did not answer; its library is left alone.";
+        qCWarning(lcApp) << "The running Gigmora did not answer; its library is left alone.";
     lock_.reset();
     return false;
 }
@@ -52,7 +51,7 @@ void SingleInstance::listen() {
     // A socket left by a crash would refuse the name; the lock says it is ours now.
     QLocalServer::removeServer(serverName_);
     if (!server_->listen(serverName_)) {
-        qCWarning(lcInstance).noquote()
+        qCWarning(lcApp).noquote()
             << "A second Gigmora cannot reach this one:" << server_->errorString();
         return;
     }

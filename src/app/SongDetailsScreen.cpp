@@ -1,162 +1,105 @@
 #include "app/SongDetailsScreen.h"
 
-#include "app/MainWindow.h"
+#include "app/AppLog.h"
+#include "app/SongDetailsView.h"
 #include "editing/AllSongsTableViewController.h"
-#include "library/ArrayController.h"
-#include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
-#include "midi/MainMidi.h"
+#include "library/ProjectRecords.h"
 #include "performance/midiMessageTableViewController.h"
-#include "platform/EditingRegistry.h"
 #include "platform/Error.h"
-#include "platform/Guard.h"
-#include "platform/RangeValidator.h"
+#include "platform/GuardedConnect.h"
 #include "platform/TableColumn.h"
 #include "platform/TableView.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QLineEdit>
-#include <QLoggingCategory>
-#include <QPushButton>
-#include <QSignalBlocker>
-
-Q_LOGGING_CATEGORY(lcSongDetails, "gigmora.app")
-
-SongDetailsScreen::SongDetailsScreen(MainWindow* w, ObjectContext* context,
-                                     ArrayController* allSongs, LibraryFilter* filter,
-                                     AllSongsTableViewController* songList, MainMidi* engine,
-                                     QObject* parent)
-    : QObject(parent), window_(w), context_(context), filter_(filter), songList_(songList),
-      messages_(new midiMessageTableViewController(this)) {
+SongDetailsScreen::SongDetailsScreen(const Dependencies& d, QObject* parent)
+    : QObject(parent), view_(d.view), context_(d.context), filter_(d.filter), songList_(d.songList),
+      messages_(new midiMessageTableViewController(
+          {d.context, d.allSongs, d.view->songPicker(), d.view->messageTable(), d.engine,
+           [filter = d.filter] { return filter->returnFilteredArray(); }, d.filter, d.shownModeView,
+           d.view},
+          this)) {
     // The same rows as the song list, but here a click picks the song.
+    TableView* picker = view_->songPicker();
     TableColumn number{"midiIn", "#"};
     number.width = 48;
-    w->allSongsDetailView->addTableColumn(number);
-    w->allSongsDetailView->addTableColumn("title", "Title");
-    w->allSongsDetailView->setDataSource(songList);
-    songList->progCcNumberTextField = w->progCcNumberTextField;
-    songList->ccValueTextField = w->ccValueTextField;
-    songList->midiEnableCheckBox = w->midiEnableCheckBox;
-    songList->midiMessageType = w->midiMessageType;
-    songList->midiChannel = w->midiChannel;
-    songList->midiMessageTableView = w->midiMessageTableView;
-
-    midiMessageTableViewController* m = messages_;
-    m->awakeFromNib(context);
-    m->allSongsArrayController = allSongs;
-    m->allSongsDetailView = w->allSongsDetailView;
-    m->midiMessageTableView = w->midiMessageTableView;
-    m->masterView = w->masterView;
-    m->songDetailsView = w->songDetailsView;
-    m->editView = w->editView;
-    m->performanceView = w->performanceView;
-    m->engine = engine;
-    m->returnFilteredArray = [filter] { return filter->returnFilteredArray(); };
-    m->filter = filter;
-    // The picker is a second view of the song list's rows: it follows the library too.
-    if (context)
-        connect(context, &ObjectContext::objectsDidChange, w->allSongsDetailView,
-                &TableView::reloadData);
+    picker->addTableColumn(number);
+    picker->addTableColumn("title", "Title");
+    picker->setDataSource(songList_);
+    TableView* table = view_->messageTable();
     for (const TableColumn& column : midiMessageTableViewController::columns())
-        w->midiMessageTableView->addTableColumn(column);
-    w->midiMessageTableView->setDataSource(m);
-    connect(w->allSongsDetailView, &TableView::selectionDidChange, w->midiMessageTableView,
-            &TableView::reloadData);
-    connect(w->addMidiMessageButton, &QPushButton::clicked, this,
-            [m] { guarded("addMidiMessage:", [m] { m->addMidiMessage(); }); });
-    connect(w->removeMidiMessageButton, &QPushButton::clicked, this,
-            [m] { guarded("removeMidiMessage:", [m] { m->removeMidiMessage(); }); });
+        table->addTableColumn(column);
+    table->setDataSource(messages_);
+    connect(picker, &TableView::selectionDidChange, table, &TableView::reloadData);
+    // The picker is a second view of the song list's rows: it follows the library too.
+    if (context_)
+        connect(context_, &ObjectContext::objectsDidChange, picker, &TableView::reloadData);
+    midiMessageTableViewController* m = messages_;
+    guardedConnect(view_, &SongDetailsView::addMessageClicked, this,
+                   "addMidiMessage:", [m] { m->addMidiMessage(); });
+    guardedConnect(view_, &SongDetailsView::removeMessageClicked, this,
+                   "removeMidiMessage:", [m] { m->removeMidiMessage(); });
     wireDetailControls();
     showSelectedSong();
 }
 
 void SongDetailsScreen::wireDetailControls() {
-    MainWindow* w = window_;
-    for (QLineEdit* field : {w->progCcNumberTextField, w->ccValueTextField})
-        field->setValidator(new RangeValidator(0, 127, field));
-    connect(w->allSongsDetailView, &TableView::selectionDidChange, this,
-            [this] { guarded("showSelectedSong", [this] { showSelectedSong(); }); });
+    guardedConnect(view_->songPicker(), &TableView::selectionDidChange, this, "showSelectedSong",
+                   [this] { showSelectedSong(); });
     // The switch is the song list's MIDI out column for the picked row.
-    connect(w->midiEnableCheckBox, &QCheckBox::clicked, this, [this](bool on) {
+    connect(view_, &SongDetailsView::midiOutToggled, this, [this](bool on) {
         guarded("midiEnableCheckBox", [&] {
-            const qsizetype row = window_->allSongsDetailView->selectedRow();
-            if (row >= 0)
-                songList_->setObjectValue(window_->allSongsDetailView, on, "midiOut", row);
+            const qsizetype row = view_->songPicker()->selectedRow();
+            if (row >= 0) songList_->setObjectValue(view_->songPicker(), on, "midiOut", row);
         });
     });
-    connect(w->midiMessageType, &QComboBox::activated, this, [this](int index) {
-        guarded("midiMessageType", [&] { storeOnEveryRecord("midiOutMessageType", index); });
+    connect(view_, &SongDetailsView::messageTypeChosen, this, [this](int type) {
+        guarded("midiMessageType", [&] { storeOnEveryRecord("midiOutMessageType", type); });
     });
-    connect(w->midiChannel, &QComboBox::activated, this, [this](int index) {
-        guarded("midiChannel", [&] { storeOnEveryRecord("midiOutChannel", index + 1); });
+    connect(view_, &SongDetailsView::channelChosen, this, [this](int channel) {
+        guarded("midiChannel", [&] { storeOnEveryRecord("midiOutChannel", channel); });
     });
-    for (auto [field, key] : {std::pair{w->progCcNumberTextField, "progOrCcNumber"},
-                              std::pair{w->ccValueTextField, "ccValue"}}) {
-        const auto commit = [this, field = field, key = key] {
-            guarded(key, [&] { commitField(field, key); });
-            return true;
-        };
-        connect(field, &QLineEdit::editingFinished, this, commit);
-        // A save or a quit commits the typing first, as it does a table's cell; once
-        // committed, the field's later end of editing has nothing left to store.
-        EditingRegistry::add(field, commit);
-        connect(field, &QObject::destroyed, field,
-                [field = field] { EditingRegistry::remove(field); });
-    }
-}
-
-void SongDetailsScreen::commitField(QLineEdit* field, const char* key) {
-    if (!field->isModified() || !field->hasAcceptableInput()) return;
-    field->setModified(false);
-    storeOnEveryRecord(key, field->text().toInt());
+    connect(view_, &SongDetailsView::numberCommitted, this,
+            [this](int n) { storeOnEveryRecord("progOrCcNumber", n); });
+    connect(view_, &SongDetailsView::valueCommitted, this,
+            [this](int v) { storeOnEveryRecord("ccValue", v); });
 }
 
 ManagedObject* SongDetailsScreen::selectedSong() const {
-    const qsizetype row = window_->allSongsDetailView->selectedRow();
+    const qsizetype row = view_->songPicker()->selectedRow();
     const QList<ManagedObject*> songs = filter_->returnFilteredArray();
     return row >= 0 && row < songs.size() ? songs[row] : nullptr;
 }
 
 void SongDetailsScreen::showSelectedSong() {
-    MainWindow* w = window_;
     ManagedObject* song = selectedSong();
-    const bool on = song && song->value("midiOutEnabled").toBool();
-    {
-        const QSignalBlocker a(w->midiEnableCheckBox), b(w->midiMessageType), c(w->midiChannel),
-            d(w->progCcNumberTextField), e(w->ccValueTextField);
-        w->midiEnableCheckBox->setChecked(on);
-        const qint64 type = song ? song->integerValue("midiOutMessageType") : 0;
-        w->midiMessageType->setCurrentIndex(type >= 0 && type < 2 ? int(type) : 0);
-        const qint64 channel = song ? song->integerValue("midiOutChannel") : 1;
-        w->midiChannel->setCurrentIndex(channel >= 1 && channel <= 16 ? int(channel - 1) : 0);
+    SongDetailsView::MidiOut shown;
+    shown.picked = song != nullptr;
+    if (song) {
+        shown.enabled = song->value("midiOutEnabled").toBool();
+        shown.messageType = int(song->integerValue("midiOutMessageType"));
+        shown.channel =
+            song->value("midiOutChannel").isValid() ? int(song->integerValue("midiOutChannel")) : 1;
         const auto number = [song](const char* key) {
-            return song && song->value(key).isValid() ? QString::number(song->integerValue(key))
-                                                      : QString();
+            return song->value(key).isValid() ? QString::number(song->integerValue(key))
+                                              : QString();
         };
-        w->progCcNumberTextField->setText(number("progOrCcNumber"));
-        w->ccValueTextField->setText(number("ccValue"));
+        shown.number = number("progOrCcNumber");
+        shown.value = number("ccValue");
     }
-    w->midiEnableCheckBox->setEnabled(song != nullptr);
-    for (QWidget* control :
-         {static_cast<QWidget*>(w->midiMessageType), static_cast<QWidget*>(w->midiChannel),
-          static_cast<QWidget*>(w->progCcNumberTextField),
-          static_cast<QWidget*>(w->ccValueTextField)})
-        control->setEnabled(on);
+    view_->showMidiOut(shown);
 }
 
 void SongDetailsScreen::storeOnEveryRecord(const char* key, const QVariant& value) {
     ManagedObject* song = selectedSong();
     if (!song || !context_) return;
-    for (ManagedObject* record : context_->executeFetchRequest(
-             {"Song", Predicate::withFormat("path == %@", {song->value("path")}), {}, 0}))
+    for (ManagedObject* record : ProjectRecords::of(*context_, song->value("path")))
         record->setValue(key, value);
     // The change stays in the library and goes out with the next save; the log says why
     // this one failed.
     Error error;
     if (!context_->save(&error))
-        qCWarning(lcSongDetails).noquote()
+        qCWarning(lcApp).noquote()
             << "Could not save the song's" << key << "setting:" << error.localizedFailureReason;
 }

@@ -2,25 +2,32 @@
 
 #include <QObject>
 #include <QVariant>
+#include <functional>
 
 class AllSongsTableViewController;
 class ArrayController;
 class LibraryFilter;
 class MainMidi;
-class MainWindow;
-class QLineEdit;
 class ManagedObject;
 class ObjectContext;
+class SongDetailsView;
 class midiMessageTableViewController;
 
-// Song-details mode: the song list to pick from, the song's MIDI out controls and its
-// message table with the add and remove commands.
+// Song-details mode: the song list to pick from, the song's MIDI out settings and its message
+// table with the add and remove commands.
 class SongDetailsScreen : public QObject {
     Q_OBJECT
 public:
-    SongDetailsScreen(MainWindow* window, ObjectContext* context, ArrayController* allSongs,
-                      LibraryFilter* filter, AllSongsTableViewController* songList,
-                      MainMidi* engine, QObject* parent);
+    struct Dependencies {
+        SongDetailsView* view = nullptr;
+        ObjectContext* context = nullptr;
+        ArrayController* allSongs = nullptr;
+        LibraryFilter* filter = nullptr;
+        AllSongsTableViewController* songList = nullptr; // the picker's rows and its switch
+        MainMidi* engine = nullptr;
+        std::function<QWidget*()> shownModeView; // asked of the mode switch
+    };
+    explicit SongDetailsScreen(const Dependencies& dependencies, QObject* parent = nullptr);
     midiMessageTableViewController* messages() const { return messages_; }
 
     // Shows the picked song's MIDI out settings; with no song picked the controls are off.
@@ -28,13 +35,11 @@ public:
 
 private:
     void wireDetailControls();
-    // Stores what was typed into a number field, once, if it is a number the field takes.
-    void commitField(QLineEdit* field, const char* key);
     ManagedObject* selectedSong() const;
     // A project is its path: the setting goes to every record of it, then to the file.
     void storeOnEveryRecord(const char* key, const QVariant& value);
 
-    MainWindow* window_;
+    SongDetailsView* view_;
     ObjectContext* context_;
     LibraryFilter* filter_;
     AllSongsTableViewController* songList_;

@@ -1,10 +1,14 @@
 #include "editing/AllSongsTableViewController.h"
 
+#include "editing/EditingLog.h"
+
 #include "library/ArrayController.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
+#include "library/ProjectKind.h"
+#include "library/ProjectRecords.h"
 #include "library/TransferRecords.h"
 #include "platform/Alerts.h"
 #include "platform/DraggingInfo.h"
@@ -14,15 +18,10 @@
 #include "platform/TableColumn.h"
 #include "platform/TableView.h"
 
-#include <QLoggingCategory>
 #include <QSet>
 #include <QWidget>
 
-Q_LOGGING_CATEGORY(lcSongs, "gigmora.songs")
-
 namespace {
-const QString kProject = QStringLiteral("logicx");
-
 QString titleFor(const QString& path) {
     return PathUtilities::deletingPathExtension(PathUtilities::lastPathComponent(path));
 }
@@ -32,10 +31,12 @@ ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype row) {
 }
 } // namespace
 
-AllSongsTableViewController::AllSongsTableViewController(ObjectContext* context,
-                                                         ArrayController* allSongs,
-                                                         LibraryFilter* filter, QObject* parent)
-    : QObject(parent), context_(context), allSongs_(allSongs), filter_(filter) {
+AllSongsTableViewController::AllSongsTableViewController(const Dependencies& d, QObject* parent)
+    : QObject(parent), context_(d.context), allSongs_(d.allSongsArrayController), filter_(d.filter),
+      allSongsTableView(d.allSongsTableView), songDetailsTableView(d.songDetailsTableView),
+      midiMessageTableView(d.midiMessageTableView),
+      setDetailControlsEnabled(d.setDetailControlsEnabled),
+      updateAllSongDetailView(d.updateAllSongDetailView) {
     if (allSongs_) allSongs_->fetch();
     refreshRows();
     mutableFilteredArray = filteredArray;
@@ -86,9 +87,7 @@ QVariant AllSongsTableViewController::rowIdentity(TableView*, qsizetype row) {
 }
 
 QList<ManagedObject*> AllSongsTableViewController::songsWithPath(const QVariant& path) const {
-    if (!context_) return {};
-    return context_->executeFetchRequest(
-        {"Song", Predicate::withFormat("path == %@", {path}), {}, 0});
+    return context_ ? ProjectRecords::of(*context_, path) : QList<ManagedObject*>();
 }
 
 ManagedObject* AllSongsTableViewController::highestNumberedSong() const {
@@ -141,16 +140,10 @@ void AllSongsTableViewController::setObjectValue(TableView*, const QVariant& val
         const bool enabled = value.toBool();
         for (ManagedObject* song : songsWithPath(selectedSong->value("path")))
             song->setValue("midiOutEnabled", enabled);
-        setDetailControlsEnabled(enabled);
+        if (setDetailControlsEnabled) setDetailControlsEnabled(enabled);
         if (songDetailsTableView) songDetailsTableView->reloadData();
     }
     if (allSongsTableView) allSongsTableView->reloadData();
-}
-
-void AllSongsTableViewController::setDetailControlsEnabled(bool enabled) {
-    for (QWidget* w : {midiMessageType.data(), midiChannel.data(), progCcNumberTextField.data(),
-                       ccValueTextField.data()})
-        if (w) w->setEnabled(enabled);
 }
 
 bool AllSongsTableViewController::writeRowsWithIndexes(TableView*, const IndexSet& rows,
@@ -172,7 +165,7 @@ uint32_t AllSongsTableViewController::validateDrop(TableView*, DraggingInfo& inf
                                                    DropOperation) {
     const Pasteboard& pasteboard = info.draggingPasteboard();
     for (const QString& file : pasteboard.filenames())
-        if (PathUtilities::pathExtension(file) == kProject) return DragOperationCopy;
+        if (ProjectKind::isProject(file)) return DragOperationCopy;
     return !kMyCustomAllSongsDragType.isEmpty() && pasteboard.hasType(kMyCustomAllSongsDragType)
                ? DragOperationCopy
                : DragOperationNone;
@@ -193,7 +186,7 @@ bool AllSongsTableViewController::acceptDrop(TableView* tableView, DraggingInfo&
     const QStringList files = info.draggingPasteboard().filenames();
     if (files.isEmpty()) return false;
     for (const QString& file : files) {
-        if (PathUtilities::pathExtension(file) != kProject) continue; // silently skipped
+        if (!ProjectKind::isProject(file)) continue; // silently skipped
         addSongForPath(file);
         if (allSongs_) {
             allSongs_->fetch();

@@ -26,8 +26,20 @@ class AllSongsTableViewController : public QObject,
                                     public TableViewDelegate {
     Q_OBJECT
 public:
-    AllSongsTableViewController(ObjectContext* context, ArrayController* allSongs,
-                                LibraryFilter* filter, QObject* parent = nullptr);
+    struct Dependencies {
+        ObjectContext* context = nullptr;
+        ArrayController* allSongsArrayController = nullptr;
+        LibraryFilter* filter = nullptr;
+        TableView* allSongsTableView = nullptr;    // the song list
+        TableView* songDetailsTableView = nullptr; // the song's detail table (its messages)
+        TableView* midiMessageTableView = nullptr; // reloaded as the list is drawn
+        // The song detail controls (kind, channel, number, value), on or off together.
+        std::function<void(bool)> setDetailControlsEnabled;
+        // The application controller's detail update for a row.
+        std::function<void(qsizetype)> updateAllSongDetailView;
+    };
+    explicit AllSongsTableViewController(const Dependencies& dependencies,
+                                         QObject* parent = nullptr);
 
     // The song list's columns: number (0–127 typed), title, MIDI out switch.
     static QList<TableColumn> columns();
@@ -54,15 +66,6 @@ public:
     // keeps, since the set of seen values outlives the pass.
     QList<ManagedObject*> removeDuplicatesInArray(const QList<ManagedObject*>& songs);
 
-    // Outlets.
-    QPointer<TableView> allSongsTableView;
-    QPointer<TableView> songDetailsTableView;
-    QPointer<TableView> midiMessageTableView;
-    QPointer<QWidget> progCcNumberTextField, ccValueTextField, midiEnableCheckBox, midiMessageType,
-        midiChannel, midiEnableCheckBoxInColumn;
-    // The application controller's detail update for a row.
-    std::function<void(qsizetype)> updateAllSongDetailView;
-
     QList<ManagedObject*> songsToCheck;
     QList<ManagedObject*> filteredArray;
     QList<ManagedObject*> mutableFilteredArray;
@@ -80,10 +83,14 @@ private:
     // A new song for a project path, unless one has that path already.
     void addSongForPath(const QString& path);
     void reloadTables();
-    void setDetailControlsEnabled(bool enabled);
 
     QPointer<ObjectContext> context_;
     QPointer<ArrayController> allSongs_;
     LibraryFilter* filter_;
+    QPointer<TableView> allSongsTableView;
+    QPointer<TableView> songDetailsTableView;
+    QPointer<TableView> midiMessageTableView;
+    std::function<void(bool)> setDetailControlsEnabled;
+    std::function<void(qsizetype)> updateAllSongDetailView;
     QVariantList seenValues_; // the variant's set that outlives its passes
 };

@@ -1,12 +1,16 @@
 #include "editing/DragableOrderedSetTableViewDelegate.h"
 
+#include "editing/TableIdentity.h"
 #include "library/ArrayController.h"
 #include "library/EntityDescription.h"
 #include "library/FetchRequest.h"
+#include "library/LibraryFilter.h"
 #include "library/ManagedObject.h"
 #include "library/ManagedObjectModel.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
+#include "library/ProjectKind.h"
+#include "library/ProjectRecords.h"
 #include "library/TransferRecords.h"
 #include "platform/DraggingInfo.h"
 #include "platform/NotificationCenter.h"
@@ -24,30 +28,26 @@ qsizetype DragableOrderedSetTableViewDelegate::draggedRowFirst = -1;
 qsizetype DragableOrderedSetTableViewDelegate::draggedRowLength = 0;
 
 namespace {
-const QString kProject = QStringLiteral("logicx");
-
-bool hasTable(const TableView* table, const char* name) {
-    return table && table->autosaveName() == QLatin1String(name);
-}
 bool isTopListOfSetlistsTableView(const TableView* t) {
-    return hasTable(t, "topListOfSetlistsTableView");
+    return TableIdentity::isTopListOfSetlistsTableView(t);
 }
 bool isSetlistTableView(const TableView* t) {
-    return hasTable(t, "setlistTableView");
+    return TableIdentity::isSetlistTableView(t);
 }
 bool isAllSongsTableView(const TableView* t) {
-    return hasTable(t, "allSongsTableView");
-}
-bool anyProject(const QStringList& files) {
-    return std::any_of(files.begin(), files.end(), [](const QString& f) {
-        return PathUtilities::pathExtension(f) == kProject;
-    });
+    return TableIdentity::isAllSongsTableView(t);
 }
 } // namespace
 
-DragableOrderedSetTableViewDelegate::DragableOrderedSetTableViewDelegate(ObjectContext* context,
+DragableOrderedSetTableViewDelegate::DragableOrderedSetTableViewDelegate(const Dependencies& d,
                                                                          QObject* parent)
-    : QObject(parent), context_(context), fileNamePopover_(new QFrame(nullptr, Qt::Popup)),
+    : QObject(parent), context_(d.context), filter_(d.filter), setlistTableView(d.setlistTableView),
+      arrayController(d.arrayController), allSetlistsArrayController(d.allSetlistsArrayController),
+      allSongsArrayController(d.allSongsArrayController), aSongsTableView(d.aSongsTableView),
+      myTopListOfSetlistsTableView(d.myTopListOfSetlistsTableView),
+      songDetailsTableView(d.songDetailsTableView), midiMessageTableView(d.midiMessageTableView),
+      rowView(d.rowView), updateAllSongDetailView(d.updateAllSongDetailView),
+      fileNamePopover_(new QFrame(nullptr, Qt::Popup)),
       songFileInfo_(new QLabel(fileNamePopover_)) {
     fileNamePopover_->setFrameShape(QFrame::StyledPanel);
     fileNamePopover_->setAccessibleName("Song file");
@@ -55,6 +55,7 @@ DragableOrderedSetTableViewDelegate::DragableOrderedSetTableViewDelegate(ObjectC
     layout->addWidget(songFileInfo_);
     songFileInfo_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     songFileInfo_->setAccessibleName("Song file path");
+    awakeFromNib();
 }
 
 DragableOrderedSetTableViewDelegate::~DragableOrderedSetTableViewDelegate() {
@@ -143,7 +144,7 @@ uint32_t DragableOrderedSetTableViewDelegate::validateDrop(TableView* tableView,
     }
     // Files: only between rows, never on one.
     const Pasteboard& pasteboard = info.draggingPasteboard();
-    if (operation == DropOperation::Above && anyProject(pasteboard.filenames()))
+    if (operation == DropOperation::Above && ProjectKind::anyProject(pasteboard.filenames()))
         return DragOperationCopy;
     return pasteboard.hasType(TransferRecords::allsongTableViewType) ? DragOperationCopy
                                                                      : DragOperationNone;
@@ -239,7 +240,7 @@ bool DragableOrderedSetTableViewDelegate::acceptFiles(TableView* tableView, Drag
     if (files.isEmpty() || !context_) return false;
     qsizetype offset = 0; // grows for every file, projects or not
     for (const QString& file : files) {
-        if (PathUtilities::pathExtension(file) == kProject) {
+        if (ProjectKind::isProject(file)) {
             if (isAllSongsTableView(tableView)) {
                 ManagedObject* song = newSong(file);
                 // Not a key of Song: the drop ends here, the new song left in the library.
@@ -277,9 +278,7 @@ void DragableOrderedSetTableViewDelegate::newSongFields(ManagedObject* record,
 
 QList<ManagedObject*> DragableOrderedSetTableViewDelegate::songsWithPath(const QVariant& path,
                                                                          qsizetype limit) const {
-    if (!context_) return {};
-    return context_->executeFetchRequest(
-        {"Song", Predicate::withFormat("path == %@", {path}), {{"midiIn", false}}, limit});
+    return context_ ? ProjectRecords::of(*context_, path, limit, true) : QList<ManagedObject*>();
 }
 
 TableRowView* DragableOrderedSetTableViewDelegate::rowViewForRow(TableView*, qsizetype) {
@@ -287,9 +286,7 @@ TableRowView* DragableOrderedSetTableViewDelegate::rowViewForRow(TableView*, qsi
 }
 
 ManagedObject* DragableOrderedSetTableViewDelegate::getCurrentSetlist() const {
-    if (!allSetlistsArrayController) return nullptr;
-    const auto selected = allSetlistsArrayController->selectedObjects();
-    return selected.isEmpty() ? nullptr : selected.first();
+    return filter_ ? filter_->getCurrentSetlist() : nullptr;
 }
 
 void DragableOrderedSetTableViewDelegate::addingSongViaMenu() {

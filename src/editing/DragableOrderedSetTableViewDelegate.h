@@ -10,6 +10,7 @@
 #include <functional>
 
 class ArrayController;
+class LibraryFilter;
 class ManagedObject;
 class ObjectContext;
 class QFrame;
@@ -24,12 +25,24 @@ class TableView;
 class DragableOrderedSetTableViewDelegate : public QObject, public TableViewDelegate {
     Q_OBJECT
 public:
-    DragableOrderedSetTableViewDelegate(ObjectContext* context, QObject* parent = nullptr);
+    struct Dependencies {
+        ObjectContext* context = nullptr;
+        LibraryFilter* filter = nullptr;            // knows the current setlist
+        TableView* setlistTableView = nullptr;      // the table this instance serves
+        ArrayController* arrayController = nullptr; // and its rows
+        ArrayController* allSetlistsArrayController = nullptr;
+        ArrayController* allSongsArrayController = nullptr;
+        TableView* aSongsTableView = nullptr;
+        TableView* myTopListOfSetlistsTableView = nullptr;
+        TableView* songDetailsTableView = nullptr;
+        TableView* midiMessageTableView = nullptr;
+        // The row view "RowView", made by the window (the setlist row form); not owned.
+        TableRowView* rowView = nullptr;
+        std::function<void(qsizetype)> updateAllSongDetailView;
+    };
+    explicit DragableOrderedSetTableViewDelegate(const Dependencies& dependencies,
+                                                 QObject* parent = nullptr);
     ~DragableOrderedSetTableViewDelegate() override;
-
-    // Registers the table for its row type, moves for drags inside the application, and
-    // listens for right clicks; call once the outlets are set.
-    void awakeFromNib();
 
     bool writeRowsWithIndexes(TableView* tableView, const IndexSet& rows,
                               Pasteboard& pasteboard) override;
@@ -56,19 +69,6 @@ public:
     // The pasteboard type of this table's row drags: its controller's entity.
     QString rowType() const;
 
-    // Outlets.
-    QPointer<TableView> setlistTableView;
-    QPointer<ArrayController> arrayController;
-    QPointer<ArrayController> allSetlistsArrayController;
-    QPointer<ArrayController> allSongsArrayController;
-    QPointer<TableView> aSongsTableView;
-    QPointer<TableView> myTopListOfSetlistsTableView;
-    QPointer<TableView> songDetailsTableView;
-    QPointer<TableView> midiMessageTableView;
-    // The row view "RowView", made by the window (the setlist row form); not owned.
-    TableRowView* rowView = nullptr;
-    std::function<void(qsizetype)> updateAllSongDetailView;
-
     QList<ManagedObject*> songsArrayToCheck;
     QList<ManagedObject*> currentSetlistArrayToCheck;
     QList<ManagedObject*> filteredArray;
@@ -80,6 +80,9 @@ public:
     static qsizetype draggedRowFirst, draggedRowLength;
 
 private:
+    // Registers the table for its row type, moves for drags inside the application, and
+    // listens for right clicks.
+    void awakeFromNib();
     bool acceptSongCopy(TableView* tableView, DraggingInfo& info, qsizetype row);
     bool acceptFiles(TableView* tableView, DraggingInfo& info, qsizetype row,
                      DropOperation operation);
@@ -91,6 +94,17 @@ private:
     void selectDropRow(TableView* tableView, qsizetype row);
 
     QPointer<ObjectContext> context_;
+    LibraryFilter* filter_;
+    QPointer<TableView> setlistTableView;
+    QPointer<ArrayController> arrayController;
+    QPointer<ArrayController> allSetlistsArrayController;
+    QPointer<ArrayController> allSongsArrayController;
+    QPointer<TableView> aSongsTableView;
+    QPointer<TableView> myTopListOfSetlistsTableView;
+    QPointer<TableView> songDetailsTableView;
+    QPointer<TableView> midiMessageTableView;
+    TableRowView* rowView;
+    std::function<void(qsizetype)> updateAllSongDetailView;
     QFrame* fileNamePopover_;
     QLabel* songFileInfo_;
 };

@@ -1,12 +1,10 @@
 #include "midi/MidiServices.h"
 
+#include "midi/MidiLog.h"
+
 #include "midi/backends/alsa/AlsaMidiServices.h"
 #include "midi/backends/jack/JackMidiServices.h"
 #include "midi/backends/none/NullMidiServices.h"
-
-#include <QLoggingCategory>
-
-Q_LOGGING_CATEGORY(lcMidi, "gigmora.midi")
 
 std::unique_ptr<MidiServices> MidiServices::createDefault() {
     const QByteArray choice = qgetenv("GIGMORA_MIDI").toLower();

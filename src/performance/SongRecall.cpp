@@ -4,10 +4,10 @@
 #include "library/FetchRequest.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
+#include "library/ProjectKind.h"
 #include "midi/MainMidi.h"
 #include "platform/MainQueue.h"
 #include "platform/NotificationCenter.h"
-#include "platform/PathUtilities.h"
 #include "platform/RangeError.h"
 #include "platform/TableView.h"
 #include "platform/Workspace.h"
@@ -23,11 +23,15 @@ ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype index) {
 }
 
 bool isProject(const QVariant& path) {
-    return PathUtilities::pathExtension(path.toString()) == SongRecall::kProjectExtension;
+    return ProjectKind::isProject(path.toString());
 }
 } // namespace
 
-SongRecall::SongRecall(QObject* parent) : QObject(parent) {}
+SongRecall::SongRecall(const Dependencies& d, QObject* parent)
+    : QObject(parent), setlistTableView(d.setlistTableView), aSongsTableView(d.aSongsTableView),
+      notificationSender(d.notificationSender), mainMidiObject(d.mainMidiObject),
+      sharedPrefs(d.sharedPrefs), context(d.context), returnFilteredArray(d.returnFilteredArray),
+      window(d.window) {}
 
 qint64 SongRecall::waitingFlag() const {
     return waitingMidiMessage && !waitingMidiMessage->isEmpty()
@@ -42,8 +46,7 @@ ArrayController* SongRecall::currentSetlistController() const {
 }
 
 void SongRecall::redisplay() {
-    for (QWidget* w : {mainView.data(), performanceView.data(), editView.data()})
-        if (w) w->update();
+    if (window) window->update(); // the main view and the mode views in it
 }
 
 void SongRecall::closeAndScheduleOpening() {

@@ -21,11 +21,21 @@ class QWidget;
 class SongRecall : public QObject {
     Q_OBJECT
 public:
-    static inline const QString kProjectExtension = QStringLiteral("logicx");
     static inline const QString kApplication = QStringLiteral("Logic Pro X.app");
     static inline const QString kBlank = QStringLiteral("blank");
 
-    explicit SongRecall(QObject* parent = nullptr);
+    struct Dependencies {
+        TableView* setlistTableView = nullptr; // the current setlist's table
+        TableView* aSongsTableView = nullptr;  // the song list
+        QObject* notificationSender = nullptr;
+        MainMidi* mainMidiObject = nullptr;
+        Prefs* sharedPrefs = nullptr;
+        ObjectContext* context = nullptr;
+        // The song list's rows: every project once, in the list's order.
+        std::function<QList<ManagedObject*>()> returnFilteredArray;
+        QWidget* window = nullptr; // redisplayed after a step back, and positioned
+    };
+    explicit SongRecall(const Dependencies& dependencies, QObject* parent = nullptr);
 
     void runMyScriptInController();
     void reverseMyScriptInController();
@@ -40,17 +50,6 @@ public:
     // visible area's top-right corner (top-left origin, y down).
     static QPoint topRightOrigin(const QRect& visibleArea, const QSize& windowSize);
 
-    // Outlets, set by the application controller.
-    QPointer<TableView> setlistTableView;
-    QPointer<TableView> aSongsTableView;
-    QPointer<QObject> notificationSender;
-    QPointer<MainMidi> mainMidiObject;
-    Prefs* sharedPrefs = nullptr;
-    QPointer<ObjectContext> context;
-    // The song list's rows: every project once, in the list's order.
-    std::function<QList<ManagedObject*>()> returnFilteredArray;
-    QPointer<QWidget> mainView, performanceView, editView, window;
-
     QVariant kAsNumber;
     QVariant controllerFileToOpen;
     QVariant selectedScript;
@@ -64,7 +63,17 @@ signals:
 
 private:
     ArrayController* currentSetlistController() const;
+
     void redisplay();
     void closeAndScheduleOpening();
     void openWithDaw();
+
+    QPointer<TableView> setlistTableView;
+    QPointer<TableView> aSongsTableView;
+    QPointer<QObject> notificationSender;
+    QPointer<MainMidi> mainMidiObject;
+    Prefs* sharedPrefs;
+    QPointer<ObjectContext> context;
+    std::function<QList<ManagedObject*>()> returnFilteredArray;
+    QPointer<QWidget> window;
 };

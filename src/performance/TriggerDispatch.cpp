@@ -7,7 +7,9 @@
 #include "platform/NotificationCenter.h"
 #include "settings/Prefs.h"
 
-TriggerDispatch::TriggerDispatch(QObject* parent) : QObject(parent) {}
+TriggerDispatch::TriggerDispatch(const Dependencies& d, QObject* parent)
+    : QObject(parent), recall(d.recall), sharedPrefs(d.sharedPrefs),
+      notificationSender(d.notificationSender) {}
 
 void TriggerDispatch::checkMidi() {
     NotificationCenter::defaultCenter().post("MidiReceived", notificationSender);

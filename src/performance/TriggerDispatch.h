@@ -14,7 +14,12 @@ public:
     static constexpr int kNextSongProgram = 127;
     static constexpr int kSpacebarNote = 72;
 
-    explicit TriggerDispatch(QObject* parent = nullptr);
+    struct Dependencies {
+        SongRecall* recall = nullptr;
+        Prefs* sharedPrefs = nullptr;
+        QObject* notificationSender = nullptr;
+    };
+    explicit TriggerDispatch(const Dependencies& dependencies, QObject* parent = nullptr);
 
     void checkMidi();
     void checkMidiWithSysex();
@@ -23,7 +28,8 @@ public:
     void spaceBar() {}
     void checkForActive();
 
+private:
     QPointer<SongRecall> recall;
-    Prefs* sharedPrefs = nullptr;
+    Prefs* sharedPrefs;
     QPointer<QObject> notificationSender;
 };

@@ -1,11 +1,11 @@
 #include "performance/midiMessageTableViewController.h"
 
 #include "library/ArrayController.h"
-#include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
+#include "library/ProjectRecords.h"
 #include "midi/MainMidi.h"
 #include "platform/RangeError.h"
 #include "platform/TableColumn.h"
@@ -13,11 +13,13 @@
 
 #include <QWidget>
 
-midiMessageTableViewController::midiMessageTableViewController(QObject* parent) : QObject(parent) {}
-
-void midiMessageTableViewController::awakeFromNib(ObjectContext* context) {
-    midiMessageObjectContext = context;
-}
+midiMessageTableViewController::midiMessageTableViewController(const Dependencies& d,
+                                                               QObject* parent)
+    : QObject(parent), midiMessageObjectContext(d.context),
+      allSongsArrayController(d.allSongsArrayController), allSongsDetailView(d.allSongsDetailView),
+      midiMessageTableView(d.midiMessageTableView), engine(d.engine),
+      returnFilteredArray(d.returnFilteredArray), filter(d.filter), shownModeView(d.shownModeView),
+      songDetailsView(d.songDetailsView) {}
 
 QList<TableColumn> midiMessageTableViewController::columns() {
     TableColumn type{"messagetype", "Type", true, TableColumn::Cell::PopUp};
@@ -50,16 +52,12 @@ ManagedObject* midiMessageTableViewController::selectedSong() {
 
 QList<ManagedObject*> midiMessageTableViewController::recordsOfPath(ManagedObject* song) const {
     if (!midiMessageObjectContext) return {};
-    return midiMessageObjectContext->executeFetchRequest(
-        {"Song", Predicate::withFormat("path == %@", {song->value("path")}), {}, 0});
+    return ProjectRecords::of(*midiMessageObjectContext, song->value("path"));
 }
 
 qsizetype midiMessageTableViewController::numberOfRowsInTableView(TableView*) {
     // Only the view shown now counts: after a visit to song details, editing shows none.
-    masterSubview = nullptr;
-    if (masterView)
-        for (QWidget* v : masterView->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
-            if (v == performanceView || v == editView || v == songDetailsView) masterSubview = v;
+    masterSubview = shownModeView ? shownModeView() : nullptr;
     if (!masterSubview || masterSubview != songDetailsView) return 0;
     if (allSongsArrayController) allSongsArrayController->fetch();
     if (!allSongsDetailView || allSongsDetailView->selectedRow() < 0) return 0;

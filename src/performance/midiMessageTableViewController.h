@@ -21,12 +21,25 @@ class QWidget;
 class midiMessageTableViewController : public QObject, public TableViewDataSource {
     Q_OBJECT
 public:
-    explicit midiMessageTableViewController(QObject* parent = nullptr);
+    struct Dependencies {
+        ObjectContext* context = nullptr;
+        ArrayController* allSongsArrayController = nullptr;
+        TableView* allSongsDetailView = nullptr;   // the song picker
+        TableView* midiMessageTableView = nullptr; // this table
+        MainMidi* engine = nullptr;
+        // The song list's rows, and the library's kept de-duplication.
+        std::function<QList<ManagedObject*>()> returnFilteredArray;
+        LibraryFilter* filter = nullptr;
+        // The mode view the window shows now (asked of the mode switch), and song details'.
+        std::function<QWidget*()> shownModeView;
+        QWidget* songDetailsView = nullptr;
+    };
+    explicit midiMessageTableViewController(const Dependencies& dependencies,
+                                            QObject* parent = nullptr);
 
     // Message kind, destination, channel, program or controller number, controller value.
     static QList<TableColumn> columns();
 
-    void awakeFromNib(ObjectContext* context);
     void viewDidLoad() {}
     qsizetype numberOfRowsInTableView(TableView* tableView) override;
     QVariant objectValue(TableView* tableView, const QString& column, qsizetype row) override;
@@ -44,18 +57,17 @@ public:
     ManagedObject* midiMessageToReturn = nullptr;
     QPointer<QWidget> masterSubview;
 
-    // Outlets and what the application controller provides.
-    QPointer<ArrayController> allSongsArrayController;
-    QPointer<TableView> allSongsDetailView;
-    QPointer<TableView> midiMessageTableView;
-    QPointer<QWidget> masterView, songDetailsView, editView, performanceView;
-    QPointer<MainMidi> engine;
-    std::function<QList<ManagedObject*>()> returnFilteredArray;
-    // The library's kept de-duplication, worked out again only when the list changed.
-    LibraryFilter* filter = nullptr;
-
 private:
     ManagedObject* selectedSong();
     QList<ManagedObject*> recordsOfPath(ManagedObject* song) const;
     void saveAndReload();
+
+    QPointer<ArrayController> allSongsArrayController;
+    QPointer<TableView> allSongsDetailView;
+    QPointer<TableView> midiMessageTableView;
+    QPointer<MainMidi> engine;
+    std::function<QList<ManagedObject*>()> returnFilteredArray;
+    LibraryFilter* filter;
+    std::function<QWidget*()> shownModeView;
+    QPointer<QWidget> songDetailsView;
 };

@@ -1,10 +1,8 @@
 #include "platform/Guard.h"
 
+#include "platform/PlatformLog.h"
+
 #include "platform/PlatformError.h"
-
-#include <QLoggingCategory>
-
-Q_LOGGING_CATEGORY(lcGuard, "gigmora.platform")
 
 namespace guard_detail {
 void logPlatformError(const char* where, const std::exception& e) {

@@ -1,12 +1,11 @@
 #include "platform/KeyboardEvents.h"
 
-#include <QLoggingCategory>
+#include "platform/PlatformLog.h"
+
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 #include <memory>
-
-Q_LOGGING_CATEGORY(lcKeys, "gigmora.keyboard")
 
 namespace {
 struct DisplayClose {

@@ -1,16 +1,15 @@
 #include "platform/Workspace.h"
 
+#include "platform/PlatformLog.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QLoggingCategory>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTextStream>
 #include <QUrl>
-
-Q_LOGGING_CATEGORY(lcWorkspace, "gigmora.workspace")
 
 namespace {
 // The [Desktop Entry] group's keys, with the value escapes (\s \n \t \r \\) resolved.

@@ -1,12 +1,10 @@
 #include "settings/Storage.h"
 
+#include "settings/SettingsLog.h"
+
 #include "platform/KeyedArchiver.h"
 #include "platform/KeyedUnarchiver.h"
 #include "platform/NumberValue.h"
-
-#include <QLoggingCategory>
-
-Q_LOGGING_CATEGORY(lcStorage, "gigmora.settings")
 
 namespace {
 // Every object in the record is a number; anything else (a list, a string, a date) is left

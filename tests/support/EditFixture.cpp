@@ -67,13 +67,13 @@ QList<ManagedObject*> EditFixture::setlistSongs() {
 }
 
 TableView* EditFixture::songList() {
-    return app->window()->aSongsTableView;
+    return app->window()->editView()->allSongsTableView();
 }
 TableView* EditFixture::setlistTable() {
-    return app->window()->setlistTableView;
+    return app->window()->editView()->setlistTableView();
 }
 TableView* EditFixture::setlistsTable() {
-    return app->window()->myTopListOfSetlistsTableView;
+    return app->window()->editView()->topListOfSetlistsTableView();
 }
 
 QPoint EditFixture::rowPoint(TableView* table, qsizetype row, double fraction) {

@@ -1,6 +1,12 @@
 #pragma once
 
 #include "app/AppDelegate.h"
+#include "app/EditView.h"
+#include "app/MainWindow.h"
+#include "app/PerformanceView.h"
+#include "app/SongDetailsView.h"
+#include "platform/SegmentedControl.h"
+#include "platform/TableView.h"
 #include "support/ScriptedAlerts.h"
 #include "support/ScriptedOpenPanel.h"
 

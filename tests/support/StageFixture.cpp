@@ -90,10 +90,10 @@ bool StageFixture::waitForCloseCommands(size_t count, int timeoutMs) {
 }
 
 qsizetype StageFixture::selectedSetlistRow() const {
-    return app->window()->setlistTableView->selectedRow();
+    return app->window()->editView()->setlistTableView()->selectedRow();
 }
 
 void StageFixture::selectSetlistRow(qsizetype row) {
-    app->window()->setlistTableView->selectRowIndexes({row}, false);
+    app->window()->editView()->setlistTableView()->selectRowIndexes({row}, false);
     processEvents();
 }

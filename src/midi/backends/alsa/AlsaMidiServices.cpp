@@ -1,8 +1,9 @@
 #include "midi/backends/alsa/AlsaMidiServices.h"
 
+#include "midi/MidiLog.h"
+
 #include "midi/backends/alsa/AlsaMidiCodec.h"
 
-#include <QLoggingCategory>
 #include <alsa/asoundlib.h>
 #include <cerrno>
 #include <poll.h>
@@ -10,8 +11,6 @@
 #include <time.h>
 #include <unistd.h>
 #include <vector>
-
-Q_LOGGING_CATEGORY(lcAlsa, "gigmora.midi.alsa", QtInfoMsg)
 
 namespace {
 constexpr size_t kMaxEvent = 0x10000;

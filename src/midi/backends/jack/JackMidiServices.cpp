@@ -1,8 +1,9 @@
 #include "midi/backends/jack/JackMidiServices.h"
 
+#include "midi/MidiLog.h"
+
 #include "midi/MidiMessageSplitter.h"
 
-#include <QLoggingCategory>
 #include <cerrno>
 #include <cstring>
 #include <jack/jack.h>
@@ -11,8 +12,6 @@
 #include <jack/ringbuffer.h>
 #include <jack/uuid.h>
 #include <time.h>
-
-Q_LOGGING_CATEGORY(lcJack, "gigmora.midi.jack", QtInfoMsg)
 
 namespace {
 constexpr size_t kRingSize = 1 << 20;

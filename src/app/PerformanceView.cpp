@@ -1,0 +1,47 @@
+#include "app/PerformanceView.h"
+
+#include "app/StageKeys.h"
+#include "platform/FontFaces.h"
+#include "ui_PerformanceView.h"
+
+PerformanceView::PerformanceView(QWidget* parent)
+    : QWidget(parent), ui_(std::make_unique<Ui::PerformanceView>()) {
+    ui_->setupUi(this);
+    setObjectName("performanceView");
+    setAutoFillBackground(true); // opaque over the edit screen
+    ui_->performanceBackgroundView->lower();
+    ui_->currentSetlist->setFont(FontFaces::font("Dosis-Bold", 28));
+    ui_->nextSongLabel->setFont(FontFaces::font("Dosis-Medium", 22));
+    connect(ui_->nextButton, &QPushButton::clicked, this, &PerformanceView::nextClicked);
+    connect(ui_->previousButton, &QPushButton::clicked, this, &PerformanceView::previousClicked);
+    connect(ui_->goButton, &QPushButton::clicked, this, &PerformanceView::goToProjectClicked);
+    connect(ui_->byNumberButton, &QPushButton::clicked, this,
+            &PerformanceView::recallByNumberClicked);
+    new StageKeys(this, ui_->nextButton, ui_->previousButton);
+}
+
+PerformanceView::~PerformanceView() = default;
+
+TableView* PerformanceView::runningOrder() const {
+    return ui_->performanceTableView;
+}
+
+QWidget* PerformanceView::backgroundView() const {
+    return ui_->performanceBackgroundView;
+}
+
+void PerformanceView::setSetlistName(const QString& name) {
+    ui_->currentSetlist->setText(name);
+}
+
+QString PerformanceView::setlistName() const {
+    return ui_->currentSetlist->text();
+}
+
+void PerformanceView::setNextSong(const QString& text) {
+    ui_->nextSongLabel->setText(text);
+}
+
+QString PerformanceView::nextSong() const {
+    return ui_->nextSongLabel->text();
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QWidget>
+#include <memory>
+
+class TableView;
+namespace Ui {
+class PerformanceView;
+}
+
+// The stage: the setlist's name, its running order, the next song and the four recall
+// buttons. It keeps the keyboard while shown; its stage keys click Next and Previous.
+class PerformanceView : public QWidget {
+    Q_OBJECT
+public:
+    explicit PerformanceView(QWidget* parent = nullptr);
+    ~PerformanceView() override;
+
+    TableView* runningOrder() const;
+    // The background image the mode switch positions (it is never added anywhere else).
+    QWidget* backgroundView() const;
+    void setSetlistName(const QString& name);
+    QString setlistName() const;
+    void setNextSong(const QString& text);
+    QString nextSong() const;
+
+signals:
+    void nextClicked();
+    void previousClicked();
+    void goToProjectClicked();
+    void recallByNumberClicked();
+
+private:
+    std::unique_ptr<Ui::PerformanceView> ui_;
+};

@@ -1,0 +1,3 @@
+#include "editing/EditingLog.h"
+
+Q_LOGGING_CATEGORY(lcSongs, "gigmora.songs")
