@@ -23,7 +23,7 @@ void TableItemDelegate::initStyleOption(QStyleOptionViewItem* option,
     option->textElideMode = c.elide;
     DataCell cell;
     guarded("dataCellForTableColumn", [&] {
-        TableView::Callback inside(table_);
+        TableView::Callback inside(table_->tableModel());
         cell = table_->dataCellForTableColumn(c, index.row());
     });
     if (cell.font) {

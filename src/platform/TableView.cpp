@@ -1,10 +1,9 @@
 #include "platform/TableView.h"
 
-#include "platform/DragActions.h"
 #include "platform/EditingRegistry.h"
 #include "platform/Guard.h"
-#include "platform/Pasteboard.h"
 #include "platform/RangeError.h"
+#include "platform/TableDragSource.h"
 #include "platform/TableDropTarget.h"
 #include "platform/TableItemDelegate.h"
 #include "platform/TableRowView.h"
@@ -12,11 +11,9 @@
 #include "platform/TableViewModel.h"
 
 #include <QApplication>
-#include <QDrag>
 #include <QDropEvent>
 #include <QHeaderView>
 #include <QItemSelectionModel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
@@ -25,18 +22,14 @@
 #include <QTimer>
 #include <cmath>
 
-TableView::Callback::Callback(const TableView* t) : table(const_cast<TableView*>(t)) {
-    ++table->callbackDepth_;
-}
-
-TableView::Callback::~Callback() {
-    if (--table->callbackDepth_ == 0 && table->reloadPending_) table->reloadData();
-}
-
 TableView::TableView(QWidget* parent)
     : QTableView(parent), model_(new TableViewModel(this)),
+      drags_(std::make_unique<TableDragSource>(*this)),
       drops_(std::make_unique<TableDropTarget>(*this)) {
     setModel(model_);
+    connect(model_, &TableViewModel::callbacksEnded, this, [this] {
+        if (reloadPending_) reloadData();
+    });
     setItemDelegate(new TableItemDelegate(this));
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::SingleSelection);
@@ -48,7 +41,10 @@ TableView::TableView(QWidget* parent)
     setWordWrap(false);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         guarded("tableViewSelectionDidChange", [this] {
-            rememberSelectedIdentities();
+            QList<int> rows;
+            for (const QModelIndex& i : selectionModel()->selectedRows())
+                rows << i.row();
+            model_->rememberRows(rows);
             tableSelectionChanged();
         });
     });
@@ -65,12 +61,13 @@ void TableView::setAutosaveName(const QString& name) {
 }
 
 void TableView::addTableColumn(const TableColumn& column) {
-    columns_ << column;
+    model_->addColumn(column);
     resetModel();
     QHeaderView* header = horizontalHeader();
     bool anyFixed = false;
-    for (int i = 0; i < columns_.size(); ++i) {
-        const int width = columns_[i].width;
+    const QList<TableColumn>& columns = model_->columns();
+    for (int i = 0; i < columns.size(); ++i) {
+        const int width = columns[i].width;
         anyFixed |= width > 0;
         header->setSectionResizeMode(i, width > 0 ? QHeaderView::Fixed : QHeaderView::Stretch);
         if (width > 0) header->resizeSection(i, width);
@@ -82,44 +79,58 @@ void TableView::addTableColumn(const QString& identifier, const QString& title, 
     addTableColumn(TableColumn{identifier, title, editable});
 }
 
+const QList<TableColumn>& TableView::tableColumns() const {
+    return model_->columns();
+}
+
 QStringList TableView::columnIdentifiers() const {
     QStringList ids;
-    for (const auto& c : columns_)
+    for (const auto& c : model_->columns())
         ids << c.identifier;
     return ids;
 }
 
 int TableView::columnWithIdentifier(const QString& identifier) const {
-    for (int i = 0; i < columns_.size(); ++i)
-        if (columns_[i].identifier == identifier) return i;
-    return -1;
+    return model_->columnWithIdentifier(identifier);
 }
 
 void TableView::setDataSource(TableViewDataSource* dataSource) {
-    dataSource_ = dataSource;
+    model_->setDataSource(dataSource);
     reloadData();
+}
+
+TableViewDataSource* TableView::dataSource() const {
+    return model_->dataSource();
+}
+
+ArrangedContent* TableView::boundContent() const {
+    return model_->content();
+}
+
+bool TableView::isBoundToSelection() const {
+    return model_->content() && selectionBound_;
 }
 
 void TableView::bind(const QString& binding, ArrangedContent* content, const QString&) {
     if (binding == QLatin1String("content")) {
-        if (content_) disconnect(content_, nullptr, this, nullptr);
-        content_ = content;
+        if (ArrangedContent* old = model_->content()) disconnect(old, nullptr, this, nullptr);
+        model_->setContent(content);
         connect(content, &ArrangedContent::arrangedObjectsChanged, this,
                 [this] { guarded("content changed", [this] { reloadData(); }); });
         connect(content, &ArrangedContent::selectionChanged, this,
                 [this] { guarded("selection changed", [this] { contentSelectionChanged(); }); });
         reloadData();
     } else if (binding == QLatin1String("selectionIndexes")) {
-        selectionBound_ = content == content_;
+        selectionBound_ = content == model_->content();
         contentSelectionChanged();
     }
 }
 
 BindingInfo TableView::infoForBinding(const QString& binding) const {
-    if (binding == QLatin1String("content") && content_)
-        return {content_.data(), QStringLiteral("arrangedObjects")};
-    if (binding == QLatin1String("selectionIndexes") && content_ && selectionBound_)
-        return {content_.data(), QStringLiteral("selectionIndexes")};
+    if (binding == QLatin1String("content") && model_->content())
+        return {model_->content(), QStringLiteral("arrangedObjects")};
+    if (binding == QLatin1String("selectionIndexes") && isBoundToSelection())
+        return {model_->content(), QStringLiteral("selectionIndexes")};
     return {};
 }
 
@@ -202,7 +213,7 @@ void TableView::reloadData() {
 void TableView::flushReload() {
     // Inside its own callbacks the table waits; the callback's end asks again. An open cell
     // editor is never thrown away by a reload: it waits for the edit to end.
-    if (!reloadPending_ || callbackDepth_ > 0 || updatesDepth_ > 0 || editor_) return;
+    if (!reloadPending_ || model_->insideCallback() || updatesDepth_ > 0 || edit_.isOpen()) return;
     reloadPending_ = false;
     resetModel();
 }
@@ -215,14 +226,14 @@ void TableView::resetModel() {
     syncing_ = true;
     model_->reset();
     syncing_ = false;
-    if (content_ && selectionBound_) {
+    if (isBoundToSelection()) {
         contentSelectionChanged();
         return;
     }
     const qsizetype count = model_->rowCount();
-    if (!selectedIdentities_.isEmpty()) {
+    if (model_->remembersRows()) {
         // The selection follows its records to their new rows, or ends with them.
-        kept = rowsWithRememberedIdentities(count);
+        kept = model_->rememberedRows();
     } else {
         // Rows without identities keep their numbers as far as they still exist.
         std::erase_if(kept, [&](qsizetype r) { return r >= count; });
@@ -232,37 +243,6 @@ void TableView::resetModel() {
     applySelection(after);
     syncing_ = false;
     if (after.indexes() != before.indexes()) emit selectionDidChange();
-}
-
-QVariant TableView::rowIdentity(qsizetype row) {
-    QVariant id;
-    if (dataSource_)
-        guarded("rowIdentity", [&] {
-            Callback inside(this);
-            id = dataSource_->rowIdentity(this, row);
-        });
-    return id;
-}
-
-void TableView::rememberSelectedIdentities() {
-    selectedIdentities_.clear();
-    if (!dataSource_) return;
-    for (const QModelIndex& i : selectionModel()->selectedRows()) {
-        const QVariant id = rowIdentity(i.row());
-        if (!id.isValid()) {
-            selectedIdentities_.clear();
-            return;
-        }
-        selectedIdentities_ << id;
-    }
-}
-
-std::vector<qsizetype> TableView::rowsWithRememberedIdentities(qsizetype count) {
-    std::vector<qsizetype> rows;
-    QList<QVariant> wanted = selectedIdentities_;
-    for (qsizetype r = 0; r < count && !wanted.isEmpty(); ++r)
-        if (wanted.removeOne(rowIdentity(r))) rows.push_back(r);
-    return rows;
 }
 
 void TableView::scrollRowToVisible(qsizetype row, bool animate) {
@@ -288,10 +268,6 @@ void TableView::scrollRowToVisible(qsizetype row, bool animate) {
     scrollAnimation_->start();
 }
 
-void TableView::beginUpdates() {
-    ++updatesDepth_;
-}
-
 void TableView::moveRowAtIndex(qsizetype from, qsizetype to) {
     // The data has moved already; the selection follows the row it was on.
     IndexSet moved;
@@ -313,12 +289,8 @@ void TableView::endUpdates() {
     if (updatesDepth_ > 0 && --updatesDepth_ == 0 && reloadPending_) {
         const IndexSet selection = currentSelection();
         flushReload();
-        if (!(content_ && selectionBound_)) applySelection(selection);
+        if (!isBoundToSelection()) applySelection(selection);
     }
-}
-
-void TableView::setSortDescriptors(const QList<SortDescriptor>& descriptors) {
-    sortDescriptors_ = descriptors;
 }
 
 void TableView::registerForDraggedTypes(const QStringList& types) {
@@ -356,18 +328,6 @@ void TableView::setPaintsSelection(bool paints) {
     setPalette(p);
 }
 
-void TableView::setMenu(QMenu* menu) {
-    menu_ = menu;
-}
-
-QMenu* TableView::menu() const {
-    return menu_;
-}
-
-QMenu* TableView::menuForEvent(QContextMenuEvent*) {
-    return menu_;
-}
-
 DataCell TableView::dataCellForTableColumn(const TableColumn& column, qsizetype row) {
     return delegate_ ? delegate_->dataCellForTableColumn(this, column, row) : DataCell{};
 }
@@ -377,56 +337,34 @@ bool TableView::hasKeyFocus() const {
 }
 
 bool TableView::commitEditing() {
-    if (!editor_) return true;
-    QWidget* editor = editor_;
+    if (!edit_.isOpen()) return true;
+    QWidget* editor = edit_.editor();
     commitData(editor);
     closeEditor(editor, QAbstractItemDelegate::NoHint);
     return true;
 }
 
 void TableView::editorOpened(QWidget* editor, const QModelIndex& index) {
-    editor_ = editor;
-    editingIndex_ = index;
-    hasPendingValue_ = false;
+    edit_.opened(editor, index);
 }
 
 void TableView::commitData(QWidget* editor) {
-    if (editor != editor_) {
+    if (!edit_.owns(editor)) {
         QTableView::commitData(editor);
         return;
     }
-    // Whatever ends the edit (Return, a click elsewhere, a save, a quit), text that Return
-    // would refuse is dropped and the cell keeps its value.
-    if (auto* field = qobject_cast<QLineEdit*>(editor); field && field->validator()) {
-        if (!field->hasAcceptableInput()) {
-            QString text = field->text();
-            field->validator()->fixup(text);
-            field->setText(text);
-        }
-        if (!field->hasAcceptableInput()) {
-            hasPendingValue_ = false;
-            return;
-        }
-    }
-    // Kept until the editor is closed: the data source may show an alert about the value.
     auto* cells = static_cast<TableItemDelegate*>(itemDelegate());
-    pendingValue_ = cells->valueFrom(editor);
-    hasPendingValue_ = true;
+    edit_.take(editor, [cells](QWidget* e) { return cells->valueFrom(e); });
 }
 
 void TableView::closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) {
-    const bool mine = editor == editor_;
-    const QPersistentModelIndex index = editingIndex_;
-    const QVariant value = pendingValue_;
-    const bool commit = mine && hasPendingValue_;
-    if (mine) {
-        editor_ = nullptr;
-        hasPendingValue_ = false;
-    }
+    const bool mine = edit_.owns(editor);
+    const TableCellEdit::Ended ended = mine ? edit_.close() : TableCellEdit::Ended{};
     QTableView::closeEditor(editor, hint);
     if (!mine) return;
     guarded("controlTextDidEndEditing", [&] {
-        if (commit && index.isValid()) model_->setData(index, value, Qt::EditRole);
+        if (ended.commit && ended.index.isValid())
+            model_->setData(ended.index, ended.value, Qt::EditRole);
         textDidEndEditing();
     });
     if (reloadPending_) reloadData(); // what waited for the edit
@@ -470,43 +408,17 @@ QItemSelectionModel::SelectionFlags TableView::selectionCommand(const QModelInde
 }
 
 void TableView::mousePressEvent(QMouseEvent* event) {
-    pressPoint_ = event->position().toPoint();
-    pressRow_ = event->button() == Qt::LeftButton ? rowAt(pressPoint_.y()) : -1;
+    drags_->press(event);
     QTableView::mousePressEvent(event);
 }
 
 void TableView::mouseMoveEvent(QMouseEvent* event) {
-    const bool dragging = (event->buttons() & Qt::LeftButton) && pressRow_ >= 0 && delegate_ &&
-                          !editor_ &&
-                          (event->position().toPoint() - pressPoint_).manhattanLength() >=
-                              QApplication::startDragDistance();
-    if (!dragging) {
-        QTableView::mouseMoveEvent(event);
-        return;
-    }
-    guarded("dragging rows", [&] { startRowDrag(pressPoint_); });
-    pressRow_ = -1;
+    if (!drags_->move(event)) QTableView::mouseMoveEvent(event);
 }
 
 void TableView::mouseReleaseEvent(QMouseEvent* event) {
-    pressRow_ = -1;
+    drags_->release();
     QTableView::mouseReleaseEvent(event);
-}
-
-void TableView::startRowDrag(const QPoint& at) {
-    // From the row under the pointer, selected or not; with it the rest of a selection it
-    // belongs to.
-    const IndexSet selected = currentSelection();
-    const IndexSet rows = selected.contains(pressRow_) ? selected : IndexSet{pressRow_};
-    Pasteboard pasteboard;
-    if (!delegate_->writeRowsWithIndexes(this, rows, pasteboard)) return;
-    auto* drag = new QDrag(this); // deleted by Qt when the drag ends
-    drag->setMimeData(pasteboard.takeMimeData());
-    delegate_->draggingSessionWillBeginAtPoint(this, at, rows);
-    // The rows stay where they are whatever the drop did: moving them is the controller's.
-    const Qt::DropAction done = drag->exec(DragActions::actionsFor(localMask_), Qt::CopyAction);
-    delegate_->draggingSessionEndedAtPoint(this, viewport()->mapFromGlobal(QCursor::pos()),
-                                           DragActions::maskFor(done));
 }
 
 void TableView::dragEnterEvent(QDragEnterEvent* event) {
@@ -533,18 +445,18 @@ void TableView::contextMenuEvent(QContextMenuEvent* event) {
 
 void TableView::tableSelectionChanged() {
     if (syncing_) return;
-    if (content_ && selectionBound_) {
+    if (isBoundToSelection()) {
         syncing_ = true;
-        content_->setSelectionIndexes(currentSelection());
+        model_->content()->setSelectionIndexes(currentSelection());
         syncing_ = false;
     }
     emit selectionDidChange();
 }
 
 void TableView::contentSelectionChanged() {
-    if (!content_ || !selectionBound_ || syncing_) return;
+    if (!isBoundToSelection() || syncing_) return;
     syncing_ = true;
-    applySelection(content_->selectionIndexes());
+    applySelection(model_->content()->selectionIndexes());
     syncing_ = false;
     emit selectionDidChange();
 }

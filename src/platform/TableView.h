@@ -3,18 +3,20 @@
 #include "platform/ArrangedContent.h"
 #include "platform/DragOperation.h"
 #include "platform/IndexSet.h"
+#include "platform/TableCellEdit.h"
 #include "platform/TableColumn.h"
 #include "platform/TableViewDelegate.h"
+#include "platform/TableViewModel.h"
 
+#include <QMenu>
 #include <QPointer>
 #include <QTableView>
 #include <memory>
 
-class QMenu;
 class QPropertyAnimation;
+class TableDragSource;
 class TableDropTarget;
 class TableViewDataSource;
-class TableViewModel;
 
 // A table in the terms the controllers use: column objects, rows from a data source or bound
 // to arranged content (with its selection), a delegate for selection, drags, drops, row views
@@ -38,18 +40,18 @@ public:
 
     void addTableColumn(const TableColumn& column);
     void addTableColumn(const QString& identifier, const QString& title, bool editable = false);
-    const QList<TableColumn>& tableColumns() const { return columns_; }
+    const QList<TableColumn>& tableColumns() const;
     QStringList columnIdentifiers() const;
     int columnWithIdentifier(const QString& identifier) const;
 
     void setDataSource(TableViewDataSource* dataSource);
-    TableViewDataSource* dataSource() const { return dataSource_; }
+    TableViewDataSource* dataSource() const;
     void setDelegate(TableViewDelegate* delegate) { delegate_ = delegate; }
     TableViewDelegate* delegate() const { return delegate_; }
     // "content" to arranged objects, "selectionIndexes" to their selection.
     void bind(const QString& binding, ArrangedContent* content, const QString& keyPath);
     BindingInfo infoForBinding(const QString& binding) const;
-    ArrangedContent* boundContent() const { return content_; }
+    ArrangedContent* boundContent() const;
 
     qsizetype numberOfRows();
     qsizetype selectedRow(); // -1 without a selection
@@ -66,11 +68,13 @@ public:
     void scrollRowToVisible(qsizetype row, bool animate = false);
     QPropertyAnimation* scrollAnimation() const { return scrollAnimation_; }
     void setNeedsDisplay() { viewport()->update(); }
-    void beginUpdates();
+    void beginUpdates() { ++updatesDepth_; }
     void moveRowAtIndex(qsizetype from, qsizetype to);
     void endUpdates();
 
-    void setSortDescriptors(const QList<SortDescriptor>& descriptors);
+    void setSortDescriptors(const QList<SortDescriptor>& descriptors) {
+        sortDescriptors_ = descriptors;
+    }
     const QList<SortDescriptor>& sortDescriptors() const { return sortDescriptors_; }
 
     void registerForDraggedTypes(const QStringList& types);
@@ -84,10 +88,10 @@ public:
     qsizetype dropRow() const;
     DropOperation dropOperation() const;
 
-    void setMenu(QMenu* menu);
-    QMenu* menu() const;
+    void setMenu(QMenu* menu) { menu_ = menu; }
+    QMenu* menu() const { return menu_; }
     // The context menu for a right click; none shows nothing.
-    virtual QMenu* menuForEvent(QContextMenuEvent* event);
+    virtual QMenu* menuForEvent(QContextMenuEvent*) { return menu_; }
     virtual DataCell dataCellForTableColumn(const TableColumn& column, qsizetype row);
     // Whether Qt paints its own selection highlight; off where rows draw their own.
     void setPaintsSelection(bool paints);
@@ -99,7 +103,12 @@ public:
     bool hasKeyFocus() const;
     // Commits an open cell editor; false when the edit was refused.
     bool commitEditing();
-    bool isEditing() const { return editor_ != nullptr; }
+    bool isEditing() const { return edit_.isOpen(); }
+    // The cell delegate's word that an editor has opened on `index`.
+    void editorOpened(QWidget* editor, const QModelIndex& index);
+    // Marks one of the table's own callbacks: a reload asked for meanwhile waits for its end.
+    using Callback = TableViewModel::Callback;
+    const TableViewModel* tableModel() const { return model_; }
 
 signals:
     void selectionDidChange();
@@ -125,36 +134,19 @@ protected:
     void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
 
 private:
-    friend class TableViewModel;
-    friend class TableItemDelegate;
-    // Marks the table's own callbacks, during which a reload waits.
-    struct Callback {
-        explicit Callback(const TableView* t);
-        ~Callback();
-        TableView* table;
-    };
     void flushReload();
+    bool isBoundToSelection() const;
     IndexSet currentSelection() const; // as Qt has it now, without a pending reload
     void resetModel();
     void tableSelectionChanged();
     void contentSelectionChanged();
     void applySelection(const IndexSet& rows);
-    // The identities of the selected rows, taken while the rows are still what was selected.
-    void rememberSelectedIdentities();
-    std::vector<qsizetype> rowsWithRememberedIdentities(qsizetype count);
-    QVariant rowIdentity(qsizetype row);
-    void editorOpened(QWidget* editor, const QModelIndex& index);
-    void startRowDrag(const QPoint& at);
 
     QString autosaveName_;
-    QList<TableColumn> columns_;
-    TableViewDataSource* dataSource_ = nullptr;
     TableViewDelegate* delegate_ = nullptr;
-    QPointer<ArrangedContent> content_;
     bool selectionBound_ = false;
     bool syncing_ = false;
     TableViewModel* model_;
-    int callbackDepth_ = 0;
     bool reloadPending_ = false;
     bool reloadScheduled_ = false;
     int updatesDepth_ = 0;
@@ -162,15 +154,10 @@ private:
     QList<SortDescriptor> sortDescriptors_;
     uint32_t localMask_ = DragOperationEvery;
     uint32_t remoteMask_ = DragOperationCopy;
-    QPoint pressPoint_;
-    qsizetype pressRow_ = -1;
+    std::unique_ptr<TableDragSource> drags_;
     std::unique_ptr<TableDropTarget> drops_;
     QPointer<QMenu> menu_;
     bool paintsSelection_ = true;
     int cellInset_ = 0;
-    QList<QVariant> selectedIdentities_;
-    QPointer<QWidget> editor_;
-    QPersistentModelIndex editingIndex_;
-    QVariant pendingValue_;
-    bool hasPendingValue_ = false;
+    TableCellEdit edit_;
 };
