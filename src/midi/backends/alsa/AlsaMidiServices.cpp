@@ -106,7 +106,7 @@ OSStatus AlsaMidiServices::clientCreate(const QString& name, MIDINotifyProc noti
                              SND_SEQ_PORT_SYSTEM_ANNOUNCE);
     notifyProc_ = notifyProc;
     notifyRefCon_ = notifyRefCon;
-    clientRef_ = nextRef_++;
+    clientRef_ = endpoints_.newRef();
     ++generation_;
     if (outClient) *outClient = clientRef_;
     receiver_ = std::thread([this] { receiveLoop(); });
@@ -143,8 +143,7 @@ OSStatus AlsaMidiServices::createEndpoint(MIDIClientRef client, const QString& n
                                                 SND_SEQ_PORT_TYPE_APPLICATION);
     }
     if (e.port < 0) return kMIDIInvalidPort;
-    const MIDIEndpointRef ref = nextRef_++;
-    endpoints_.insert(ref, e);
+    const MIDIEndpointRef ref = endpoints_.insert(e);
     if (outEndpoint) *outEndpoint = ref;
     restorePending_ = true; // a rebuilt port gets its remembered subscriptions back
     return kMidiNoErr;
@@ -164,38 +163,30 @@ OSStatus AlsaMidiServices::sourceCreate(MIDIClientRef client, const QString& nam
 OSStatus AlsaMidiServices::objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
                                                     int32_t value) {
     std::lock_guard lock(mutex_);
-    auto it = endpoints_.find(obj);
-    if (it == endpoints_.end() || property != MidiProperty::UniqueID) return kMIDIObjectNotFound;
-    it->hasUniqueID = true;
-    it->uniqueID = value;
-    return kMidiNoErr;
+    if (property != MidiProperty::UniqueID) return kMIDIObjectNotFound;
+    return endpoints_.setUniqueID(obj, value);
 }
 
 OSStatus AlsaMidiServices::objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
                                                     int32_t* outValue) {
     std::lock_guard lock(mutex_);
-    auto it = endpoints_.find(obj);
-    if (it == endpoints_.end() || property != MidiProperty::UniqueID || !it->hasUniqueID)
-        return kMIDIObjectNotFound;
-    *outValue = it->uniqueID;
-    return kMidiNoErr;
+    if (property != MidiProperty::UniqueID) return kMIDIObjectNotFound;
+    return endpoints_.uniqueID(obj, outValue);
 }
 
 OSStatus AlsaMidiServices::objectSetStringProperty(MIDIObjectRef obj, MidiProperty property,
                                                    const QString& value) {
     std::lock_guard lock(mutex_);
-    auto it = endpoints_.find(obj);
-    if (it == endpoints_.end() || property != MidiProperty::Model) return kMIDIObjectNotFound;
-    it->model = value;
-    return kMidiNoErr;
+    if (property != MidiProperty::Model) return kMIDIObjectNotFound;
+    return endpoints_.setModel(obj, value);
 }
 
 OSStatus AlsaMidiServices::objectGetStringProperty(MIDIObjectRef obj, MidiProperty property,
                                                    QString* outValue) {
     std::lock_guard lock(mutex_);
-    auto it = endpoints_.find(obj);
-    if (it == endpoints_.end()) return kMIDIObjectNotFound;
-    *outValue = property == MidiProperty::Model ? it->model : it->name;
+    const Endpoint* e = endpoints_.find(obj);
+    if (!e) return kMIDIObjectNotFound;
+    *outValue = property == MidiProperty::Model ? e->model : e->name;
     return kMidiNoErr;
 }
 
@@ -203,7 +194,7 @@ OSStatus AlsaMidiServices::objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* 
                                                 MIDIObjectType* outType) {
     if (outObject) *outObject = 0;
     std::lock_guard lock(mutex_);
-    if (EndpointIdentity::find(endpoints_, id, outObject, outType)) return kMidiNoErr;
+    if (endpoints_.findByUniqueID(id, outObject, outType)) return kMidiNoErr;
     return kMIDIObjectNotFound;
 }
 
@@ -215,9 +206,9 @@ OSStatus AlsaMidiServices::received(MIDIEndpointRef source, const MidiPacketList
     int port = -1;
     {
         std::lock_guard lock(mutex_);
-        auto it = endpoints_.find(source);
-        if (!seq_ || it == endpoints_.end() || it->destination) return kMIDIInvalidPort;
-        port = it->port;
+        const Endpoint* e = endpoints_.find(source);
+        if (!seq_ || !e || e->destination) return kMIDIInvalidPort;
+        port = e->port;
     }
     std::lock_guard io(ioMutex_);
     if (!seq_ || !codec_) return kMIDIInvalidPort;
@@ -283,7 +274,7 @@ void AlsaMidiServices::subscriptionChanged(const snd_seq_event_t& ev, bool subsc
     {
         std::lock_guard lock(mutex_);
         const int self = seq_ ? snd_seq_client_id(seq_) : -1;
-        for (const auto& e : endpoints_) {
+        for (const auto& e : endpoints_.all()) {
             const snd_seq_addr_t& mine = e.destination ? dest : sender;
             if (mine.client == self && mine.port == e.port) {
                 own = e.name;
@@ -314,7 +305,7 @@ void AlsaMidiServices::restoreRoutes() {
     std::vector<Own> own;
     {
         std::lock_guard lock(mutex_);
-        for (const auto& e : endpoints_)
+        for (const auto& e : endpoints_.all())
             own.push_back({e.name, e.port, e.destination});
     }
     std::lock_guard io(ioMutex_);
@@ -427,7 +418,7 @@ void AlsaMidiServices::receiveLoop() {
             void* refCon = nullptr;
             {
                 std::lock_guard lock(mutex_);
-                for (const auto& e : endpoints_)
+                for (const auto& e : endpoints_.all())
                     if (e.destination && e.port == ev->dest.port) {
                         proc = e.readProc;
                         refCon = e.refCon;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "midi/EndpointIdentity.h"
+#include "midi/EndpointTable.h"
 #include "midi/MidiPacketList.h"
 #include "midi/MidiRoutes.h"
 #include "midi/MidiServices.h"
@@ -73,8 +73,7 @@ private:
     int announcePort_ = -1;
     int wakeFd_ = -1;
     MIDIClientRef clientRef_ = 0;
-    MIDIObjectRef nextRef_ = 1;
-    QHash<MIDIObjectRef, Endpoint> endpoints_;
+    EndpointTable<Endpoint> endpoints_;
     MIDINotifyProc notifyProc_ = nullptr;
     void* notifyRefCon_ = nullptr;
     MidiRoutes routes_;
