@@ -38,35 +38,35 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
       sharedPrefs_(std::make_unique<Prefs>()) {
     MidiHost::setApplicationDelegate(this);
     mainMidiObject_ = new MainMidi(*services_, this);
-    allSetlists_ = new ArrayController(this);
-    allSongs_ = new ArrayController(this);
-    currentSetlist_ = new ArrayController(this);
+    ArrayController* allSetlists = new ArrayController(this);
+    ArrayController* allSongs = new ArrayController(this);
+    ArrayController* currentSetlist = new ArrayController(this);
     // Binding the controllers to the library opens the store, as loading the window does; the
     // rest of the launch uses this one request, so a store that fails is reported once.
     ObjectContext* context = library_->managedObjectContext();
-    allSetlists_->setManagedObjectContext(context);
-    allSetlists_->setEntityName("Setlist");
-    allSetlists_->setSortDescriptors(LibraryStack::allSetlistsSortDescriptor());
-    allSongs_->setManagedObjectContext(context);
-    allSongs_->setEntityName("Song");
-    allSongs_->setSortDescriptors(LibraryStack::allSongsSortDescriptor());
-    currentSetlist_->setManagedObjectContext(context);
-    currentSetlist_->bindContentArray(allSetlists_, "song");
-    filter_ = std::make_unique<LibraryFilter>(allSongs_, allSetlists_, context);
+    allSetlists->setManagedObjectContext(context);
+    allSetlists->setEntityName("Setlist");
+    allSetlists->setSortDescriptors(LibraryStack::allSetlistsSortDescriptor());
+    allSongs->setManagedObjectContext(context);
+    allSongs->setEntityName("Song");
+    allSongs->setSortDescriptors(LibraryStack::allSongsSortDescriptor());
+    currentSetlist->setManagedObjectContext(context);
+    currentSetlist->bindContentArray(allSetlists, "song");
+    filter_ = std::make_unique<LibraryFilter>(allSongs, allSetlists, context);
+    controllers_ = {context, allSetlists, allSongs, currentSetlist, filter_.get()};
 
     window_ = std::make_unique<MainWindow>();
     MainWindow* w = window_.get();
-    modes_ = new ModeSwitch(w, allSongs_, allSetlists_, this);
+    modes_ = new ModeSwitch(w, allSongs, allSetlists, this);
     SongDetailsView* details = w->songDetailsView();
     const auto updateDetail = [this](qsizetype row) { updateAllSongDetailView(row); };
     editScreen_ = new EditScreen(
-        {w->editView(), w->menuBar(), context, allSetlists_, allSongs_, currentSetlist_,
-         filter_.get(), details->songPicker(), details->messageTable(),
+        {w->editView(), w->menuBar(), controllers_, details->songPicker(), details->messageTable(),
          [details](bool on) { details->setMidiOutControlsEnabled(on); }, updateDetail},
         this);
     songDetails_ =
-        new SongDetailsScreen({details, context, allSongs_, filter_.get(), editScreen_->songList(),
-                               mainMidiObject_, [this] { return modes_->shownModeView(); }},
+        new SongDetailsScreen({details, controllers_, editScreen_->songList(), mainMidiObject_,
+                               [this] { return modes_->shownModeView(); }},
                               this);
     recall_ = new SongRecall({w->editView()->setlistTableView(), w->editView()->allSongsTableView(),
                               this, mainMidiObject_, sharedPrefs_.get(), context,
@@ -166,8 +166,9 @@ void AppDelegate::keepASetlist() {
     undo->setUndoRegistrationEnabled(false);
     filter_->checkNumberOfSetlists();
     undo->setUndoRegistrationEnabled(recording);
-    if (allSetlists_->selectionIndexes().isEmpty() && !allSetlists_->arrangedObjects().isEmpty())
-        allSetlists_->setSelectionIndexes(IndexSet{0});
+    if (controllers_.allSetlists->selectionIndexes().isEmpty() &&
+        !controllers_.allSetlists->arrangedObjects().isEmpty())
+        controllers_.allSetlists->setSelectionIndexes(IndexSet{0});
 }
 
 void AppDelegate::modeShown(int tag) {
@@ -180,13 +181,13 @@ void AppDelegate::wireModes() {
     MainWindow* w = window_.get();
     TableView* order = w->performanceView()->runningOrder();
     order->addTableColumn("title", "Song");
-    order->bind("content", currentSetlist_, "arrangedObjects");
-    order->bind("selectionIndexes", currentSetlist_, "selectionIndexes");
+    order->bind("content", controllers_.currentSetlist, "arrangedObjects");
+    order->bind("selectionIndexes", controllers_.currentSetlist, "selectionIndexes");
     // Queued: a trigger moves the selection, and its close command goes out first.
     for (auto signal :
          {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
         connect(
-            currentSetlist_, signal, this,
+            controllers_.currentSetlist, signal, this,
             [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); },
             Qt::QueuedConnection);
     connect(modes_, &ModeSwitch::modeShown, this, &AppDelegate::modeShown);
@@ -216,7 +217,7 @@ void AppDelegate::openPreferences() {
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
-    allSongs_->fetch();
+    controllers_.allSongs->fetch();
     filter_->returnFilteredArray();
     filter_->checkNumberOfSetlists();
     filter_->checkNumberOfSongs();
@@ -233,9 +234,9 @@ void AppDelegate::applicationDidFinishLaunching() {
         const QSignalBlocker quiet(window_->activeButton());
         window_->activeButton()->setChecked(sharedPrefs_->prefsActive);
     }
-    connect(allSetlists_, &ArrangedContent::selectionChanged, this,
+    connect(controllers_.allSetlists, &ArrangedContent::selectionChanged, this,
             [this] { observeValueForKeyPath(); });
-    connect(currentSetlist_, &ArrangedContent::selectionChanged, this,
+    connect(controllers_.currentSetlist, &ArrangedContent::selectionChanged, this,
             [this] { observeValueForKeyPath(); });
     NotificationCenter::defaultCenter().addObserver(
         this, "blankSetlistNotification", [this](const Notification&) { blankSetlist(); });

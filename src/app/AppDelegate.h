@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/LibraryControllers.h"
 #include "midi/MidiHost.h"
 
 #include <QObject>
@@ -79,9 +80,9 @@ public:
     SongDetailsScreen* songDetails() const { return songDetails_; }
     TriggerDispatch* dispatch() const { return dispatch_; }
     LibraryFilter* filter() const { return filter_.get(); }
-    ArrayController* allSetlistsArrayController() const { return allSetlists_; }
-    ArrayController* allSongsArrayController() const { return allSongs_; }
-    ArrayController* currentSetlistArrayController() const { return currentSetlist_; }
+    ArrayController* allSetlistsArrayController() const { return controllers_.allSetlists; }
+    ArrayController* allSongsArrayController() const { return controllers_.allSongs; }
+    ArrayController* currentSetlistArrayController() const { return controllers_.currentSetlist; }
 
 signals:
     void quitRequested();
@@ -102,11 +103,10 @@ private:
     std::unique_ptr<Prefs> sharedPrefs_;
     // Children of this object, alive as long as it is.
     MainMidi* mainMidiObject_ = nullptr;
-    ArrayController* allSetlists_ = nullptr;
-    ArrayController* allSongs_ = nullptr;
-    ArrayController* currentSetlist_ = nullptr;
-    std::unique_ptr<MainWindow> window_;
     std::unique_ptr<LibraryFilter> filter_;
+    // The array controllers are children of this object; the filter is filter_.
+    LibraryControllers controllers_;
+    std::unique_ptr<MainWindow> window_;
     SongRecall* recall_ = nullptr;
     EditScreen* editScreen_ = nullptr;
     ModeSwitch* modes_ = nullptr;

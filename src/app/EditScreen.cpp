@@ -18,20 +18,21 @@
 EditScreen::EditScreen(const Dependencies& d, QObject* parent)
     : QObject(parent), view_(d.view), rowView_(std::make_unique<SetlistTableRowView>()),
       songList_(new AllSongsTableViewController(
-          {d.context, d.allSongs, d.filter, d.view->allSongsTableView(),
+          {d.library, d.view->allSongsTableView(),
            d.midiMessageTableView /* the song's detail table */, d.midiMessageTableView,
            d.setDetailControlsEnabled, d.updateAllSongDetailView},
-          this)),
-      setlist_(new DragableOrderedSetTableViewDelegate(
-          {d.context, d.filter, d.view->setlistTableView(), d.currentSetlist, d.allSetlists,
-           d.allSongs, d.view->allSongsTableView(), d.view->topListOfSetlistsTableView(),
-           d.songPicker, d.midiMessageTableView, rowView_.get(), d.updateAllSongDetailView},
-          this)),
-      setlists_(new DragableOrderedSetTableViewDelegate(
-          {d.context, d.filter, d.view->topListOfSetlistsTableView(), d.allSetlists, d.allSetlists,
-           d.allSongs, d.view->allSongsTableView(), d.view->topListOfSetlistsTableView(),
-           d.songPicker, d.midiMessageTableView, nullptr, d.updateAllSongDetailView},
           this)) {
+    const DragableOrderedSetTableViewDelegate::Tables tables{d.view->allSongsTableView(),
+                                                             d.view->topListOfSetlistsTableView(),
+                                                             d.songPicker, d.midiMessageTableView};
+    setlist_ = new DragableOrderedSetTableViewDelegate({d.library, d.view->setlistTableView(),
+                                                        d.library.currentSetlist, tables,
+                                                        rowView_.get(), d.updateAllSongDetailView},
+                                                       this);
+    setlists_ = new DragableOrderedSetTableViewDelegate(
+        {d.library, d.view->topListOfSetlistsTableView(), d.library.allSetlists, tables, nullptr,
+         d.updateAllSongDetailView},
+        this);
     bindTables(d);
     addCommands(d.menuBar);
 }
@@ -41,16 +42,16 @@ EditScreen::~EditScreen() = default;
 void EditScreen::bindTables(const Dependencies& d) {
     TableView* setlists = view_->topListOfSetlistsTableView();
     setlists->addTableColumn("name", "Setlists", true);
-    setlists->bind("content", d.allSetlists, "arrangedObjects");
-    setlists->bind("selectionIndexes", d.allSetlists, "selectionIndexes");
+    setlists->bind("content", d.library.allSetlists, "arrangedObjects");
+    setlists->bind("selectionIndexes", d.library.allSetlists, "selectionIndexes");
     setlists->setDelegate(setlists_);
     TableView* setlist = view_->setlistTableView();
     setlist->addTableColumn("title", "Song");
     TableColumn number{"midiIn", "#"};
     number.width = 48;
     setlist->addTableColumn(number);
-    setlist->bind("content", d.currentSetlist, "arrangedObjects");
-    setlist->bind("selectionIndexes", d.currentSetlist, "selectionIndexes");
+    setlist->bind("content", d.library.currentSetlist, "arrangedObjects");
+    setlist->bind("selectionIndexes", d.library.currentSetlist, "selectionIndexes");
     setlist->setDelegate(setlist_);
     TableView* songs = view_->allSongsTableView();
     for (const TableColumn& column : AllSongsTableViewController::columns())
@@ -58,7 +59,7 @@ void EditScreen::bindTables(const Dependencies& d) {
     songs->setSortDescriptors({{"midiIn", true}});
     songs->setDataSource(songList_);
     songs->setDelegate(songList_);
-    LibraryFilter* filter = d.filter;
+    LibraryFilter* filter = d.library.filter;
     connect(view_, &EditView::searchTextChanged, this, [filter](const QString& text) {
         guarded("changePredicate:", [&] { filter->changePredicate(text); });
     });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/EditView.h"
+#include "library/LibraryControllers.h"
 
 #include <QHash>
 #include <QObject>
@@ -8,10 +9,7 @@
 #include <memory>
 
 class AllSongsTableViewController;
-class ArrayController;
 class DragableOrderedSetTableViewDelegate;
-class LibraryFilter;
-class ObjectContext;
 class QAction;
 class QMenuBar;
 class SetlistTableRowView;
@@ -26,11 +24,7 @@ public:
     struct Dependencies {
         EditView* view = nullptr;
         QMenuBar* menuBar = nullptr; // gets the Library menu
-        ObjectContext* context = nullptr;
-        ArrayController* allSetlists = nullptr;
-        ArrayController* allSongs = nullptr;
-        ArrayController* currentSetlist = nullptr;
-        LibraryFilter* filter = nullptr;
+        LibraryControllers library;
         // Song details' tables, which the edit commands keep up to date.
         TableView* songPicker = nullptr;
         TableView* midiMessageTableView = nullptr;
@@ -54,7 +48,7 @@ private:
     EditView* view_;
     std::unique_ptr<SetlistTableRowView> rowView_;
     AllSongsTableViewController* songList_;
-    DragableOrderedSetTableViewDelegate* setlist_;
-    DragableOrderedSetTableViewDelegate* setlists_;
+    DragableOrderedSetTableViewDelegate* setlist_ = nullptr;
+    DragableOrderedSetTableViewDelegate* setlists_ = nullptr;
     QHash<QString, QAction*> actions_;
 };

@@ -14,11 +14,12 @@
 #include "platform/TableView.h"
 
 SongDetailsScreen::SongDetailsScreen(const Dependencies& d, QObject* parent)
-    : QObject(parent), view_(d.view), context_(d.context), filter_(d.filter), songList_(d.songList),
+    : QObject(parent), view_(d.view), context_(d.library.context), filter_(d.library.filter),
+      songList_(d.songList),
       messages_(new midiMessageTableViewController(
-          {d.context, d.allSongs, d.view->songPicker(), d.view->messageTable(), d.engine,
-           [filter = d.filter] { return filter->returnFilteredArray(); }, d.filter, d.shownModeView,
-           d.view},
+          {d.library.context, d.library.allSongs, d.view->songPicker(), d.view->messageTable(),
+           d.engine, [filter = filter_] { return filter->returnFilteredArray(); }, filter_,
+           d.shownModeView, d.view},
           this)) {
     // The same rows as the song list, but here a click picks the song.
     TableView* picker = view_->songPicker();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "library/LibraryControllers.h"
+
 #include <QObject>
 #include <QVariant>
 #include <functional>
@@ -20,9 +22,7 @@ class SongDetailsScreen : public QObject {
 public:
     struct Dependencies {
         SongDetailsView* view = nullptr;
-        ObjectContext* context = nullptr;
-        ArrayController* allSongs = nullptr;
-        LibraryFilter* filter = nullptr;
+        LibraryControllers library;
         AllSongsTableViewController* songList = nullptr; // the picker's rows and its switch
         MainMidi* engine = nullptr;
         std::function<QWidget*()> shownModeView; // asked of the mode switch

@@ -32,9 +32,9 @@ ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype row) {
 } // namespace
 
 AllSongsTableViewController::AllSongsTableViewController(const Dependencies& d, QObject* parent)
-    : QObject(parent), context_(d.context), allSongs_(d.allSongsArrayController), filter_(d.filter),
-      allSongsTableView(d.allSongsTableView), songDetailsTableView(d.songDetailsTableView),
-      midiMessageTableView(d.midiMessageTableView),
+    : QObject(parent), context_(d.library.context), allSongs_(d.library.allSongs),
+      filter_(d.library.filter), allSongsTableView(d.allSongsTableView),
+      songDetailsTableView(d.songDetailsTableView), midiMessageTableView(d.midiMessageTableView),
       setDetailControlsEnabled(d.setDetailControlsEnabled),
       updateAllSongDetailView(d.updateAllSongDetailView) {
     if (allSongs_) allSongs_->fetch();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/LibraryControllers.h"
 #include "platform/TableViewDataSource.h"
 #include "platform/TableViewDelegate.h"
 
@@ -27,9 +28,7 @@ class AllSongsTableViewController : public QObject,
     Q_OBJECT
 public:
     struct Dependencies {
-        ObjectContext* context = nullptr;
-        ArrayController* allSongsArrayController = nullptr;
-        LibraryFilter* filter = nullptr;
+        LibraryControllers library;
         TableView* allSongsTableView = nullptr;    // the song list
         TableView* songDetailsTableView = nullptr; // the song's detail table (its messages)
         TableView* midiMessageTableView = nullptr; // reloaded as the list is drawn

@@ -41,12 +41,14 @@ bool isAllSongsTableView(const TableView* t) {
 
 DragableOrderedSetTableViewDelegate::DragableOrderedSetTableViewDelegate(const Dependencies& d,
                                                                          QObject* parent)
-    : QObject(parent), context_(d.context), filter_(d.filter), setlistTableView(d.setlistTableView),
-      arrayController(d.arrayController), allSetlistsArrayController(d.allSetlistsArrayController),
-      allSongsArrayController(d.allSongsArrayController), aSongsTableView(d.aSongsTableView),
-      myTopListOfSetlistsTableView(d.myTopListOfSetlistsTableView),
-      songDetailsTableView(d.songDetailsTableView), midiMessageTableView(d.midiMessageTableView),
-      rowView(d.rowView), updateAllSongDetailView(d.updateAllSongDetailView),
+    : QObject(parent), context_(d.library.context), filter_(d.library.filter),
+      setlistTableView(d.setlistTableView), arrayController(d.arrayController),
+      allSetlistsArrayController(d.library.allSetlists),
+      allSongsArrayController(d.library.allSongs), aSongsTableView(d.tables.aSongsTableView),
+      myTopListOfSetlistsTableView(d.tables.myTopListOfSetlistsTableView),
+      songDetailsTableView(d.tables.songDetailsTableView),
+      midiMessageTableView(d.tables.midiMessageTableView), rowView(d.rowView),
+      updateAllSongDetailView(d.updateAllSongDetailView),
       fileNamePopover_(new QFrame(nullptr, Qt::Popup)),
       songFileInfo_(new QLabel(fileNamePopover_)) {
     fileNamePopover_->setFrameShape(QFrame::StyledPanel);

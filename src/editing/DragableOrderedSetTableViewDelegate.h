@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/LibraryControllers.h"
 #include "platform/TableViewDelegate.h"
 
 #include <QList>
@@ -25,17 +26,18 @@ class TableView;
 class DragableOrderedSetTableViewDelegate : public QObject, public TableViewDelegate {
     Q_OBJECT
 public:
-    struct Dependencies {
-        ObjectContext* context = nullptr;
-        LibraryFilter* filter = nullptr;            // knows the current setlist
-        TableView* setlistTableView = nullptr;      // the table this instance serves
-        ArrayController* arrayController = nullptr; // and its rows
-        ArrayController* allSetlistsArrayController = nullptr;
-        ArrayController* allSongsArrayController = nullptr;
+    // The other tables it keeps up to date.
+    struct Tables {
         TableView* aSongsTableView = nullptr;
         TableView* myTopListOfSetlistsTableView = nullptr;
         TableView* songDetailsTableView = nullptr;
         TableView* midiMessageTableView = nullptr;
+    };
+    struct Dependencies {
+        LibraryControllers library;                 // its filter knows the current setlist
+        TableView* setlistTableView = nullptr;      // the table this instance serves
+        ArrayController* arrayController = nullptr; // and its rows
+        Tables tables;
         // The row view "RowView", made by the window (the setlist row form); not owned.
         TableRowView* rowView = nullptr;
         std::function<void(qsizetype)> updateAllSongDetailView;

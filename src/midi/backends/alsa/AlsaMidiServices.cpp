@@ -120,20 +120,12 @@ OSStatus AlsaMidiServices::clientDispose(MIDIClientRef client) {
     return kMidiNoErr;
 }
 
-OSStatus AlsaMidiServices::portDispose(MIDIPortRef port) {
-    return port == 0 ? kMidiNoErr : kMIDIInvalidPort;
-}
-
 OSStatus AlsaMidiServices::createEndpoint(MIDIClientRef client, const QString& name,
                                           bool destination, MIDIReadProc readProc, void* refCon,
                                           MIDIEndpointRef* outEndpoint) {
     std::lock_guard lock(mutex_);
     if (!seq_ || client != clientRef_) return kMIDIInvalidClient;
-    Endpoint e;
-    e.destination = destination;
-    e.name = name;
-    e.readProc = readProc;
-    e.refCon = refCon;
+    Endpoint e{{destination, name}, -1, readProc, refCon};
     const unsigned caps = destination ? SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE
                                       : SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
     {
@@ -149,36 +141,24 @@ OSStatus AlsaMidiServices::createEndpoint(MIDIClientRef client, const QString& n
     return kMidiNoErr;
 }
 
-OSStatus AlsaMidiServices::destinationCreate(MIDIClientRef client, const QString& name,
-                                             MIDIReadProc readProc, void* refCon,
-                                             MIDIEndpointRef* outDest) {
-    return createEndpoint(client, name, true, readProc, refCon, outDest);
-}
-
-OSStatus AlsaMidiServices::sourceCreate(MIDIClientRef client, const QString& name,
-                                        MIDIEndpointRef* outSrc) {
-    return createEndpoint(client, name, false, nullptr, nullptr, outSrc);
-}
-
 OSStatus AlsaMidiServices::objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
                                                     int32_t value) {
     std::lock_guard lock(mutex_);
-    if (property != MidiProperty::UniqueID) return kMIDIObjectNotFound;
-    return endpoints_.setUniqueID(obj, value);
+    return property == MidiProperty::UniqueID ? endpoints_.setUniqueID(obj, value)
+                                              : kMIDIObjectNotFound;
 }
 
 OSStatus AlsaMidiServices::objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
                                                     int32_t* outValue) {
     std::lock_guard lock(mutex_);
-    if (property != MidiProperty::UniqueID) return kMIDIObjectNotFound;
-    return endpoints_.uniqueID(obj, outValue);
+    return property == MidiProperty::UniqueID ? endpoints_.uniqueID(obj, outValue)
+                                              : kMIDIObjectNotFound;
 }
 
 OSStatus AlsaMidiServices::objectSetStringProperty(MIDIObjectRef obj, MidiProperty property,
                                                    const QString& value) {
     std::lock_guard lock(mutex_);
-    if (property != MidiProperty::Model) return kMIDIObjectNotFound;
-    return endpoints_.setModel(obj, value);
+    return property == MidiProperty::Model ? endpoints_.setModel(obj, value) : kMIDIObjectNotFound;
 }
 
 OSStatus AlsaMidiServices::objectGetStringProperty(MIDIObjectRef obj, MidiProperty property,
@@ -196,10 +176,6 @@ OSStatus AlsaMidiServices::objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* 
     std::lock_guard lock(mutex_);
     if (endpoints_.findByUniqueID(id, outObject, outType)) return kMidiNoErr;
     return kMIDIObjectNotFound;
-}
-
-OSStatus AlsaMidiServices::portDisconnectSource(MIDIPortRef, MIDIEndpointRef) {
-    return kMIDIInvalidPort;
 }
 
 OSStatus AlsaMidiServices::received(MIDIEndpointRef source, const MidiPacketList& list) {

@@ -30,11 +30,6 @@ public:
     OSStatus clientCreate(const QString& name, MIDINotifyProc notifyProc, void* notifyRefCon,
                           MIDIClientRef* outClient) override;
     OSStatus clientDispose(MIDIClientRef client) override;
-    OSStatus portDispose(MIDIPortRef port) override;
-    OSStatus destinationCreate(MIDIClientRef client, const QString& name, MIDIReadProc readProc,
-                               void* refCon, MIDIEndpointRef* outDest) override;
-    OSStatus sourceCreate(MIDIClientRef client, const QString& name,
-                          MIDIEndpointRef* outSrc) override;
     OSStatus objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
                                       int32_t value) override;
     OSStatus objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
@@ -45,7 +40,6 @@ public:
                                      QString* outValue) override;
     OSStatus objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject,
                                   MIDIObjectType* outType) override;
-    OSStatus portDisconnectSource(MIDIPortRef port, MIDIEndpointRef source) override;
     OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) override;
 
 private:
@@ -55,7 +49,8 @@ private:
         void* refCon = nullptr;
     };
     OSStatus createEndpoint(MIDIClientRef client, const QString& name, bool destination,
-                            MIDIReadProc readProc, void* refCon, MIDIEndpointRef* outEndpoint);
+                            MIDIReadProc readProc, void* refCon,
+                            MIDIEndpointRef* outEndpoint) override;
     void receiveLoop();
     void announcement(const snd_seq_event_t& ev);
     void subscriptionChanged(const snd_seq_event_t& ev, bool subscribed);

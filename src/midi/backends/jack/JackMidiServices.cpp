@@ -258,19 +258,12 @@ OSStatus JackMidiServices::clientDispose(MIDIClientRef client) {
     return kMidiNoErr;
 }
 
-OSStatus JackMidiServices::portDispose(MIDIPortRef port) {
-    return port == 0 ? kMidiNoErr : kMIDIInvalidPort;
-}
-
 OSStatus JackMidiServices::createEndpoint(MIDIClientRef client, const QString& name,
                                           bool destination, MIDIReadProc readProc, void* refCon,
                                           MIDIEndpointRef* outEndpoint) {
     std::lock_guard lock(mutex_);
     if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
-    Endpoint e;
-    e.destination = destination;
-    e.name = name;
-    e.slot = freeSlot(destination);
+    Endpoint e{{destination, name}, freeSlot(destination)};
     if (e.slot < 0) return kMIDIInvalidPort;
     // Set before the port exists, so that no event can arrive without a reader.
     if (destination) queue_.setReader(e.slot, readProc, refCon);
@@ -287,17 +280,6 @@ OSStatus JackMidiServices::createEndpoint(MIDIClientRef client, const QString& n
     if (!destination) queue_.setSource(e.slot, ref);
     if (outEndpoint) *outEndpoint = ref;
     return kMidiNoErr;
-}
-
-OSStatus JackMidiServices::destinationCreate(MIDIClientRef client, const QString& name,
-                                             MIDIReadProc readProc, void* refCon,
-                                             MIDIEndpointRef* outDest) {
-    return createEndpoint(client, name, true, readProc, refCon, outDest);
-}
-
-OSStatus JackMidiServices::sourceCreate(MIDIClientRef client, const QString& name,
-                                        MIDIEndpointRef* outSrc) {
-    return createEndpoint(client, name, false, nullptr, nullptr, outSrc);
 }
 
 OSStatus JackMidiServices::objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
@@ -402,11 +384,6 @@ OSStatus JackMidiServices::objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* 
         return kMidiNoErr;
     }
     return kMIDIObjectNotFound;
-}
-
-OSStatus JackMidiServices::portDisconnectSource(MIDIPortRef, MIDIEndpointRef) {
-    // This backend has no input ports to disconnect: input arrives at the destinations only.
-    return kMIDIInvalidPort;
 }
 
 OSStatus JackMidiServices::received(MIDIEndpointRef source, const MidiPacketList& list) {

@@ -32,11 +32,6 @@ public:
     OSStatus clientCreate(const QString& name, MIDINotifyProc notifyProc, void* notifyRefCon,
                           MIDIClientRef* outClient) override;
     OSStatus clientDispose(MIDIClientRef client) override;
-    OSStatus portDispose(MIDIPortRef port) override;
-    OSStatus destinationCreate(MIDIClientRef client, const QString& name, MIDIReadProc readProc,
-                               void* refCon, MIDIEndpointRef* outDest) override;
-    OSStatus sourceCreate(MIDIClientRef client, const QString& name,
-                          MIDIEndpointRef* outSrc) override;
     OSStatus objectSetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
                                       int32_t value) override;
     OSStatus objectGetIntegerProperty(MIDIObjectRef obj, MidiProperty property,
@@ -47,7 +42,6 @@ public:
                                      QString* outValue) override;
     OSStatus objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject,
                                   MIDIObjectType* outType) override;
-    OSStatus portDisconnectSource(MIDIPortRef port, MIDIEndpointRef source) override;
     OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) override;
 
 private:
@@ -68,7 +62,8 @@ private:
     jack_client_t* ownPorts(std::vector<JackReconnectService::OwnPort>* out);
     jack_client_t* detachClient(); // with mutex_ held; the caller closes what it returns
     OSStatus createEndpoint(MIDIClientRef client, const QString& name, bool destination,
-                            MIDIReadProc readProc, void* refCon, MIDIEndpointRef* outEndpoint);
+                            MIDIReadProc readProc, void* refCon,
+                            MIDIEndpointRef* outEndpoint) override;
     jack_port_t* registerPort(jack_client_t* client, const Endpoint& e) const;
     void publish(Endpoint& e, jack_port_t* port); // with mutex_ held
     static void writeProperties(jack_client_t* client, const Endpoint& e);

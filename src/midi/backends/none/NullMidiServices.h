@@ -11,13 +11,6 @@ public:
     }
     OSStatus clientDispose(MIDIClientRef) override { return kMIDIInvalidClient; }
     OSStatus portDispose(MIDIPortRef) override { return kMIDIInvalidPort; }
-    OSStatus destinationCreate(MIDIClientRef, const QString&, MIDIReadProc, void*,
-                               MIDIEndpointRef*) override {
-        return kMIDIInvalidClient;
-    }
-    OSStatus sourceCreate(MIDIClientRef, const QString&, MIDIEndpointRef*) override {
-        return kMIDIInvalidClient;
-    }
     OSStatus objectSetIntegerProperty(MIDIObjectRef, MidiProperty, int32_t) override {
         return kMIDIObjectNotFound;
     }
@@ -34,8 +27,11 @@ public:
         if (out) *out = 0;
         return kMIDIObjectNotFound;
     }
-    OSStatus portDisconnectSource(MIDIPortRef, MIDIEndpointRef) override {
-        return kMIDIInvalidPort;
-    }
     OSStatus received(MIDIEndpointRef, const MidiPacketList&) override { return kMIDIInvalidPort; }
+
+protected:
+    OSStatus createEndpoint(MIDIClientRef, const QString&, bool, MIDIReadProc, void*,
+                            MIDIEndpointRef*) override {
+        return kMIDIInvalidClient;
+    }
 };

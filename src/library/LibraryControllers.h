@@ -1,0 +1,16 @@
+#pragma once
+
+class ArrayController;
+class LibraryFilter;
+class ObjectContext;
+
+// The library as the window's controllers see it: the context, the three array controllers
+// (all setlists, all songs, the current setlist's songs) and the song list's filter. All live
+// as long as the application controller that owns them.
+struct LibraryControllers {
+    ObjectContext* context = nullptr;
+    ArrayController* allSetlists = nullptr;
+    ArrayController* allSongs = nullptr;
+    ArrayController* currentSetlist = nullptr;
+    LibraryFilter* filter = nullptr;
+};
