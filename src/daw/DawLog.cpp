@@ -1,0 +1,3 @@
+#include "daw/DawLog.h"
+
+Q_LOGGING_CATEGORY(lcDaw, "gigmora.daw")

@@ -1,0 +1,130 @@
+#include "daw/NsmServer.h"
+
+#include "daw/DawLog.h"
+#include "daw/OscMessage.h"
+#include "platform/Guard.h"
+
+#include <QNetworkDatagram>
+
+namespace {
+constexpr int kErrIncompatibleApi = -2;
+constexpr qsizetype kMaxDatagram = 64 * 1024;
+} // namespace
+
+NsmServer::NsmServer(QObject* parent) : QObject(parent) {
+    connect(&socket_, &QUdpSocket::readyRead, this,
+            [this] { guarded("NsmServer::readPending", [this] { readPending(); }); });
+}
+
+bool NsmServer::listen() {
+    if (socket_.state() == QAbstractSocket::BoundState) return true;
+    if (socket_.bind(QHostAddress::LocalHost, 0)) return true;
+    qCWarning(lcDaw).noquote() << "The session manager cannot listen on the loopback interface:"
+                               << socket_.errorString();
+    return false;
+}
+
+QString NsmServer::url() const {
+    return QStringLiteral("osc.udp://127.0.0.1:%1/").arg(port());
+}
+
+void NsmServer::forgetClient() {
+    clientAddress_.clear();
+    clientPort_ = 0;
+    clientName_.clear();
+    capabilities_.clear();
+}
+
+bool NsmServer::open(const QString& path, const QString& displayName, const QString& clientId) {
+    return sendToClient({QStringLiteral("/nsm/client/open"), {path, displayName, clientId}});
+}
+
+bool NsmServer::save() {
+    return sendToClient({QStringLiteral("/nsm/client/save"), {}});
+}
+
+void NsmServer::readPending() {
+    while (socket_.hasPendingDatagrams()) {
+        const QNetworkDatagram datagram = socket_.receiveDatagram(kMaxDatagram);
+        const std::optional<OscMessage> message = OscMessage::decode(datagram.data());
+        if (!message) {
+            ignore(QStringLiteral("a packet that is not an OSC message"));
+            continue;
+        }
+        handle(*message, datagram.senderAddress(), quint16(datagram.senderPort()));
+    }
+}
+
+void NsmServer::handle(const OscMessage& m, const QHostAddress& from, quint16 port) {
+    if (m.path == QLatin1String("/nsm/server/announce")) {
+        announce(m, from, port);
+        return;
+    }
+    if (!hasClient() || port != clientPort_ || !from.isEqual(clientAddress_)) {
+        ignore(QStringLiteral("a message from a program that did not announce itself"));
+        return;
+    }
+    if (m.path == QLatin1String("/reply")) {
+        const auto path = m.string(0);
+        if (!path) return ignore(QStringLiteral("a reply without the path it answers"));
+        emit replied(*path, m.string(1).value_or(QString()));
+    } else if (m.path == QLatin1String("/error")) {
+        const auto path = m.string(0);
+        const auto code = m.integer(1);
+        if (!path || !code) return ignore(QStringLiteral("an error without its path and code"));
+        emit failed(*path, *code, m.string(2).value_or(QString()));
+    } else if (m.path == QLatin1String("/nsm/client/message")) {
+        const auto text = m.string(1);
+        if (text) emit statusMessage(m.integer(0).value_or(0), *text);
+    } else if (!m.path.startsWith(QLatin1String("/nsm/client/"))) {
+        // Progress, dirtiness and the GUI's state are the DAW's business; anything else is
+        // not this protocol.
+        ignore(QStringLiteral("an unknown message, ") + m.path);
+    }
+}
+
+void NsmServer::announce(const OscMessage& m, const QHostAddress& from, quint16 port) {
+    const auto name = m.string(0);
+    const auto capabilities = m.string(1);
+    const auto major = m.integer(3);
+    if (!name || !capabilities || !major) {
+        ignore(QStringLiteral("an announce without its name, capabilities or version"));
+        return;
+    }
+    if (*major > kApiMajor) {
+        send({QStringLiteral("/error"),
+              {QStringLiteral("/nsm/server/announce"), kErrIncompatibleApi,
+               QStringLiteral("Gigmora speaks version 1 of the session-manager API.")}},
+             from, port);
+        return;
+    }
+    // The DAW Gigmora started; a later announce is that DAW started again.
+    clientAddress_ = from;
+    clientPort_ = port;
+    clientName_ = *name;
+    capabilities_ = *capabilities;
+    send({QStringLiteral("/reply"),
+          {QStringLiteral("/nsm/server/announce"), QStringLiteral("Welcome to Gigmora."),
+           QStringLiteral("Gigmora"), QStringLiteral(":optional-gui:")}},
+         from, port);
+    emit announced(*name, *capabilities, m.integer(5).value_or(0));
+}
+
+bool NsmServer::sendToClient(const OscMessage& message) {
+    if (!hasClient()) return false;
+    send(message, clientAddress_, clientPort_);
+    return true;
+}
+
+void NsmServer::send(const OscMessage& message, const QHostAddress& to, quint16 port) {
+    const QByteArray bytes = message.encode();
+    if (bytes.isEmpty() || socket_.writeDatagram(bytes, to, port) != bytes.size())
+        ignore(QStringLiteral("a message that could not be sent, ") + message.path);
+}
+
+void NsmServer::ignore(const QString& kind) {
+    if (reported_.contains(kind)) return;
+    reported_.insert(kind);
+    qCWarning(lcDaw).noquote() << "Session manager: ignored" << kind
+                               << "(said once; later ones are ignored quietly).";
+}

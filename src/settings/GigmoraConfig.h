@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// Gigmora's own settings beyond the settings archive, in $XDG_CONFIG_HOME/Gigmora/Gigmora.conf
+// (INI). An absent file, group or key means the original behaviour; a value that cannot be
+// used is read as its default, with one log line.
+class GigmoraConfig {
+public:
+    // How the DAW is told to change songs.
+    struct Daw {
+        enum class Control { Logic, SessionManager };
+        Control control = Control::Logic; // the close command and the "Logic Pro X" opening
+        QString command = QStringLiteral("ardour"); // the DAW the session manager starts
+        bool saveBeforeSwitch = false;
+        int loadTimeoutSeconds = 60;
+
+        // The command split as a desktop entry's Exec line is (quotes, no shell).
+        QStringList program() const;
+    };
+    static constexpr int kMaxLoadTimeoutSeconds = 600;
+
+    static QString filePath();
+    static Daw daw();
+    static void setDaw(const Daw& daw);
+};

@@ -1,0 +1,179 @@
+#include "daw/NsmServer.h"
+#include "support/LibraryHelpers.h"
+#include "support/LogCapture.h"
+
+#include <QSignalSpy>
+#include <QUdpSocket>
+#include <QUrl>
+#include <gtest/gtest.h>
+#include <lo/lo.h>
+#include <unistd.h>
+
+using namespace helpers;
+
+namespace {
+// A DAW's side of the protocol, written with liblo's own client calls (as Ardour's is), so
+// the server is tested against another implementation of OSC than its own use of it.
+class NsmClient {
+public:
+    struct Received {
+        std::string path;
+        std::vector<std::string> strings;
+        std::vector<int> ints;
+    };
+
+    explicit NsmClient(const QString& nsmUrl)
+        : server_(lo_server_new(nullptr, nullptr)),
+          nsm_(lo_address_new_from_url(nsmUrl.toUtf8().constData())) {
+        lo_server_add_method(server_, nullptr, nullptr, &NsmClient::collect, this);
+    }
+    ~NsmClient() {
+        lo_address_free(nsm_);
+        lo_server_free(server_);
+    }
+    void announce(const char* capabilities, int major = 1) {
+        lo_send_from(nsm_, server_, LO_TT_IMMEDIATE, "/nsm/server/announce", "sssiii", "Ardour",
+                     capabilities, "ardour", major, 1, int(getpid()));
+    }
+    void reply(const char* path, const char* message) {
+        lo_send_from(nsm_, server_, LO_TT_IMMEDIATE, "/reply", "ss", path, message);
+    }
+    void error(const char* path, int code, const char* message) {
+        lo_send_from(nsm_, server_, LO_TT_IMMEDIATE, "/error", "sis", path, code, message);
+    }
+    // Runs both event loops until a message with `path` arrives.
+    std::optional<Received> waitFor(const std::string& path, int timeoutMs = 3000) {
+        std::optional<Received> found;
+        waitUntil(
+            [&] {
+                lo_server_recv_noblock(server_, 5);
+                for (auto it = received_.begin(); it != received_.end(); ++it)
+                    if (it->path == path) {
+                        found = *it;
+                        received_.erase(it);
+                        return true;
+                    }
+                return false;
+            },
+            timeoutMs);
+        return found;
+    }
+
+private:
+    static int collect(const char* path, const char* types, lo_arg** argv, int argc, lo_message,
+                       void* self) {
+        Received r{path, {}, {}};
+        for (int i = 0; i < argc; ++i) {
+            if (types[i] == LO_STRING) r.strings.emplace_back(&argv[i]->s);
+            if (types[i] == LO_INT32) r.ints.push_back(argv[i]->i);
+        }
+        static_cast<NsmClient*>(self)->received_.push_back(r);
+        return 0;
+    }
+    lo_server server_;
+    lo_address nsm_;
+    std::vector<Received> received_;
+};
+} // namespace
+
+// The handshake and a switch: the DAW announces itself, is welcomed, is asked to open a
+// session and answers; Gigmora hears the answer.
+TEST(NsmServer, AnnounceThenOpenAndReply) {
+    NsmServer server;
+    ASSERT_TRUE(server.listen());
+    EXPECT_TRUE(server.url().startsWith("osc.udp://127.0.0.1:"));
+    EXPECT_FALSE(server.open("/s/A", "A", "Gigmora.A")) << "no DAW yet";
+    QSignalSpy announced(&server, &NsmServer::announced);
+    NsmClient daw(server.url());
+    daw.announce(":dirty:switch:");
+    const auto welcome = daw.waitFor("/reply");
+    ASSERT_TRUE(welcome);
+    EXPECT_EQ(welcome->strings.at(0), "/nsm/server/announce");
+    ASSERT_EQ(announced.size(), 1);
+    EXPECT_EQ(announced[0][0].toString(), "Ardour");
+    EXPECT_EQ(announced[0][2].toLongLong(), getpid());
+    EXPECT_TRUE(server.canSwitch());
+
+    QSignalSpy replied(&server, &NsmServer::replied);
+    ASSERT_TRUE(server.open("/home/me/Songs/Ballad", "Ballad", "Gigmora.Ballad"));
+    const auto open = daw.waitFor("/nsm/client/open");
+    ASSERT_TRUE(open);
+    EXPECT_EQ(open->strings,
+              (std::vector<std::string>{"/home/me/Songs/Ballad", "Ballad", "Gigmora.Ballad"}));
+    daw.reply("/nsm/client/open", "Loaded");
+    ASSERT_TRUE(waitUntil([&] { return replied.size() == 1; }));
+    EXPECT_EQ(replied[0][0].toString(), "/nsm/client/open");
+    EXPECT_EQ(replied[0][1].toString(), "Loaded");
+
+    ASSERT_TRUE(server.save());
+    EXPECT_TRUE(daw.waitFor("/nsm/client/save"));
+}
+
+// A DAW without ":switch:", one that fails to open, and one of a newer API.
+TEST(NsmServer, SwitchlessErrorsAndIncompatibleVersions) {
+    NsmServer server;
+    ASSERT_TRUE(server.listen());
+    NsmClient newer(server.url());
+    newer.announce(":switch:", 2);
+    const auto refused = newer.waitFor("/error");
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->strings.at(0), "/nsm/server/announce");
+    EXPECT_EQ(refused->ints.at(0), -2);
+    EXPECT_FALSE(server.hasClient());
+
+    NsmClient daw(server.url());
+    daw.announce(":dirty:");
+    ASSERT_TRUE(daw.waitFor("/reply"));
+    EXPECT_FALSE(server.canSwitch());
+    QSignalSpy failed(&server, &NsmServer::failed);
+    server.open("/s/Missing", "Missing", "Gigmora.Missing");
+    ASSERT_TRUE(daw.waitFor("/nsm/client/open"));
+    daw.error("/nsm/client/open", -9, "The session file is damaged");
+    ASSERT_TRUE(waitUntil([&] { return failed.size() == 1; }));
+    EXPECT_EQ(failed[0][1].toInt(), -9);
+    EXPECT_EQ(failed[0][2].toString(), "The session file is damaged");
+}
+
+// Hostile traffic on the port: garbage, truncated packets, bundles, replies from a program
+// that never announced itself, unknown paths. None of it reaches Gigmora, the server goes on,
+// and each kind is logged once.
+TEST(NsmServer, HostileTrafficIsIgnored) {
+    LogCapture log;
+    NsmServer server;
+    ASSERT_TRUE(server.listen());
+    NsmClient daw(server.url());
+    daw.announce(":switch:");
+    ASSERT_TRUE(daw.waitFor("/reply"));
+    QSignalSpy replied(&server, &NsmServer::replied);
+    QSignalSpy failed(&server, &NsmServer::failed);
+
+    QUdpSocket attacker;
+    const QByteArray packets[] = {
+        "garbage",
+        QByteArray(3, '\0'),
+        QByteArray("/reply\0\0,ss\0", 12), // arguments missing
+        QByteArray("#bundle\0", 8) + QByteArray(8, '\x01'),
+        QByteArray(2000, 'A'),
+    };
+    for (int round = 0; round < 3; ++round)
+        for (const QByteArray& p : packets)
+            attacker.writeDatagram(p, QHostAddress::LocalHost, server.port());
+    NsmClient stranger(server.url());
+    stranger.reply("/nsm/client/open", "Loaded");
+    stranger.error("/nsm/client/open", -1, "no");
+    processEvents();
+    waitUntil([] { return false; }, 300);
+    EXPECT_EQ(replied.size(), 0);
+    EXPECT_EQ(failed.size(), 0);
+    int notOsc = 0;
+    for (const QString& line : log.lines())
+        notOsc += line.contains("not an OSC message");
+    EXPECT_EQ(notOsc, 1) << "once, however many";
+    EXPECT_TRUE(log.contains("did not announce itself"));
+
+    // The DAW is still heard.
+    server.open("/s/B", "B", "Gigmora.B");
+    ASSERT_TRUE(daw.waitFor("/nsm/client/open"));
+    daw.reply("/nsm/client/open", "Loaded");
+    EXPECT_TRUE(waitUntil([&] { return replied.size() == 1; }));
+}
