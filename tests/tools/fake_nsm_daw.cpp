@@ -1,0 +1,67 @@
+// A stand-in DAW for the session manager's tests: an NSM client written with liblo that
+// announces itself at NSM_URL and answers each open after a delay, as a DAW loading a session
+// does. Options: --caps CAPS (":switch:" by default), --delay MS, --never-reply (never answers
+// an open), --fail-on TEXT (answers an open whose path holds TEXT with /error). Prints "OPEN
+// <path>" for every open it gets, so a test can read what it was asked.
+#include <lo/lo.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+struct State {
+    lo_server server = nullptr;
+    lo_address nsm = nullptr;
+    int delayMs = 50;
+    bool neverReply = false;
+    std::string failOn;
+};
+
+int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
+    auto* s = static_cast<State*>(data);
+    const std::string path = &argv[0]->s;
+    std::printf("OPEN %s\n", path.c_str());
+    std::fflush(stdout);
+    if (s->neverReply) return 0;
+    std::this_thread::sleep_for(std::chrono::milliseconds(s->delayMs));
+    if (!s->failOn.empty() && path.find(s->failOn) != std::string::npos)
+        lo_send_from(s->nsm, s->server, LO_TT_IMMEDIATE, "/error", "sis", "/nsm/client/open", -9,
+                     "The session is damaged");
+    else
+        lo_send_from(s->nsm, s->server, LO_TT_IMMEDIATE, "/reply", "ss", "/nsm/client/open",
+                     "Loaded");
+    return 0;
+}
+
+int save(const char*, const char*, lo_arg**, int, lo_message, void* data) {
+    auto* s = static_cast<State*>(data);
+    lo_send_from(s->nsm, s->server, LO_TT_IMMEDIATE, "/reply", "ss", "/nsm/client/save", "Saved");
+    return 0;
+}
+} // namespace
+
+int main(int argc, char** argv) {
+    State s;
+    std::string caps = ":switch:";
+    for (int i = 1; i < argc; ++i) {
+        if (!std::strcmp(argv[i], "--caps") && i + 1 < argc) caps = argv[++i];
+        if (!std::strcmp(argv[i], "--delay") && i + 1 < argc) s.delayMs = std::atoi(argv[++i]);
+        if (!std::strcmp(argv[i], "--never-reply")) s.neverReply = true;
+        if (!std::strcmp(argv[i], "--fail-on") && i + 1 < argc) s.failOn = argv[++i];
+    }
+    const char* url = std::getenv("NSM_URL");
+    if (!url) return 2;
+    s.server = lo_server_new(nullptr, nullptr);
+    s.nsm = lo_address_new_from_url(url);
+    lo_server_add_method(s.server, "/nsm/client/open", "sss", open, &s);
+    lo_server_add_method(s.server, "/nsm/client/save", "", save, &s);
+    lo_send_from(s.nsm, s.server, LO_TT_IMMEDIATE, "/nsm/server/announce", "sssiii", "FakeDAW",
+                 caps.c_str(), argv[0], 1, 1, int(getpid()));
+    for (;;)
+        lo_server_recv_noblock(s.server, 100);
+}
