@@ -9,6 +9,7 @@
 #include "app/PerformanceView.h"
 #include "app/SongDetailsScreen.h"
 #include "app/SongDetailsView.h"
+#include "daw/DawControl.h"
 #include "editing/TableIdentity.h"
 #include "library/ArrayController.h"
 #include "library/LibraryFilter.h"
@@ -27,6 +28,7 @@
 #include "platform/SegmentedControl.h"
 #include "platform/TableView.h"
 #include "platform/UndoManager.h"
+#include "settings/GigmoraConfig.h"
 #include "settings/Prefs.h"
 
 #include <QAction>
@@ -68,9 +70,10 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
         new SongDetailsScreen({details, controllers_, editScreen_->songList(), mainMidiObject_,
                                [this] { return modes_->shownModeView(); }},
                               this);
+    dawControl_ = new DawControl(this);
     recall_ = new SongRecall({w->editView()->setlistTableView(), w->editView()->allSongsTableView(),
                               this, mainMidiObject_, sharedPrefs_.get(), context,
-                              [this] { return filter_->returnFilteredArray(); }, w},
+                              [this] { return filter_->returnFilteredArray(); }, w, dawControl_},
                              this);
     dispatch_ = new TriggerDispatch({recall_, sharedPrefs_.get(), this}, this);
     wireWindow(context);
@@ -111,6 +114,7 @@ void AppDelegate::wireWindow(ObjectContext* context) {
                    [this] { recall_->runMyScriptUsingProgChangeInController(); });
     guardedConnect(w->activeButton(), &QCheckBox::clicked, this,
                    "activeButton:", [this] { activeButton(); });
+    connect(dawControl_, &DawControl::stateChanged, stage, &PerformanceView::setDawState);
     wireModes();
     addMenus(context);
     w->shouldClose = [this] {
@@ -213,7 +217,14 @@ void AppDelegate::activeButton() {
 }
 
 void AppDelegate::openPreferences() {
-    MyPrefsWindowController::sharedPrefsWindowController()->showWindow();
+    MyPrefsWindowController* prefs = MyPrefsWindowController::sharedPrefsWindowController();
+    connect(prefs, &MyPrefsWindowController::dawSettingsChanged, this,
+            &AppDelegate::applyDawSettings, Qt::UniqueConnection);
+    prefs->showWindow();
+}
+
+void AppDelegate::applyDawSettings() {
+    if (!terminated_) dawControl_->apply(GigmoraConfig::daw());
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
@@ -241,6 +252,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     NotificationCenter::defaultCenter().addObserver(
         this, "blankSetlistNotification", [this](const Notification&) { blankSetlist(); });
     sharedPrefs_->saveDataToDisk();
+    applyDawSettings();
     // What the start-up made (a first setlist) is where the person starts, not a step to undo.
     if (library_->hasContext()) managedObjectContext()->undoManager()->removeAllActions();
     updateUndoMenu();
@@ -255,6 +267,8 @@ void AppDelegate::applicationWillTerminate() {
     terminated_ = true;
     ObjectContext* context = library_->hasContext() ? library_->managedObjectContext() : nullptr;
     if (context) context->save();
+    // The DAW Gigmora started ends with it, once the library is safe.
+    dawControl_->shutdown();
     mainMidiObject_->disconnectAllMidi();
     // Songs without a path leave the context only; the store keeps them until a later save.
     if (context)

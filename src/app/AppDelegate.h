@@ -7,6 +7,7 @@
 #include <memory>
 
 class ArrayController;
+class DawControl;
 class EditScreen;
 class LibraryFilter;
 class LibraryStack;
@@ -79,6 +80,9 @@ public:
     ModeSwitch* modes() const { return modes_; }
     SongDetailsScreen* songDetails() const { return songDetails_; }
     TriggerDispatch* dispatch() const { return dispatch_; }
+    DawControl* dawControl() const { return dawControl_; }
+    // Gigmora.conf's DAW control, taken again (at launch and when the preferences change it).
+    void applyDawSettings();
     LibraryFilter* filter() const { return filter_.get(); }
     ArrayController* allSetlistsArrayController() const { return controllers_.allSetlists; }
     ArrayController* allSongsArrayController() const { return controllers_.allSongs; }
@@ -112,6 +116,7 @@ private:
     ModeSwitch* modes_ = nullptr;
     SongDetailsScreen* songDetails_ = nullptr;
     TriggerDispatch* dispatch_ = nullptr;
+    DawControl* dawControl_ = nullptr;
     QAction* undoAction_ = nullptr;
     QAction* redoAction_ = nullptr;
     bool editing_ = true;

@@ -5,6 +5,7 @@
 #include "midi/MidiHost.h"
 #include "platform/GuardedConnect.h"
 #include "platform/RangeValidator.h"
+#include "settings/GigmoraConfig.h"
 #include "settings/Prefs.h"
 #include "ui_Preferences.h"
 
@@ -80,6 +81,38 @@ void MyPrefsWindowController::connectControls() {
          "sendLearnButtonToLogic:", &C::sendLearnButtonToLogic);
     wire(u.nextSongMessageToLogic, &QPushButton::clicked, this,
          "sendNextSongButtonToLogic:", &C::sendNextSongButtonToLogic);
+    wire(u.prefsDawControlPopUp, &Combo::activated, this, "dawControl", &C::dawControlEdited);
+    wire(u.prefsDawCommand, &QLineEdit::editingFinished, this, "dawCommand", &C::dawControlEdited);
+    wire(u.prefsSaveBeforeSwitch, &QCheckBox::clicked, this, "saveBeforeSwitch",
+         &C::dawControlEdited);
+}
+
+void MyPrefsWindowController::showDawControl() {
+    const GigmoraConfig::Daw daw = GigmoraConfig::daw();
+    Ui::Preferences& u = *ui_;
+    const bool managed = daw.control == GigmoraConfig::Daw::Control::SessionManager;
+    u.prefsDawControlPopUp->setCurrentIndex(managed ? 1 : 0);
+    u.prefsDawCommand->setText(daw.command);
+    u.prefsSaveBeforeSwitch->setChecked(daw.saveBeforeSwitch);
+    u.prefsDawCommand->setEnabled(managed);
+    u.prefsSaveBeforeSwitch->setEnabled(managed);
+}
+
+void MyPrefsWindowController::dawControlEdited() {
+    Ui::Preferences& u = *ui_;
+    GigmoraConfig::Daw daw = GigmoraConfig::daw();
+    daw.control = u.prefsDawControlPopUp->currentIndex() == 1
+                      ? GigmoraConfig::Daw::Control::SessionManager
+                      : GigmoraConfig::Daw::Control::Logic;
+    if (!u.prefsDawCommand->text().trimmed().isEmpty()) daw.command = u.prefsDawCommand->text();
+    daw.saveBeforeSwitch = u.prefsSaveBeforeSwitch->isChecked();
+    const GigmoraConfig::Daw before = GigmoraConfig::daw();
+    if (daw.control == before.control && daw.command == before.command &&
+        daw.saveBeforeSwitch == before.saveBeforeSwitch)
+        return;
+    GigmoraConfig::setDaw(daw);
+    showDawControl();
+    emit dawSettingsChanged();
 }
 
 void MyPrefsWindowController::setupToolbar() {
@@ -92,6 +125,7 @@ void MyPrefsWindowController::setupToolbar() {
     ui_->dawDelay->setText(QString::asprintf("%.2g", double(sharedPrefs->prefsSelectedDAWDelay)));
     ui_->prefsDawDelaySlider->setDoubleValue(sharedPrefs->prefsSelectedDAWDelay);
     showCurrentSettings();
+    showDawControl();
     // Filled at every showing, each on its own: a filler that ends early leaves the others.
     guarded("populatePrefsPopup", [this] { populatePrefsPopup(); });
     guarded("populatePrefsPopupForDestination", [this] { populatePrefsPopupForDestination(); });

@@ -51,8 +51,15 @@ public:
     Prefs* sharedPrefs = nullptr;
     MainMidi* sharedMainMidi = nullptr;
 
+signals:
+    // The DAW control was changed and stored in Gigmora.conf.
+    void dawSettingsChanged();
+
 private:
     void connectControls();
+    // Gigmora.conf's DAW control: shown from the file, stored at once when changed.
+    void showDawControl();
+    void dawControlEdited();
     // The settings that setupToolbar does not load, shown as they are.
     void showCurrentSettings();
     void setSpacebarControlsEnabled(bool on);

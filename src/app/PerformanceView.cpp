@@ -12,6 +12,8 @@ PerformanceView::PerformanceView(QWidget* parent)
     ui_->performanceBackgroundView->lower();
     ui_->currentSetlist->setFont(FontFaces::font("Dosis-Bold", 28));
     ui_->nextSongLabel->setFont(FontFaces::font("Dosis-Medium", 22));
+    ui_->dawStateLabel->setFont(FontFaces::font("Dosis-Medium", 16));
+    ui_->dawStateLabel->hide();
     connect(ui_->nextButton, &QPushButton::clicked, this, &PerformanceView::nextClicked);
     connect(ui_->previousButton, &QPushButton::clicked, this, &PerformanceView::previousClicked);
     connect(ui_->goButton, &QPushButton::clicked, this, &PerformanceView::goToProjectClicked);
@@ -44,4 +46,13 @@ void PerformanceView::setNextSong(const QString& text) {
 
 QString PerformanceView::nextSong() const {
     return ui_->nextSongLabel->text();
+}
+
+void PerformanceView::setDawState(const QString& text) {
+    ui_->dawStateLabel->setText(text);
+    ui_->dawStateLabel->setVisible(!text.isEmpty());
+}
+
+QString PerformanceView::dawState() const {
+    return ui_->dawStateLabel->text();
 }

@@ -23,6 +23,9 @@ public:
     QString setlistName() const;
     void setNextSong(const QString& text);
     QString nextSong() const;
+    // What the DAW is doing ("Loading Ballad…"); hidden when there is nothing to say.
+    void setDawState(const QString& text);
+    QString dawState() const;
 
 signals:
     void nextClicked();

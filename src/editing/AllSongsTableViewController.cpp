@@ -187,7 +187,7 @@ bool AllSongsTableViewController::acceptDrop(TableView* tableView, DraggingInfo&
     if (files.isEmpty()) return false;
     for (const QString& file : files) {
         if (!ProjectKind::isProject(file)) continue; // silently skipped
-        addSongForPath(file);
+        addSongForPath(ProjectKind::projectPath(file));
         if (allSongs_) {
             allSongs_->fetch();
             allSongs_->rearrangeObjects();
@@ -213,7 +213,9 @@ void AllSongsTableViewController::addNewSessionViaMenu() {
     if (chosen.confirmed)
         for (const QUrl& url : chosen.urls)
             fileNameAsNSURL = url;
-    addSongForPath(fileNameAsNSURL.isEmpty() ? QString() : fileNameAsNSURL.toLocalFile());
+    addSongForPath(fileNameAsNSURL.isEmpty()
+                       ? QString()
+                       : ProjectKind::projectPath(fileNameAsNSURL.toLocalFile()));
     if (allSongs_) allSongs_->rearrangeObjects();
     reloadTables();
     if (allSongsTableView) allSongsTableView->setNeedsDisplay();

@@ -241,8 +241,9 @@ bool DragableOrderedSetTableViewDelegate::acceptFiles(TableView* tableView, Drag
     const QStringList files = info.draggingPasteboard().filenames();
     if (files.isEmpty() || !context_) return false;
     qsizetype offset = 0; // grows for every file, projects or not
-    for (const QString& file : files) {
-        if (ProjectKind::isProject(file)) {
+    for (const QString& dropped : files) {
+        const QString file = ProjectKind::projectPath(dropped);
+        if (ProjectKind::isProject(dropped)) {
             if (isAllSongsTableView(tableView)) {
                 ManagedObject* song = newSong(file);
                 // Not a key of Song: the drop ends here, the new song left in the library.
@@ -296,7 +297,7 @@ void DragableOrderedSetTableViewDelegate::addingSongViaMenu() {
     if (chosen.confirmed && context_)
         for (const QUrl& url : chosen.urls) {
             fileNameAsNSURL = url;
-            const QString path = url.toLocalFile();
+            const QString path = ProjectKind::projectPath(url.toLocalFile());
             if (!songsWithPath(path, 1).isEmpty()) continue; // already in the library
             ManagedObject* song = newSong(path);
             song->setValue("MidiIn", 0); // not a key of Song: the command ends here

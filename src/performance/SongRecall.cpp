@@ -1,5 +1,6 @@
 #include "performance/SongRecall.h"
 
+#include "daw/DawControl.h"
 #include "library/ArrayController.h"
 #include "library/FetchRequest.h"
 #include "library/ManagedObject.h"
@@ -31,7 +32,7 @@ SongRecall::SongRecall(const Dependencies& d, QObject* parent)
     : QObject(parent), setlistTableView(d.setlistTableView), aSongsTableView(d.aSongsTableView),
       notificationSender(d.notificationSender), mainMidiObject(d.mainMidiObject),
       sharedPrefs(d.sharedPrefs), context(d.context), returnFilteredArray(d.returnFilteredArray),
-      window(d.window) {}
+      window(d.window), daw(d.daw) {}
 
 qint64 SongRecall::waitingFlag() const {
     return waitingMidiMessage && !waitingMidiMessage->isEmpty()
@@ -147,7 +148,8 @@ void SongRecall::mainThreadOpenLogicFile(const QVariant&) {
 
 void SongRecall::openWithDaw() {
     const QString path = controllerFileToOpen.toString();
-    const bool started = Workspace::openFile(path, kApplication);
+    const bool started = daw && daw->managesSessions() ? daw->openSession(path)
+                                                       : Workspace::openFile(path, kApplication);
     emit projectOpenRequested(path, started);
     kAsNumber = 0;
     if (waitingMidiMessage && !waitingMidiMessage->isEmpty()) (*waitingMidiMessage)[0] = kAsNumber;

@@ -8,6 +8,7 @@
 #include <optional>
 
 class ArrayController;
+class DawControl;
 class ManagedObject;
 class MainMidi;
 class ObjectContext;
@@ -34,6 +35,8 @@ public:
         // The song list's rows: every project once, in the list's order.
         std::function<QList<ManagedObject*>()> returnFilteredArray;
         QWidget* window = nullptr; // redisplayed after a step back, and positioned
+        // With a session manager, the opening is its; otherwise the "Logic Pro X" entry's.
+        DawControl* daw = nullptr;
     };
     explicit SongRecall(const Dependencies& dependencies, QObject* parent = nullptr);
 
@@ -76,4 +79,5 @@ private:
     QPointer<ObjectContext> context;
     std::function<QList<ManagedObject*>()> returnFilteredArray;
     QPointer<QWidget> window;
+    QPointer<DawControl> daw;
 };

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "settings/GigmoraConfig.h"
+
+#include <QObject>
+#include <memory>
+
+class SessionManager;
+
+// How the DAW is told to change songs, as Gigmora.conf says: the original way (the close
+// command, then the "Logic Pro X" opening, which song recall does itself), or as the session
+// manager of a DAW that Gigmora starts and keeps. It also sets what counts as a song's project.
+class DawControl : public QObject {
+    Q_OBJECT
+public:
+    explicit DawControl(QObject* parent = nullptr);
+    ~DawControl() override;
+
+    // Takes these settings: the session manager starts its DAW now, or ends it.
+    void apply(const GigmoraConfig::Daw& settings);
+    const GigmoraConfig::Daw& settings() const { return settings_; }
+    bool managesSessions() const { return manager_ != nullptr; }
+    // Puts the session in front of the DAW; false without a session manager.
+    bool openSession(const QString& path);
+    // Ends the DAW Gigmora started (on quit, after the library is saved).
+    void shutdown();
+    QString stateText() const;
+    SessionManager* sessionManager() const { return manager_.get(); }
+
+signals:
+    // What the DAW is doing, in words for the stage; empty with the original control.
+    void stateChanged(const QString& text);
+
+private:
+    GigmoraConfig::Daw settings_;
+    std::unique_ptr<SessionManager> manager_;
+};

@@ -1,0 +1,101 @@
+#include "daw/DawControl.h"
+#include "daw/SessionManager.h"
+#include "library/ArrayController.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
+#include "library/ProjectKind.h"
+#include "settings/GigmoraConfig.h"
+#include "support/EditFixture.h"
+#include "support/LibraryHelpers.h"
+#include "support/TempHome.h"
+
+#include <QDir>
+#include <QPushButton>
+#include <QTest>
+#include <signal.h>
+
+using namespace helpers;
+
+// Gigmora as the session manager of a DAW, through the window: the stand-in DAW
+// (tests/tools/fake_nsm_daw) speaks the protocol as Ardour does.
+class DawSessions : public EditFixture {
+protected:
+    void SetUp() override {
+        EditFixture::SetUp(); // a fresh home; the configuration is read at launch
+        GigmoraConfig::Daw daw;
+        daw.control = GigmoraConfig::Daw::Control::SessionManager;
+        daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
+        GigmoraConfig::setDaw(daw);
+    }
+    void TearDown() override {
+        EditFixture::TearDown();
+        ProjectKind::setKind(ProjectKind::Kind::LogicProject);
+    }
+    // An Ardour-like session folder: a folder holding NAME.ardour.
+    static QString session(const QString& name) {
+        const QString folder = TempHome::home() + "/sessions/" + name;
+        QDir().mkpath(folder);
+        writeFile(folder + "/" + name + ".ardour", "<Session/>");
+        return folder;
+    }
+    PerformanceView* stage() { return app->window()->performanceView(); }
+};
+
+// Session folders (or their .ardour files) are songs; recall opens them in the running DAW,
+// and the stage says so.
+TEST_F(DawSessions, ASetlistOfSessionsPlaysThrough) {
+    launch();
+    ASSERT_TRUE(app->dawControl()->managesSessions());
+    ASSERT_TRUE(waitUntil([&] { return stage()->dawState().endsWith("is ready"); }))
+        << stage()->dawState().toStdString();
+    QDir().mkpath(TempHome::home() + "/sessions/NotASession");
+    ASSERT_TRUE(dropFiles(songList(),
+                          {session("Opener"), session("Ballad") + "/Ballad.ardour",
+                           TempHome::home() + "/sessions/NotASession", project("Old.logicx")},
+                          0));
+    QStringList paths;
+    for (ManagedObject* s : context().executeFetchRequest({"Song", {}, {}, 0}))
+        paths << s->stringValue("path");
+    paths.sort();
+    EXPECT_EQ(paths, (QStringList{session("Ballad"), session("Opener")}))
+        << "a session file stands for its folder; other folders and files are skipped";
+
+    ManagedObject* gig = currentSetlist();
+    ASSERT_TRUE(gig);
+    for (const char* name : {"Opener", "Ballad"})
+        gig->mutableOrderedSetValueForKey("song").addObject(
+            addSong(context(), name, session(name), 1));
+    app->currentSetlistArrayController()->setSelectionIndex(0);
+    processEvents();
+    auto* next = stage()->findChild<QPushButton*>("nextButton");
+    const qint64 pid = app->dawControl()->sessionManager()->dawProcessId();
+    QTest::mouseClick(next, Qt::LeftButton);
+    ASSERT_TRUE(waitUntil([&] { return stage()->dawState().startsWith("Ballad loaded ("); }))
+        << stage()->dawState().toStdString();
+    EXPECT_EQ(app->dawControl()->sessionManager()->loadedPath(), session("Ballad"));
+    EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "one DAW";
+
+    // A killed DAW comes back with its song.
+    ::kill(pid_t(pid), SIGKILL);
+    ASSERT_TRUE(waitUntil([&] {
+        return app->dawControl()->sessionManager()->dawProcessId() != pid &&
+               stage()->dawState().startsWith("Ballad loaded (");
+    }));
+
+    // Quitting ends it after the library is saved.
+    const qint64 last = app->dawControl()->sessionManager()->dawProcessId();
+    app->requestQuit();
+    EXPECT_NE(::kill(pid_t(last), 0), 0);
+    EXPECT_TRUE(readFile(storePath()).contains("Ballad"));
+}
+
+// The original control changes nothing: a .logicx project is a song, a session folder is not.
+TEST_F(DawSessions, TheOriginalControlIsTheDefault) {
+    QFile::remove(GigmoraConfig::filePath());
+    launch();
+    EXPECT_FALSE(app->dawControl()->managesSessions());
+    EXPECT_TRUE(stage()->dawState().isEmpty());
+    EXPECT_TRUE(ProjectKind::isProject(project("Song.logicx")));
+    EXPECT_FALSE(ProjectKind::isProject(session("Opener")));
+}
