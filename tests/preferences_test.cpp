@@ -1,7 +1,9 @@
 #include "app/DelaySlider.h"
 #include "app/MyPrefsWindowController.h"
+#include "daw/DawControl.h"
 #include "midi/MainMidi.h"
 #include "platform/TzPrefsWindowController.h"
+#include "settings/GigmoraConfig.h"
 #include "settings/Prefs.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
@@ -223,4 +225,32 @@ TEST_F(Preferences, BrokenPositionsInTheSettingsFileStillOpen) {
     EXPECT_EQ(find<QComboBox>("prefsSpacebarMidiTriggerChannelPopup")->currentText(), "1");
     EXPECT_EQ(find<QComboBox>("prefsDAWPopUp")->currentIndex(), 0);
     EXPECT_EQ(find<DelaySlider>("prefsBackupDelaySlider")->value(), 0);
+}
+
+// The DAW pane sets Gigmora.conf's DAW control at once, and the application takes it: the
+// session manager starts its DAW, the original control ends it.
+TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
+    GigmoraConfig::Daw stand_in;
+    stand_in.command = QString("\"%1\"").arg(FAKE_NSM_DAW);
+    GigmoraConfig::setDaw(stand_in);
+    open();
+    auto* control = find<QComboBox>("prefsDawControlPopUp");
+    auto* command = find<QLineEdit>("prefsDawCommand");
+    auto* save = find<QCheckBox>("prefsSaveBeforeSwitch");
+    ASSERT_TRUE(control && command && save);
+    EXPECT_EQ(control->accessibleName(), "DAW control");
+    EXPECT_EQ(command->accessibleName(), "Command");
+    EXPECT_EQ(control->currentIndex(), 0) << "the original control";
+    EXPECT_FALSE(command->isEnabled());
+    pick(control, 1);
+    EXPECT_TRUE(readFile(GigmoraConfig::filePath()).contains("control=session-manager"));
+    EXPECT_TRUE(command->isEnabled());
+    ASSERT_TRUE(app->dawControl()->managesSessions());
+    EXPECT_TRUE(waitUntil(
+        [&] { return app->window()->performanceView()->dawState().endsWith("is ready"); }));
+    QTest::mouseClick(save, Qt::LeftButton);
+    EXPECT_TRUE(GigmoraConfig::daw().saveBeforeSwitch);
+    pick(control, 0);
+    EXPECT_FALSE(app->dawControl()->managesSessions());
+    EXPECT_TRUE(app->window()->performanceView()->dawState().isEmpty());
 }

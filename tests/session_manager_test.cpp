@@ -123,3 +123,19 @@ TEST_F(SessionManagerTest, AKilledDawComesBackWithItsSong) {
     manager.shutdown(2000);
     EXPECT_NE(::kill(pid_t(last), 0), 0) << "ended with Gigmora";
 }
+
+// With saveBeforeSwitch the DAW saves the song it has before it opens the next.
+TEST_F(SessionManagerTest, SavesBeforeSwitchingWhenAsked) {
+    SessionManager::Options options = daw({});
+    options.saveBeforeSwitch = true;
+    SessionManager manager(options);
+    QSignalSpy loaded(&manager, &SessionManager::loaded);
+    manager.open(session("Opener"));
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }));
+    QSignalSpy replies(const_cast<NsmServer*>(&manager.server()), &NsmServer::replied);
+    manager.open(session("Ballad"));
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 2; }));
+    ASSERT_EQ(replies.size(), 2);
+    EXPECT_EQ(replies[0][0].toString(), "/nsm/client/save") << "saved first";
+    EXPECT_EQ(replies[1][0].toString(), "/nsm/client/open");
+}

@@ -93,6 +93,9 @@ void SessionManager::open(const QString& path) {
         setState(QStringLiteral("No session at %1").arg(songName(path)));
         return;
     }
+    // Timed from the request (the recall's opening) to the DAW's answer.
+    clock_.start();
+    clockFor_ = path;
     if (!process_) start();
     if (!loading_.isEmpty() || !nsm_.hasClient()) {
         waiting_ = path; // only the latest waits

@@ -1,0 +1,86 @@
+#include "daw/SessionManager.h"
+#include "support/LibraryHelpers.h"
+#include "support/TempHome.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+using namespace helpers;
+
+// The session manager with the DAW a musician uses: Debian's Ardour, under Xvfb, on the test
+// JACK server. It never skips: without Ardour, Xvfb or the JACK server it fails and says why.
+class ArdourSession : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TempHome::clear();
+        for (const char* program : {"ardour", "ardour7-new_empty_session", "Xvfb", "xdotool"})
+            ASSERT_FALSE(QStandardPaths::findExecutable(program).isEmpty())
+                << program << " is not installed (scripts/setup installs it)";
+        ASSERT_FALSE(qEnvironmentVariableIsEmpty("GIGMORA_TEST_JACK"))
+            << "the real-DAW test needs the test JACK server: run it through scripts/test";
+        // The temporary home hides the system's data folders (desktop entries, for the
+        // workspace tests); Ardour needs their MIME database to read its own icons.
+        qputenv("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+        display_ = QString(":%1").arg(70 + getpid() % 20);
+        xvfb_.start("Xvfb", {display_, "-screen", "0", "1280x900x24"});
+        ASSERT_TRUE(xvfb_.waitForStarted()) << "Xvfb did not start";
+        qputenv("DISPLAY", display_.toUtf8());
+        waitUntil([] { return false; }, 500);
+        ASSERT_EQ(xvfb_.state(), QProcess::Running)
+            << "Xvfb stopped: " << xvfb_.readAllStandardError().toStdString();
+    }
+    void TearDown() override {
+        xvfb_.terminate();
+        xvfb_.waitForFinished(3000);
+    }
+    // An empty Ardour session made by Ardour's own tool.
+    static QString session(const QString& name) {
+        const QString folder = TempHome::home() + "/sessions/" + name;
+        QProcess make;
+        make.start("ardour7-new_empty_session", {folder, name});
+        make.waitForFinished(60000);
+        EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour"))
+            << make.readAll().toStdString();
+        return folder;
+    }
+    // Whether a window titled after the session is shown.
+    bool titled(const QString& name) const {
+        QProcess search;
+        search.start("xdotool", {"search", "--name", "^" + name + " - Ardour"});
+        search.waitForFinished(5000);
+        return !search.readAllStandardOutput().trimmed().isEmpty();
+    }
+    QString display_;
+    QProcess xvfb_;
+};
+
+// A setlist of two sessions plays through in one Ardour, switched in place; a killed Ardour
+// comes back with its song.
+TEST_F(ArdourSession, SwitchesInPlaceAndComesBackAfterAKill) {
+    const QString a = session("SongA"), b = session("SongB");
+    SessionManager manager({{"ardour"}, false, 90000});
+    QSignalSpy loaded(&manager, &SessionManager::loaded);
+    manager.open(a);
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }, 120000))
+        << "Ardour did not load SongA: " << manager.stateText().toStdString();
+    EXPECT_TRUE(manager.server().canSwitch()) << manager.server().capabilities().toStdString();
+    const qint64 pid = manager.dawProcessId();
+    manager.open(b);
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 2; }, 60000))
+        << manager.stateText().toStdString();
+    EXPECT_EQ(manager.dawProcessId(), pid) << "one Ardour, switched in place";
+    EXPECT_TRUE(waitUntil([&] { return titled("SongB"); }, 10000));
+    std::printf("Ardour: SongA in %lld ms, then SongB in %lld ms\n", loaded[0][1].toLongLong(),
+                loaded[1][1].toLongLong());
+
+    ::kill(pid_t(pid), SIGKILL);
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 3; }, 120000))
+        << manager.stateText().toStdString();
+    EXPECT_NE(manager.dawProcessId(), pid);
+    EXPECT_EQ(manager.loadedPath(), b);
+    manager.shutdown(10000);
+}
