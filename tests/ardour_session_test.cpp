@@ -1,5 +1,9 @@
+#include "app/PerformanceView.h"
+#include "daw/DawControl.h"
 #include "daw/SessionManager.h"
+#include "settings/GigmoraConfig.h"
 #include "support/LibraryHelpers.h"
+#include "support/StageFixture.h"
 #include "support/TempHome.h"
 
 #include <QDir>
@@ -11,12 +15,30 @@
 
 using namespace helpers;
 
-// The session manager with the DAW a musician uses: Debian's Ardour, under Xvfb, on the test
-// JACK server. It never skips: without Ardour, Xvfb or the JACK server it fails and says why.
-class ArdourSession : public ::testing::Test {
-protected:
-    void SetUp() override {
-        TempHome::clear();
+namespace {
+// Whether a window is titled after the session ("*" marks one with unsaved changes).
+bool titled(const QString& name) {
+    QProcess search;
+    search.start("xdotool", {"search", "--name", "^\\*?" + name + " - Ardour$"});
+    search.waitForFinished(5000);
+    return !search.readAllStandardOutput().trimmed().isEmpty();
+}
+
+// An empty Ardour session made by Ardour's own tool.
+QString ardourSession(const QString& name) {
+    const QString folder = TempHome::home() + "/sessions/" + name;
+    QProcess make;
+    make.start("ardour7-new_empty_session", {folder, name});
+    make.waitForFinished(60000);
+    EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour")) << make.readAll().toStdString();
+    return folder;
+}
+
+// Ardour, Xvfb and the test JACK server, or a failure that says which is missing; then a
+// display of its own for Ardour's window.
+class ArdourDisplay {
+public:
+    void start() {
         for (const char* program : {"ardour", "ardour7-new_empty_session", "Xvfb", "xdotool"})
             ASSERT_FALSE(QStandardPaths::findExecutable(program).isEmpty())
                 << program << " is not installed (scripts/setup installs it)";
@@ -25,37 +47,34 @@ protected:
         // The temporary home hides the system's data folders (desktop entries, for the
         // workspace tests); Ardour needs their MIME database to read its own icons.
         qputenv("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
-        display_ = QString(":%1").arg(70 + getpid() % 20);
-        xvfb_.start("Xvfb", {display_, "-screen", "0", "1280x900x24"});
+        const QString display = QString(":%1").arg(70 + getpid() % 20);
+        xvfb_.start("Xvfb", {display, "-screen", "0", "1280x900x24"});
         ASSERT_TRUE(xvfb_.waitForStarted()) << "Xvfb did not start";
-        qputenv("DISPLAY", display_.toUtf8());
+        qputenv("DISPLAY", display.toUtf8());
         waitUntil([] { return false; }, 500);
         ASSERT_EQ(xvfb_.state(), QProcess::Running)
             << "Xvfb stopped: " << xvfb_.readAllStandardError().toStdString();
     }
-    void TearDown() override {
+    ~ArdourDisplay() {
         xvfb_.terminate();
         xvfb_.waitForFinished(3000);
     }
-    // An empty Ardour session made by Ardour's own tool.
-    static QString session(const QString& name) {
-        const QString folder = TempHome::home() + "/sessions/" + name;
-        QProcess make;
-        make.start("ardour7-new_empty_session", {folder, name});
-        make.waitForFinished(60000);
-        EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour"))
-            << make.readAll().toStdString();
-        return folder;
-    }
-    // Whether a window titled after the session is shown.
-    bool titled(const QString& name) const {
-        QProcess search;
-        search.start("xdotool", {"search", "--name", "^" + name + " - Ardour"});
-        search.waitForFinished(5000);
-        return !search.readAllStandardOutput().trimmed().isEmpty();
-    }
-    QString display_;
+
+private:
     QProcess xvfb_;
+};
+} // namespace
+
+// The session manager with the DAW a musician uses: Debian's Ardour, under Xvfb, on the test
+// JACK server. It never skips: without Ardour, Xvfb or the JACK server it fails and says why.
+class ArdourSession : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TempHome::clear();
+        ASSERT_NO_FATAL_FAILURE(display_.start());
+    }
+    static QString session(const QString& name) { return ardourSession(name); }
+    ArdourDisplay display_;
 };
 
 // A setlist of two sessions plays through in one Ardour, switched in place; a killed Ardour
@@ -83,4 +102,40 @@ TEST_F(ArdourSession, SwitchesInPlaceAndComesBackAfterAKill) {
     EXPECT_NE(manager.dawProcessId(), pid);
     EXPECT_EQ(manager.loadedPath(), b);
     manager.shutdown(10000);
+}
+
+// The whole stage with Ardour: Gigmora.conf chooses the session manager, a setlist of Ardour
+// sessions plays through on program change 127 from a JACK client, the Perform view confirms
+// each load, and one Ardour switches in place.
+class ArdourStage : public StageFixture {
+protected:
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(display_.start()); // fails, never skips, without JACK
+        StageFixture::SetUp();
+        GigmoraConfig::Daw daw;
+        daw.control = GigmoraConfig::Daw::Control::SessionManager;
+        GigmoraConfig::setDaw(daw);
+    }
+    ArdourDisplay display_;
+};
+
+TEST_F(ArdourStage, ASetlistOfSessionsPlaysThroughOnProgramChange127) {
+    makeSetlist({ardourSession("Opener"), ardourSession("Ballad"), ardourSession("Encore")});
+    launch();
+    PerformanceView* stage = app->window()->performanceView();
+    ASSERT_TRUE(waitUntil([&] { return stage->dawState() == "Ardour is ready"; }, 120000))
+        << stage->dawState().toStdString();
+    selectSetlistRow(0);
+    const qint64 pid = app->dawControl()->sessionManager()->dawProcessId();
+    for (const char* name : {"Ballad", "Encore"}) {
+        midi->send({0xC0, 0x7F});
+        ASSERT_TRUE(waitUntil(
+            [&] { return stage->dawState().startsWith(QString(name) + " loaded ("); }, 60000))
+            << name << ": " << stage->dawState().toStdString();
+        EXPECT_TRUE(waitUntil([&] { return titled(name); }, 10000)) << name;
+        std::printf("%s: %s\n", name, qPrintable(stage->dawState()));
+    }
+    EXPECT_EQ(closeCommands(), 2u) << "the close command still goes out";
+    EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "one Ardour";
+    EXPECT_TRUE(openedFiles().isEmpty()) << "no desktop entry was run";
 }
