@@ -5,6 +5,7 @@
 #include <QSignalSpy>
 #include <QUdpSocket>
 #include <QUrl>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <lo/lo.h>
 #include <unistd.h>
@@ -64,8 +65,14 @@ private:
                        void* self) {
         Received r{path, {}, {}};
         for (int i = 0; i < argc; ++i) {
-            if (types[i] == LO_STRING) r.strings.emplace_back(&argv[i]->s);
-            if (types[i] == LO_INT32) r.ints.push_back(argv[i]->i);
+            // OSC arguments are 4-byte aligned: read them as bytes.
+            const char* at = reinterpret_cast<const char*>(argv[i]);
+            if (types[i] == LO_STRING) r.strings.emplace_back(at);
+            if (types[i] == LO_INT32) {
+                int32_t v;
+                std::memcpy(&v, at, sizeof v);
+                r.ints.push_back(v);
+            }
         }
         static_cast<NsmClient*>(self)->received_.push_back(r);
         return 0;

@@ -1,6 +1,7 @@
 #include "daw/OscMessage.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <lo/lo.h>
 #include <memory>
 
@@ -39,7 +40,7 @@ QByteArray OscMessage::encode() const {
 
 std::optional<OscMessage> OscMessage::decode(const QByteArray& datagram) {
     if (datagram.isEmpty() || datagram.startsWith('#')) return std::nullopt; // bundles too
-    QByteArray copy = datagram; // liblo reads in place
+    QByteArray copy = datagram;                                              // liblo reads in place
     int result = 0;
     Message m(lo_message_deserialise(copy.data(), size_t(copy.size()), &result));
     if (!m || result != 0) return std::nullopt;
@@ -48,17 +49,26 @@ std::optional<OscMessage> OscMessage::decode(const QByteArray& datagram) {
     const char* types = lo_message_get_types(m.get());
     lo_arg** argv = lo_message_get_argv(m.get());
     for (int i = 0; types && types[i]; ++i) {
+        // OSC aligns arguments to 4 bytes only: read them as bytes, not through lo_arg's
+        // 8-byte union.
+        const char* at = reinterpret_cast<const char*>(argv[i]);
         switch (types[i]) {
         case LO_STRING:
         case LO_SYMBOL:
-            out.args << QString::fromUtf8(&argv[i]->s);
+            out.args << QString::fromUtf8(at);
             break;
-        case LO_INT32:
-            out.args << argv[i]->i;
+        case LO_INT32: {
+            int32_t v;
+            std::memcpy(&v, at, sizeof v);
+            out.args << v;
             break;
-        case LO_FLOAT:
-            out.args << double(argv[i]->f);
+        }
+        case LO_FLOAT: {
+            float v;
+            std::memcpy(&v, at, sizeof v);
+            out.args << double(v);
             break;
+        }
         default:
             out.args << QVariant(); // a kind the protocol does not use
         }

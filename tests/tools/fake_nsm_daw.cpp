@@ -24,7 +24,7 @@ struct State {
 
 int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
     auto* s = static_cast<State*>(data);
-    const std::string path = &argv[0]->s;
+    const std::string path = reinterpret_cast<const char*>(argv[0]); // 4-byte aligned
     std::printf("OPEN %s\n", path.c_str());
     std::fflush(stdout);
     if (s->neverReply) return 0;
