@@ -47,11 +47,19 @@ public:
         // The temporary home hides the system's data folders (desktop entries, for the
         // workspace tests); Ardour needs their MIME database to read its own icons.
         qputenv("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
-        const QString display = QString(":%1").arg(70 + getpid() % 20);
-        xvfb_.start("Xvfb", {display, "-screen", "0", "1280x900x24"});
+        // Xvfb picks a free display itself and names it on standard output.
+        xvfb_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x900x24"});
         ASSERT_TRUE(xvfb_.waitForStarted()) << "Xvfb did not start";
-        qputenv("DISPLAY", display.toUtf8());
-        waitUntil([] { return false; }, 500);
+        QByteArray number;
+        waitUntil(
+            [&] {
+                xvfb_.waitForReadyRead(50);
+                number += xvfb_.readAllStandardOutput();
+                return number.contains('\n');
+            },
+            10000);
+        ASSERT_FALSE(number.trimmed().isEmpty()) << "Xvfb named no display";
+        qputenv("DISPLAY", ":" + number.trimmed());
         ASSERT_EQ(xvfb_.state(), QProcess::Running)
             << "Xvfb stopped: " << xvfb_.readAllStandardError().toStdString();
     }

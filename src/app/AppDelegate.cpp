@@ -19,6 +19,7 @@
 #include "library/ProjectRecords.h"
 #include "midi/MainMidi.h"
 #include "midi/MidiServices.h"
+#include "performance/OscRemote.h"
 #include "performance/SongRecall.h"
 #include "performance/TriggerDispatch.h"
 #include "platform/Alerts.h"
@@ -192,7 +193,10 @@ void AppDelegate::wireModes() {
          {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
         connect(
             controllers_.currentSetlist, signal, this,
-            [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); },
+            [this] {
+                guarded("updateNextSong", [this] { modes_->updateNextSong(); });
+                publishStage();
+            },
             Qt::QueuedConnection);
     connect(modes_, &ModeSwitch::modeShown, this, &AppDelegate::modeShown);
     guardedConnect(w->topButtons(), &SegmentedControl::activated, this,
@@ -221,6 +225,42 @@ void AppDelegate::openPreferences() {
     connect(prefs, &MyPrefsWindowController::dawSettingsChanged, this,
             &AppDelegate::applyDawSettings, Qt::UniqueConnection);
     prefs->showWindow();
+}
+
+void AppDelegate::startOscRemote() {
+    const GigmoraConfig::Osc osc = GigmoraConfig::osc();
+    if (!osc.enabled || oscRemote_) return;
+    oscRemote_ = new OscRemote(this);
+    if (!oscRemote_->listen(quint16(osc.port), osc.allow)) return;
+    // The same recall as a MIDI trigger's and the stage buttons'.
+    guardedConnect(oscRemote_, &OscRemote::nextRequested, this, "runMyScriptInController",
+                   [this] { recall_->runMyScriptInController(); });
+    guardedConnect(oscRemote_, &OscRemote::previousRequested, this, "reverseMyScriptInController",
+                   [this] { recall_->reverseMyScriptInController(); });
+    connect(oscRemote_, &OscRemote::songRequested, this, [this](int number) {
+        guarded("runMyScriptUsingProgChangeInController", [&] {
+            recall_->kAsNumber = number;
+            recall_->runMyScriptUsingProgChangeInController();
+        });
+    });
+    connect(dawControl_, &DawControl::stateChanged, this, &AppDelegate::publishStage);
+    connect(controllers_.allSetlists, &ArrangedContent::selectionChanged, this,
+            &AppDelegate::publishStage, Qt::QueuedConnection);
+    publishStage();
+}
+
+void AppDelegate::publishStage() {
+    if (!oscRemote_) return;
+    guarded("publishStage", [this] {
+        OscRemote::Stage stage;
+        if (ManagedObject* setlist = filter_->getCurrentSetlist())
+            stage.setlist = setlist->stringValue("name");
+        const QList<ManagedObject*> current = controllers_.currentSetlist->selectedObjects();
+        if (!current.isEmpty()) stage.current = current.first()->stringValue("title");
+        stage.next = window_->performanceView()->nextSong();
+        stage.state = dawControl_->stateText();
+        oscRemote_->publish(stage);
+    });
 }
 
 void AppDelegate::applyDawSettings() {
@@ -253,6 +293,7 @@ void AppDelegate::applicationDidFinishLaunching() {
         this, "blankSetlistNotification", [this](const Notification&) { blankSetlist(); });
     sharedPrefs_->saveDataToDisk();
     applyDawSettings();
+    startOscRemote();
     // What the start-up made (a first setlist) is where the person starts, not a step to undo.
     if (library_->hasContext()) managedObjectContext()->undoManager()->removeAllActions();
     updateUndoMenu();

@@ -8,6 +8,7 @@
 
 class ArrayController;
 class DawControl;
+class OscRemote;
 class EditScreen;
 class LibraryFilter;
 class LibraryStack;
@@ -81,6 +82,7 @@ public:
     SongDetailsScreen* songDetails() const { return songDetails_; }
     TriggerDispatch* dispatch() const { return dispatch_; }
     DawControl* dawControl() const { return dawControl_; }
+    OscRemote* oscRemote() const { return oscRemote_; }
     // Gigmora.conf's DAW control, taken again (at launch and when the preferences change it).
     void applyDawSettings();
     LibraryFilter* filter() const { return filter_.get(); }
@@ -101,6 +103,9 @@ private:
     void modeShown(int tag);
     // Undo and Redo never leave the library without a setlist to drop songs into.
     void keepASetlist();
+    // The OSC control surface, when Gigmora.conf turns it on; and what it is told.
+    void startOscRemote();
+    void publishStage();
 
     std::unique_ptr<MidiServices> services_;
     std::unique_ptr<LibraryStack> library_;
@@ -117,6 +122,7 @@ private:
     SongDetailsScreen* songDetails_ = nullptr;
     TriggerDispatch* dispatch_ = nullptr;
     DawControl* dawControl_ = nullptr;
+    OscRemote* oscRemote_ = nullptr;
     QAction* undoAction_ = nullptr;
     QAction* redoAction_ = nullptr;
     bool editing_ = true;

@@ -6,14 +6,23 @@
 #include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
+#include <optional>
 
 namespace {
 constexpr const char* kLogic = "logic";
 constexpr const char* kSessionManager = "session-manager";
 
-void unusable(const char* key, const QVariant& value) {
-    qCWarning(lcStorage).noquote() << "Gigmora.conf: [daw]" << key << "=" << value.toString()
-                                   << "cannot be used; its default stands.";
+void unusable(const char* key, const QVariant& value, const char* group = "daw") {
+    qCWarning(lcStorage).noquote() << QStringLiteral("Gigmora.conf: [%1]").arg(group) << key << "="
+                                   << value.toString() << "cannot be used; its default stands.";
+}
+
+// "true" or "false", else nothing.
+std::optional<bool> boolean(const QVariant& v) {
+    const QString text = v.toString().toLower();
+    if (text == QLatin1String("true")) return true;
+    if (text == QLatin1String("false")) return false;
+    return std::nullopt;
 }
 } // namespace
 
@@ -44,9 +53,8 @@ GigmoraConfig::Daw GigmoraConfig::daw() {
             unusable("command", v);
     }
     if (const QVariant v = file.value(QStringLiteral("saveBeforeSwitch")); v.isValid()) {
-        const QString text = v.toString().toLower();
-        if (text == QLatin1String("true") || text == QLatin1String("false"))
-            daw.saveBeforeSwitch = text == QLatin1String("true");
+        if (const auto on = boolean(v))
+            daw.saveBeforeSwitch = *on;
         else
             unusable("saveBeforeSwitch", v);
     }
@@ -64,13 +72,52 @@ GigmoraConfig::Daw GigmoraConfig::daw() {
 void GigmoraConfig::setDaw(const Daw& daw) {
     QSettings file(filePath(), QSettings::IniFormat);
     file.beginGroup(QStringLiteral("daw"));
-    file.setValue(QStringLiteral("control"), QString::fromLatin1(
-                                                 daw.control == Daw::Control::SessionManager
-                                                     ? kSessionManager
-                                                     : kLogic));
+    file.setValue(QStringLiteral("control"),
+                  QString::fromLatin1(daw.control == Daw::Control::SessionManager ? kSessionManager
+                                                                                  : kLogic));
     file.setValue(QStringLiteral("command"), daw.command);
     file.setValue(QStringLiteral("saveBeforeSwitch"), daw.saveBeforeSwitch);
     file.setValue(QStringLiteral("loadTimeout"), daw.loadTimeoutSeconds);
+    file.endGroup();
+    file.sync();
+}
+
+GigmoraConfig::Osc GigmoraConfig::osc() {
+    QSettings file(filePath(), QSettings::IniFormat);
+    file.beginGroup(QStringLiteral("osc"));
+    Osc osc;
+    if (const QVariant v = file.value(QStringLiteral("enabled")); v.isValid()) {
+        if (const auto on = boolean(v))
+            osc.enabled = *on;
+        else
+            unusable("enabled", v, "osc");
+    }
+    if (const QVariant v = file.value(QStringLiteral("port")); v.isValid()) {
+        bool ok = false;
+        const int port = v.toString().toInt(&ok);
+        if (ok && port >= 0 && port <= 65535)
+            osc.port = port;
+        else
+            unusable("port", v, "osc");
+    }
+    if (const QVariant v = file.value(QStringLiteral("allow")); v.isValid()) {
+        QStringList allow;
+        for (const QString& a : v.toStringList())
+            if (!a.trimmed().isEmpty()) allow << a.trimmed();
+        if (!allow.isEmpty())
+            osc.allow = allow;
+        else
+            unusable("allow", v, "osc");
+    }
+    return osc;
+}
+
+void GigmoraConfig::setOsc(const Osc& osc) {
+    QSettings file(filePath(), QSettings::IniFormat);
+    file.beginGroup(QStringLiteral("osc"));
+    file.setValue(QStringLiteral("enabled"), osc.enabled);
+    file.setValue(QStringLiteral("port"), osc.port);
+    file.setValue(QStringLiteral("allow"), osc.allow);
     file.endGroup();
     file.sync();
 }

@@ -21,7 +21,16 @@ public:
     };
     static constexpr int kMaxLoadTimeoutSeconds = 600;
 
+    // The OSC control surface (TouchOSC, Open Stage Control): off unless asked for.
+    struct Osc {
+        bool enabled = false;
+        int port = 8000; // 0: any free port
+        QStringList allow{QStringLiteral("127.0.0.1"), QStringLiteral("::1")};
+    };
+
     static QString filePath();
     static Daw daw();
     static void setDaw(const Daw& daw);
+    static Osc osc();
+    static void setOsc(const Osc& osc);
 };

@@ -1,0 +1,3 @@
+#include "performance/PerformanceLog.h"
+
+Q_LOGGING_CATEGORY(lcOsc, "gigmora.osc")

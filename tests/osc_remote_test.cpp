@@ -1,0 +1,135 @@
+#include "library/ArrayController.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
+#include "performance/OscRemote.h"
+#include "settings/GigmoraConfig.h"
+#include "support/EditFixture.h"
+#include "support/LibraryHelpers.h"
+
+#include <QSignalSpy>
+#include <QUdpSocket>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <lo/lo.h>
+
+using namespace helpers;
+
+namespace {
+// A control surface as TouchOSC is one: liblo's own client, answering on its own port.
+class Surface {
+public:
+    explicit Surface(quint16 port, const char* host = "127.0.0.1")
+        : server_(lo_server_new(nullptr, nullptr)),
+          target_(lo_address_new(host, QByteArray::number(port).constData())) {
+        lo_server_add_method(server_, nullptr, "s", &Surface::collect, this);
+    }
+    ~Surface() {
+        lo_address_free(target_);
+        lo_server_free(server_);
+    }
+    void send(const char* path) { lo_send_from(target_, server_, LO_TT_IMMEDIATE, path, ""); }
+    void song(float number) {
+        lo_send_from(target_, server_, LO_TT_IMMEDIATE, "/gigmora/song", "f", number);
+    }
+    // The last text received at `path`, once it equals `want`.
+    bool heard(const std::string& path, const std::string& want, int timeoutMs = 3000) {
+        return waitUntil(
+            [&] {
+                lo_server_recv_noblock(server_, 5);
+                return last_[path] == want;
+            },
+            timeoutMs);
+    }
+
+private:
+    static int collect(const char* path, const char*, lo_arg** argv, int, lo_message, void* s) {
+        static_cast<Surface*>(s)->last_[path] = reinterpret_cast<const char*>(argv[0]);
+        return 0;
+    }
+    lo_server server_;
+    lo_address target_;
+    std::map<std::string, std::string> last_;
+};
+} // namespace
+
+// The messages move through the set; the surface hears the stage at once and after each change.
+TEST(OscRemote, MessagesAndFeedback) {
+    OscRemote remote;
+    ASSERT_TRUE(remote.listen(0, {"127.0.0.1", "::1"}));
+    remote.publish({"Friday", "Opener", "Next: Ballad", ""});
+    QSignalSpy next(&remote, &OscRemote::nextRequested);
+    QSignalSpy previous(&remote, &OscRemote::previousRequested);
+    QSignalSpy song(&remote, &OscRemote::songRequested);
+    Surface surface(remote.port());
+    surface.send("/gigmora/next");
+    EXPECT_TRUE(surface.heard("/gigmora/setlist", "Friday")) << "told where the set is at once";
+    EXPECT_TRUE(surface.heard("/gigmora/current", "Opener"));
+    ASSERT_TRUE(waitUntil([&] { return next.size() == 1; }));
+    surface.send("/gigmora/previous");
+    surface.song(3.0f); // TouchOSC sends floats
+    ASSERT_TRUE(waitUntil([&] { return song.size() == 1; }));
+    EXPECT_EQ(previous.size(), 1);
+    EXPECT_EQ(song[0][0].toInt(), 3);
+    remote.publish({"Friday", "Ballad", "Last song", "Ballad loaded (1.1 s)"});
+    EXPECT_TRUE(surface.heard("/gigmora/current", "Ballad"));
+    EXPECT_TRUE(surface.heard("/gigmora/state", "Ballad loaded (1.1 s)"));
+}
+
+// Senders that are not allowed, garbage and wrong arguments change nothing.
+TEST(OscRemote, OnlyAllowedWellFormedMessagesCount) {
+    OscRemote remote;
+    ASSERT_TRUE(remote.listen(0, {"192.0.2.7"})); // loopback not allowed
+    QSignalSpy next(&remote, &OscRemote::nextRequested);
+    Surface stranger(remote.port());
+    stranger.send("/gigmora/next");
+    waitUntil([] { return false; }, 200);
+    EXPECT_EQ(next.size(), 0);
+
+    OscRemote open;
+    ASSERT_TRUE(open.listen(0, {"127.0.0.1"}));
+    QSignalSpy song(&open, &OscRemote::songRequested);
+    QUdpSocket raw;
+    for (const QByteArray& p :
+         {QByteArray("garbage"), QByteArray("/gigmora/song\0\0\0,s\0\0x\0\0\0", 24),
+          QByteArray(4000, '/')})
+        raw.writeDatagram(p, QHostAddress::LocalHost, open.port());
+    Surface surface(open.port());
+    surface.song(500.0f);
+    waitUntil([] { return false; }, 200);
+    EXPECT_EQ(song.size(), 0);
+    surface.song(7.0f);
+    EXPECT_TRUE(waitUntil([&] { return song.size() == 1; }));
+}
+
+// Through the application: Gigmora.conf turns the surface on, and "/gigmora/next" runs the
+// recall a MIDI trigger runs.
+class OscStage : public EditFixture {};
+
+TEST_F(OscStage, NextFromASurfaceMovesTheSet) {
+    GigmoraConfig::Osc osc;
+    osc.enabled = true;
+    osc.port = 0;
+    GigmoraConfig::setOsc(osc);
+    ManagedObject* gig = addSetlist(context(), "Friday");
+    for (const char* title : {"Opener", "Ballad", "Encore"})
+        gig->mutableOrderedSetValueForKey("song").addObject(
+            addSong(context(), title, project(QString(title) + ".logicx"), 1));
+    launch();
+    ASSERT_TRUE(app->oscRemote());
+    ArrayController* setlists = app->allSetlistsArrayController();
+    setlists->setSelectionIndex(setlists->arrangedObjects().indexOf(gig));
+    app->currentSetlistArrayController()->setSelectionIndex(0);
+    processEvents();
+    Surface surface(app->oscRemote()->port());
+    surface.send("/gigmora/next");
+    EXPECT_TRUE(waitUntil(
+        [&] { return app->currentSetlistArrayController()->selectionIndexes().last() == 1; }));
+    EXPECT_TRUE(surface.heard("/gigmora/current", "Ballad"));
+    EXPECT_TRUE(surface.heard("/gigmora/next", "Next: Encore"));
+}
+
+TEST_F(OscStage, OffByDefault) {
+    launch();
+    EXPECT_EQ(app->oscRemote(), nullptr);
+}
