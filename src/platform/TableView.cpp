@@ -180,9 +180,11 @@ void TableView::selectRowIndexes(const IndexSet& rows, bool extendSelection) {
                                  .toStdString());
         if (r < count) target.add(r);
     }
-    if (extendSelection)
-        for (auto r : currentSelection().indexes())
+    if (extendSelection) {
+        const IndexSet current = currentSelection(); // kept: the loop walks its list
+        for (auto r : current.indexes())
             target.add(r);
+    }
     applySelection(target);
 }
 
@@ -271,7 +273,8 @@ void TableView::scrollRowToVisible(qsizetype row, bool animate) {
 void TableView::moveRowAtIndex(qsizetype from, qsizetype to) {
     // The data has moved already; the selection follows the row it was on.
     IndexSet moved;
-    for (qsizetype s : currentSelection().indexes()) {
+    const IndexSet selected = currentSelection(); // kept: the loop walks its list
+    for (qsizetype s : selected.indexes()) {
         qsizetype r = s;
         if (s == from)
             r = to;

@@ -28,9 +28,10 @@ OverlayScroller::OverlayScroller(QAbstractScrollArea* area)
         flash();
     });
     connect(this, &QScrollBar::valueChanged, source_, &QScrollBar::setValue);
+    viewport_ = area_->viewport();
     area_->installEventFilter(this);
-    area_->viewport()->installEventFilter(this);
-    area_->viewport()->setMouseTracking(true);
+    viewport_->installEventFilter(this);
+    viewport_->setMouseTracking(true);
     hide();
 }
 
@@ -47,15 +48,18 @@ void OverlayScroller::fade() {
 }
 
 void OverlayScroller::place() {
-    const QRect port = area_->viewport()->geometry();
+    if (!viewport_) return;
+    const QRect port = viewport_->geometry();
     setGeometry(port.right() + 1 - kWidth, port.top(), kWidth, port.height());
 }
 
 bool OverlayScroller::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == area_ && event->type() == QEvent::Resize) place();
-    if (watched == area_->viewport() && event->type() == QEvent::MouseMove) {
+    // Only these two kinds are looked at; any other event may come while the list is being
+    // taken apart, when it is no scroll area any more.
+    if (event->type() == QEvent::Resize && watched == area_) place();
+    if (event->type() == QEvent::MouseMove && watched == viewport_) {
         const auto* move = static_cast<QMouseEvent*>(event);
-        if (move->position().x() >= area_->viewport()->width() - 2 * kWidth) flash();
+        if (move->position().x() >= viewport_->width() - 2 * kWidth) flash();
     }
     return false;
 }

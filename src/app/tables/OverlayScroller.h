@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QScrollBar>
 
 class QAbstractScrollArea;
@@ -31,6 +32,7 @@ private:
     void place();
 
     QAbstractScrollArea* area_;
+    QPointer<QWidget> viewport_;
     QScrollBar* source_;
     QTimer* hide_;
 };
