@@ -100,13 +100,13 @@ void MyPrefsWindowController::showDawControl() {
 
 void MyPrefsWindowController::dawControlEdited() {
     Ui::Preferences& u = *ui_;
-    GigmoraConfig::Daw daw = GigmoraConfig::daw();
+    const GigmoraConfig::Daw before = GigmoraConfig::daw();
+    GigmoraConfig::Daw daw = before;
     daw.control = u.prefsDawControlPopUp->currentIndex() == 1
                       ? GigmoraConfig::Daw::Control::SessionManager
                       : GigmoraConfig::Daw::Control::Logic;
     if (!u.prefsDawCommand->text().trimmed().isEmpty()) daw.command = u.prefsDawCommand->text();
     daw.saveBeforeSwitch = u.prefsSaveBeforeSwitch->isChecked();
-    const GigmoraConfig::Daw before = GigmoraConfig::daw();
     if (daw.control == before.control && daw.command == before.command &&
         daw.saveBeforeSwitch == before.saveBeforeSwitch)
         return;

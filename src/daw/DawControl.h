@@ -18,7 +18,6 @@ public:
 
     // Takes these settings: the session manager starts its DAW now, or ends it.
     void apply(const GigmoraConfig::Daw& settings);
-    const GigmoraConfig::Daw& settings() const { return settings_; }
     bool managesSessions() const { return manager_ != nullptr; }
     // Puts the session in front of the DAW; false without a session manager.
     bool openSession(const QString& path);

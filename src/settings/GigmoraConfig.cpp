@@ -12,6 +12,12 @@ namespace {
 constexpr const char* kLogic = "logic";
 constexpr const char* kSessionManager = "session-manager";
 
+// A settings file that cannot be written is said, not taken for saved.
+void checkWritten(const QSettings& file) {
+    if (file.status() != QSettings::NoError)
+        qCWarning(lcStorage).noquote() << "Gigmora.conf could not be written:" << file.fileName();
+}
+
 void unusable(const char* key, const QVariant& value, const char* group = "daw") {
     qCWarning(lcStorage).noquote() << QStringLiteral("Gigmora.conf: [%1]").arg(group) << key << "="
                                    << value.toString() << "cannot be used; its default stands.";
@@ -80,6 +86,7 @@ void GigmoraConfig::setDaw(const Daw& daw) {
     file.setValue(QStringLiteral("loadTimeout"), daw.loadTimeoutSeconds);
     file.endGroup();
     file.sync();
+    checkWritten(file);
 }
 
 GigmoraConfig::Osc GigmoraConfig::osc() {
@@ -120,4 +127,5 @@ void GigmoraConfig::setOsc(const Osc& osc) {
     file.setValue(QStringLiteral("allow"), osc.allow);
     file.endGroup();
     file.sync();
+    checkWritten(file);
 }
