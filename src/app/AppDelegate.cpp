@@ -19,7 +19,7 @@
 #include "library/ProjectRecords.h"
 #include "midi/MainMidi.h"
 #include "midi/MidiServices.h"
-#include "performance/OscRemote.h"
+#include "app/StageRemotes.h"
 #include "performance/SongRecall.h"
 #include "performance/TriggerDispatch.h"
 #include "platform/Alerts.h"
@@ -78,15 +78,26 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
                              this);
     dispatch_ = new TriggerDispatch({recall_, sharedPrefs_.get(), this}, this);
     wireWindow(context);
+    // After the window's wiring: the next song is worked out before the remotes are told.
+    remotes_ = new StageRemotes({recall_, filter_.get(), allSetlists, currentSetlist, dawControl_,
+                                 w->performanceView()},
+                                this);
+    connect(remotes_, &StageRemotes::webRemoteChanged, w, &MainWindow::showRemoteIndicator);
 }
 
 AppDelegate::~AppDelegate() {
     TzPrefsWindowController::releaseShared();
+    delete remotes_; // nothing reaches the remotes while the rest goes
+    remotes_ = nullptr;
     NotificationCenter::defaultCenter().removeObserver(this);
     if (MidiHost::applicationDelegate() == this) MidiHost::setApplicationDelegate(nullptr);
     window_.reset();
     delete mainMidiObject_; // before the services it uses
     mainMidiObject_ = nullptr;
+}
+
+OscRemote* AppDelegate::oscRemote() const {
+    return remotes_->oscRemote();
 }
 
 ObjectContext* AppDelegate::managedObjectContext() {
@@ -193,10 +204,7 @@ void AppDelegate::wireModes() {
          {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
         connect(
             controllers_.currentSetlist, signal, this,
-            [this] {
-                guarded("updateNextSong", [this] { modes_->updateNextSong(); });
-                publishStage();
-            },
+            [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); },
             Qt::QueuedConnection);
     connect(modes_, &ModeSwitch::modeShown, this, &AppDelegate::modeShown);
     guardedConnect(w->topButtons(), &SegmentedControl::activated, this,
@@ -224,43 +232,13 @@ void AppDelegate::openPreferences() {
     MyPrefsWindowController* prefs = MyPrefsWindowController::sharedPrefsWindowController();
     connect(prefs, &MyPrefsWindowController::dawSettingsChanged, this,
             &AppDelegate::applyDawSettings, Qt::UniqueConnection);
+    connect(prefs, &MyPrefsWindowController::remoteSettingsChanged, this,
+            &AppDelegate::applyRemoteSettings, Qt::UniqueConnection);
     prefs->showWindow();
 }
 
-void AppDelegate::startOscRemote() {
-    const GigmoraConfig::Osc osc = GigmoraConfig::osc();
-    if (!osc.enabled || oscRemote_) return;
-    oscRemote_ = new OscRemote(this);
-    if (!oscRemote_->listen(quint16(osc.port), osc.allow)) return;
-    // The same recall as a MIDI trigger's and the stage buttons'.
-    guardedConnect(oscRemote_, &OscRemote::nextRequested, this, "runMyScriptInController",
-                   [this] { recall_->runMyScriptInController(); });
-    guardedConnect(oscRemote_, &OscRemote::previousRequested, this, "reverseMyScriptInController",
-                   [this] { recall_->reverseMyScriptInController(); });
-    connect(oscRemote_, &OscRemote::songRequested, this, [this](int number) {
-        guarded("runMyScriptUsingProgChangeInController", [&] {
-            recall_->kAsNumber = number;
-            recall_->runMyScriptUsingProgChangeInController();
-        });
-    });
-    connect(dawControl_, &DawControl::stateChanged, this, &AppDelegate::publishStage);
-    connect(controllers_.allSetlists, &ArrangedContent::selectionChanged, this,
-            &AppDelegate::publishStage, Qt::QueuedConnection);
-    publishStage();
-}
-
-void AppDelegate::publishStage() {
-    if (!oscRemote_) return;
-    guarded("publishStage", [this] {
-        OscRemote::Stage stage;
-        if (ManagedObject* setlist = filter_->getCurrentSetlist())
-            stage.setlist = setlist->stringValue("name");
-        const QList<ManagedObject*> current = controllers_.currentSetlist->selectedObjects();
-        if (!current.isEmpty()) stage.current = current.first()->stringValue("title");
-        stage.next = window_->performanceView()->nextSong();
-        stage.state = dawControl_->stateText();
-        oscRemote_->publish(stage);
-    });
+void AppDelegate::applyRemoteSettings() {
+    if (!terminated_) remotes_->applyWebSettings();
 }
 
 void AppDelegate::applyDawSettings() {
@@ -293,7 +271,7 @@ void AppDelegate::applicationDidFinishLaunching() {
         this, "blankSetlistNotification", [this](const Notification&) { blankSetlist(); });
     sharedPrefs_->saveDataToDisk();
     applyDawSettings();
-    startOscRemote();
+    remotes_->start();
     // What the start-up made (a first setlist) is where the person starts, not a step to undo.
     if (library_->hasContext()) managedObjectContext()->undoManager()->removeAllActions();
     updateUndoMenu();

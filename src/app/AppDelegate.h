@@ -9,6 +9,7 @@
 class ArrayController;
 class DawControl;
 class OscRemote;
+class StageRemotes;
 class EditScreen;
 class LibraryFilter;
 class LibraryStack;
@@ -82,9 +83,12 @@ public:
     SongDetailsScreen* songDetails() const { return songDetails_; }
     TriggerDispatch* dispatch() const { return dispatch_; }
     DawControl* dawControl() const { return dawControl_; }
-    OscRemote* oscRemote() const { return oscRemote_; }
+    StageRemotes* remotes() const { return remotes_; }
+    OscRemote* oscRemote() const;
     // Gigmora.conf's DAW control, taken again (at launch and when the preferences change it).
     void applyDawSettings();
+    // Gigmora.conf's web remote, taken again when the preferences change it.
+    void applyRemoteSettings();
     LibraryFilter* filter() const { return filter_.get(); }
     ArrayController* allSetlistsArrayController() const { return controllers_.allSetlists; }
     ArrayController* allSongsArrayController() const { return controllers_.allSongs; }
@@ -103,9 +107,6 @@ private:
     void modeShown(int tag);
     // Undo and Redo never leave the library without a setlist to drop songs into.
     void keepASetlist();
-    // The OSC control surface, when Gigmora.conf turns it on; and what it is told.
-    void startOscRemote();
-    void publishStage();
 
     std::unique_ptr<MidiServices> services_;
     std::unique_ptr<LibraryStack> library_;
@@ -122,7 +123,7 @@ private:
     SongDetailsScreen* songDetails_ = nullptr;
     TriggerDispatch* dispatch_ = nullptr;
     DawControl* dawControl_ = nullptr;
-    OscRemote* oscRemote_ = nullptr;
+    StageRemotes* remotes_ = nullptr;
     QAction* undoAction_ = nullptr;
     QAction* redoAction_ = nullptr;
     bool editing_ = true;

@@ -20,6 +20,7 @@ const QRect kBackgroundFrame(0, 31, MainWindow::kWidth, 609);
 const QRect kModeViewFrame(3, 55, 480, 580);
 const QRect kButtonsFrame(123, 4, 244, 20);
 const QRect kActiveFrame(392, 8, 90, 20);
+const QRect kRemoteIndicatorFrame(374, 11, 12, 12);
 } // namespace
 
 MainWindow::MainWindow(QWidget* parent)
@@ -28,6 +29,7 @@ MainWindow::MainWindow(QWidget* parent)
       performanceView_(new PerformanceView(masterView_)),
       songDetailsView_(new SongDetailsView(masterView_)),
       topButtons_(new SegmentedControl(masterView_)), activeButton_(new QCheckBox(masterView_)),
+      remoteIndicator_(new QLabel(masterView_)),
       offstage_(new QWidget(this)) {
     setWindowTitle("Gigmora");
     setCentralWidget(mainView_);
@@ -55,6 +57,10 @@ MainWindow::MainWindow(QWidget* parent)
     activeButton_->setGeometry(kActiveFrame);
     // A click on the switch leaves the keyboard where it was (on stage, with the stage keys).
     activeButton_->setFocusPolicy(Qt::TabFocus);
+    remoteIndicator_->setObjectName("remoteIndicator");
+    remoteIndicator_->setGeometry(kRemoteIndicatorFrame);
+    remoteIndicator_->setStyleSheet("background: #43c463; border-radius: 6px;");
+    remoteIndicator_->hide();
 
     // The delegates tell the tables apart by their autosave names.
     for (TableView* t : findChildren<TableView*>())
@@ -76,6 +82,14 @@ MainWindow::MainWindow(QWidget* parent)
 }
 
 MainWindow::~MainWindow() = default;
+
+void MainWindow::showRemoteIndicator(int port) {
+    const QString text = QStringLiteral("Web remote on, port %1").arg(port);
+    remoteIndicator_->setAccessibleName(port ? QStringLiteral("Remote on") : QString());
+    remoteIndicator_->setAccessibleDescription(port ? text : QString());
+    remoteIndicator_->setToolTip(port ? text : QString());
+    remoteIndicator_->setVisible(port != 0);
+}
 
 void MainWindow::removeFromSuperview(QWidget* view) {
     if (!view || view->parentWidget() == offstage_) return;

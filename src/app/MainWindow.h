@@ -12,7 +12,7 @@ class SongDetailsView;
 
 // The main window puts the screens together: the master view with the background (which
 // carries the edit screen), the Perform and Song Details screens over it, the mode selector
-// and the active switch. What each screen shows and does is its own class's.
+// the active switch and the web remote's indicator. What each screen shows and does is its own class's.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:
@@ -30,6 +30,9 @@ public:
     SongDetailsView* songDetailsView() const { return songDetailsView_; }
     SegmentedControl* topButtons() const { return topButtons_; }
     QCheckBox* activeButton() const { return activeButton_; }
+    // A green dot beside Active while the web remote listens (`port`), hidden otherwise (0).
+    QLabel* remoteIndicator() const { return remoteIndicator_; }
+    void showRemoteIndicator(int port);
 
     // Views leave the window for a hidden holder, so they keep their owner and come back.
     void removeFromSuperview(QWidget* view);
@@ -52,5 +55,6 @@ private:
     SongDetailsView* songDetailsView_;
     SegmentedControl* topButtons_;
     QCheckBox* activeButton_;
+    QLabel* remoteIndicator_;
     QWidget* offstage_;
 };

@@ -1,6 +1,7 @@
 #include "app/MyPrefsWindowController.h"
 
 #include "app/DelaySlider.h"
+#include "app/RemotePrefsPane.h"
 #include "midi/MainMidi.h"
 #include "midi/MidiHost.h"
 #include "platform/GuardedConnect.h"
@@ -29,8 +30,12 @@ void selectOrFirst(QComboBox* list, qint64 position) {
 }
 } // namespace
 
-MyPrefsWindowController::MyPrefsWindowController() : ui_(std::make_unique<Ui::Preferences>()) {
+MyPrefsWindowController::MyPrefsWindowController()
+    : ui_(std::make_unique<Ui::Preferences>()), remotePane_(nullptr) {
     ui_->setupUi(shelf());
+    remotePane_ = new RemotePrefsPane(shelf());
+    connect(remotePane_, &RemotePrefsPane::settingsChanged, this,
+            &MyPrefsWindowController::remoteSettingsChanged);
     // Typed notes outside 0-127 never get into the field.
     QLineEdit* note = ui_->prefsSpacebarMidiTriggerNote;
     note->setValidator(new RangeValidator(0, 127, note));
@@ -121,6 +126,8 @@ void MyPrefsWindowController::setupToolbar() {
     sharedMainMidi = host ? host->mainMidiObject() : nullptr;
     addView(ui_->logicPrefsView, "Midi");
     addView(ui_->generalPrefsView, "DAW");
+    addView(remotePane_, "Remote");
+    remotePane_->showSettings();
     if (!sharedPrefs) return;
     ui_->dawDelay->setText(QString::asprintf("%.2g", double(sharedPrefs->prefsSelectedDAWDelay)));
     ui_->prefsDawDelaySlider->setDoubleValue(sharedPrefs->prefsSelectedDAWDelay);

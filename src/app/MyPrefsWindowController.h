@@ -9,11 +9,12 @@ class MainMidi;
 class MidiHost;
 class Prefs;
 class QComboBox;
+class RemotePrefsPane;
 namespace Ui {
 class Preferences;
 }
 
-// The preferences window: the "Midi" and "DAW" panes. Each control writes into the shared
+// The preferences window: the "Midi", "DAW" and "Remote" panes. Each control writes into the shared
 // settings and, for most, saves them at once; device and port controls also rebuild MIDI.
 class MyPrefsWindowController : public TzPrefsWindowController {
     Q_OBJECT
@@ -46,6 +47,7 @@ public:
     void sendBackupSyncForLogicXMessage() {}
 
     Ui::Preferences& ui() { return *ui_; }
+    RemotePrefsPane* remotePane() const { return remotePane_; }
     QStringList prefsWindowSourcesArray;
     QStringList prefsWindowDestinationArray;
     Prefs* sharedPrefs = nullptr;
@@ -54,6 +56,8 @@ public:
 signals:
     // The DAW control was changed and stored in Gigmora.conf.
     void dawSettingsChanged();
+    // The web remote was changed and stored in Gigmora.conf.
+    void remoteSettingsChanged();
 
 private:
     void connectControls();
@@ -66,6 +70,7 @@ private:
     void showSpacebarNote();
 
     std::unique_ptr<Ui::Preferences> ui_;
+    RemotePrefsPane* remotePane_; // on the shelf with the other panes
     // A key of this entry was refused ("200" stops at "20"): the entry is refused whole.
     bool noteRefused_ = false;
 };

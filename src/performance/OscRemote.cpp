@@ -90,7 +90,7 @@ void OscRemote::handle(const OscMessage& m, const QHostAddress& from, quint16 po
     }
 }
 
-void OscRemote::publish(const Stage& stage) {
+void OscRemote::publish(const StageSnapshot& stage) {
     if (stage == stage_) return;
     stage_ = stage;
     const qint64 t = now();

@@ -6,6 +6,8 @@
 #include <QSet>
 #include <QUdpSocket>
 
+#include "performance/StageSnapshot.h"
+
 struct OscMessage;
 
 // The OSC control surface for TouchOSC and Open Stage Control: "/gigmora/next",
@@ -17,10 +19,6 @@ struct OscMessage;
 class OscRemote : public QObject {
     Q_OBJECT
 public:
-    struct Stage {
-        QString setlist, current, next, state;
-        bool operator==(const Stage&) const = default;
-    };
     static constexpr qint64 kClientMemoryMs = 60000;
 
     explicit OscRemote(QObject* parent = nullptr);
@@ -29,7 +27,7 @@ public:
     bool listen(quint16 port, const QStringList& allow);
     quint16 port() const { return socket_.localPort(); }
     // Sends the stage to the recent clients.
-    void publish(const Stage& stage);
+    void publish(const StageSnapshot& stage);
 
 signals:
     void nextRequested();
@@ -50,6 +48,6 @@ private:
     QUdpSocket socket_;
     QList<QHostAddress> allow_;
     QList<Client> clients_;
-    Stage stage_;
+    StageSnapshot stage_;
     QSet<QString> reported_;
 };

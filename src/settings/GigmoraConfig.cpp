@@ -3,7 +3,10 @@
 #include "settings/SettingsLog.h"
 
 #include <QDir>
+#include <QHostAddress>
 #include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
 #include <optional>
@@ -21,6 +24,14 @@ void checkWritten(const QSettings& file) {
 void unusable(const char* key, const QVariant& value, const char* group = "daw") {
     qCWarning(lcStorage).noquote() << QStringLiteral("Gigmora.conf: [%1]").arg(group) << key << "="
                                    << value.toString() << "cannot be used; its default stands.";
+}
+
+// A port number from 0 to 65535, else nothing.
+std::optional<int> port(const QVariant& v) {
+    bool ok = false;
+    const int n = v.toString().toInt(&ok);
+    if (ok && n >= 0 && n <= 65535) return n;
+    return std::nullopt;
 }
 
 // "true" or "false", else nothing.
@@ -100,10 +111,8 @@ GigmoraConfig::Osc GigmoraConfig::osc() {
             unusable("enabled", v, "osc");
     }
     if (const QVariant v = file.value(QStringLiteral("port")); v.isValid()) {
-        bool ok = false;
-        const int port = v.toString().toInt(&ok);
-        if (ok && port >= 0 && port <= 65535)
-            osc.port = port;
+        if (const auto n = port(v))
+            osc.port = *n;
         else
             unusable("port", v, "osc");
     }
@@ -125,6 +134,61 @@ void GigmoraConfig::setOsc(const Osc& osc) {
     file.setValue(QStringLiteral("enabled"), osc.enabled);
     file.setValue(QStringLiteral("port"), osc.port);
     file.setValue(QStringLiteral("allow"), osc.allow);
+    file.endGroup();
+    file.sync();
+    checkWritten(file);
+}
+
+bool GigmoraConfig::isPin(const QString& text) {
+    static const QRegularExpression digits(QStringLiteral("^[0-9]{4,8}$"));
+    return digits.match(text).hasMatch();
+}
+
+QString GigmoraConfig::makePin() {
+    return QStringLiteral("%1").arg(QRandomGenerator::system()->bounded(1000000), 6, 10,
+                                    QLatin1Char('0'));
+}
+
+GigmoraConfig::Remote GigmoraConfig::remote() {
+    QSettings file(filePath(), QSettings::IniFormat);
+    file.beginGroup(QStringLiteral("remote"));
+    Remote remote;
+    if (const QVariant v = file.value(QStringLiteral("enabled")); v.isValid()) {
+        if (const auto on = boolean(v))
+            remote.enabled = *on;
+        else
+            unusable("enabled", v, "remote");
+    }
+    if (const QVariant v = file.value(QStringLiteral("port")); v.isValid()) {
+        if (const auto n = port(v))
+            remote.port = *n;
+        else
+            unusable("port", v, "remote");
+    }
+    if (const QVariant v = file.value(QStringLiteral("pin")); v.isValid()) {
+        if (isPin(v.toString()))
+            remote.pin = v.toString();
+        else
+            qCWarning(lcStorage).noquote()
+                << "Gigmora.conf: [remote] pin must be 4 to 8 digits; a new one will be made.";
+    }
+    if (const QVariant v = file.value(QStringLiteral("address")); v.isValid()) {
+        const QString text = v.toString().trimmed();
+        if (text.isEmpty() || !QHostAddress(text).isNull())
+            remote.address = text;
+        else
+            unusable("address", v, "remote");
+    }
+    return remote;
+}
+
+void GigmoraConfig::setRemote(const Remote& remote) {
+    QSettings file(filePath(), QSettings::IniFormat);
+    file.beginGroup(QStringLiteral("remote"));
+    file.setValue(QStringLiteral("enabled"), remote.enabled);
+    file.setValue(QStringLiteral("port"), remote.port);
+    file.setValue(QStringLiteral("pin"), remote.pin);
+    file.setValue(QStringLiteral("address"), remote.address);
     file.endGroup();
     file.sync();
     checkWritten(file);

@@ -28,9 +28,23 @@ public:
         QStringList allow{QStringLiteral("127.0.0.1"), QStringLiteral("::1")};
     };
 
+    // The web remote: the running order on the band's phones. Off unless asked for; a browser
+    // reads or controls nothing until it gave the PIN.
+    struct Remote {
+        bool enabled = false;
+        int port = 8765;
+        QString pin;     // 4 to 8 digits; empty: none yet
+        QString address; // the interface listened on; empty: every interface
+    };
+    static bool isPin(const QString& text);
+    // A fresh random PIN of six digits.
+    static QString makePin();
+
     static QString filePath();
     static Daw daw();
     static void setDaw(const Daw& daw);
     static Osc osc();
     static void setOsc(const Osc& osc);
+    static Remote remote();
+    static void setRemote(const Remote& remote);
 };

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QHash>
+#include <QHostAddress>
+#include <QTcpServer>
+
+// The web remote's TCP listener: each address holds at most 16 connections (and the remote
+// 256 in all); every connection gets its guard before the HTTP server sees it.
+class RemoteListener : public QTcpServer {
+    Q_OBJECT
+public:
+    static constexpr int kMaxPerAddress = 16;
+    static constexpr int kMaxConnections = 256;
+
+    explicit RemoteListener(QObject* parent = nullptr);
+
+    int connectionsFrom(const QHostAddress& address) const;
+
+protected:
+    void incomingConnection(qintptr descriptor) override;
+
+private:
+    QHash<QHostAddress, int> perAddress_;
+    int total_ = 0;
+};

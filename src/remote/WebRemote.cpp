@@ -1,0 +1,249 @@
+#include "remote/WebRemote.h"
+
+#include "platform/Guard.h"
+#include "remote/ConnectionGuard.h"
+#include "remote/PinGate.h"
+#include "remote/RemoteListener.h"
+#include "remote/RemoteLog.h"
+#include "remote/RemotePages.h"
+
+#include <QDateTime>
+#include <QHttpServerRequest>
+#include <QHttpServerResponder>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTcpSocket>
+#include <QUrlQuery>
+#include <QWebSocket>
+
+namespace {
+using Status = QHttpServerResponder::StatusCode;
+constexpr qint64 kMaxFrameBytes = 4096;
+constexpr int kMissedPings = 3;
+constexpr const char* kHeard = "heardMs";
+
+QByteArray header(const QHttpServerRequest& request, const QByteArray& name) {
+    for (const auto& [key, value] : request.headers())
+        if (key.compare(name, Qt::CaseInsensitive) == 0) return value;
+    return {};
+}
+
+QString cookie(const QByteArray& cookies, const QByteArray& name) {
+    for (const QByteArray& part : cookies.split(';')) {
+        const QByteArray pair = part.trimmed();
+        if (pair.startsWith(name + '=')) return QString::fromLatin1(pair.mid(name.size() + 1));
+    }
+    return {};
+}
+
+// One answer with the headers every answer carries.
+void send(QHttpServerResponder&& r, Status status, const QByteArray& body, const QByteArray& type,
+          const QList<std::pair<QByteArray, QByteArray>>& extra = {}) {
+    r.writeStatusLine(status);
+    r.writeHeader("Content-Type", type);
+    r.writeHeader("Cache-Control", "no-store");
+    r.writeHeader("Content-Security-Policy", RemotePages::kPolicy);
+    r.writeHeader("X-Content-Type-Options", "nosniff");
+    r.writeHeader("Referrer-Policy", "no-referrer");
+    for (const auto& [key, value] : extra)
+        r.writeHeader(key, value);
+    r.writeHeader("Content-Length", QByteArray::number(body.size()));
+    r.writeBody(body);
+}
+
+void sendText(QHttpServerResponder&& r, Status status, const QByteArray& text,
+              const QList<std::pair<QByteArray, QByteArray>>& extra = {}) {
+    send(std::move(r), status, text + '\n', "text/plain; charset=utf-8", extra);
+}
+} // namespace
+
+WebRemote::WebRemote(const QString& pin, std::function<qint64()> clock, QObject* parent)
+    : QAbstractHttpServer(parent), gate_(std::make_unique<PinGate>(pin, std::move(clock))) {
+    connect(this, &QAbstractHttpServer::newWebSocketConnection, this,
+            [this] { guarded("WebRemote::takePages", [this] { takePages(); }); });
+    ping_.setInterval(kPingMs);
+    connect(&ping_, &QTimer::timeout, this,
+            [this] { guarded("WebRemote::pingPages", [this] { pingPages(); }); });
+    ping_.start();
+    stageJson_ = stageJson();
+}
+
+WebRemote::~WebRemote() = default;
+
+bool WebRemote::listen(const QHostAddress& address, quint16 port) {
+    auto listener = std::make_unique<RemoteListener>();
+    if (!listener->listen(address, port)) {
+        qCWarning(lcRemote).noquote() << "The web remote cannot listen on" << address.toString()
+                                      << "port" << port << ":" << listener->errorString();
+        return false;
+    }
+    listener_ = listener.get();
+    bind(listener.release()); // the server becomes its parent
+    qCInfo(lcRemote).noquote() << "The web remote listens on port" << listener_->serverPort();
+    return true;
+}
+
+quint16 WebRemote::port() const {
+    return listener_ ? listener_->serverPort() : 0;
+}
+
+bool WebRemote::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
+    bool handled = false;
+    if (!guarded("WebRemote::handleRequest", [&] { handled = answer(request, socket); }))
+        socket->abort();
+    return handled;
+}
+
+void WebRemote::missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) {
+    // Only a refused WebSocket upgrade comes here.
+    guarded("WebRemote::missingHandler",
+            [&] { sendText(makeResponder(request, socket), Status::Forbidden, "Forbidden"); });
+}
+
+bool WebRemote::loggedIn(const QHttpServerRequest& request) const {
+    return gate_->hasSession(cookie(header(request, "cookie"), kSessionCookie));
+}
+
+bool WebRemote::acceptsUpgrade(const QHttpServerRequest& request) const {
+    if (request.url().path() != QLatin1String("/ws") || !loggedIn(request)) return false;
+    // A page from anywhere else could ride on the cookie; only this server's own may connect.
+    const QByteArray origin = header(request, "origin");
+    return !origin.isEmpty() && origin == "http://" + header(request, "host");
+}
+
+bool WebRemote::answer(const QHttpServerRequest& request, QTcpSocket* socket) {
+    if (ConnectionGuard* guard = ConnectionGuard::of(socket)) guard->requestHandled();
+    const bool upgrade = !header(request, "upgrade").isEmpty();
+    if (upgrade) {
+        if (!acceptsUpgrade(request)) return false;
+        if (ConnectionGuard* guard = ConnectionGuard::of(socket)) guard->upgraded();
+        return true;
+    }
+    if (request.method() != QHttpServerRequest::Method::Get) {
+        sendText(makeResponder(request, socket), Status::MethodNotAllowed, "Only GET", {{"Allow", "GET"}});
+        return true;
+    }
+    if (!request.body().isEmpty()) {
+        sendText(makeResponder(request, socket), Status::PayloadTooLarge, "No bodies");
+        return true;
+    }
+    const QString path = request.url().path();
+    if (path == QLatin1String("/")) {
+        const QUrlQuery query(request.url());
+        if (query.hasQueryItem(QStringLiteral("pin")))
+            login(request, socket, query.queryItemValue(QStringLiteral("pin")));
+        else if (loggedIn(request))
+            send(makeResponder(request, socket), Status::Ok, RemotePages::stagePage(), "text/html; charset=utf-8");
+        else
+            send(makeResponder(request, socket), Status::Ok, RemotePages::pinPage({}), "text/html; charset=utf-8");
+        return true;
+    }
+    const RemotePages::File file = RemotePages::asset(path);
+    if (file.body.isEmpty())
+        sendText(makeResponder(request, socket), Status::NotFound, "Not found");
+    else
+        send(makeResponder(request, socket), Status::Ok, file.body, file.type);
+    return true;
+}
+
+void WebRemote::login(const QHttpServerRequest& request, QTcpSocket* socket, const QString& pin) {
+    const QByteArray html = "text/html; charset=utf-8";
+    switch (gate_->check(socket->peerAddress(), pin)) {
+    case PinGate::Verdict::Accepted: {
+        // The PIN leaves the address bar: the page is reached again without it.
+        const QByteArray cookie = kSessionCookie + '=' + gate_->openSession().toLatin1() +
+                                  "; Path=/; HttpOnly; SameSite=Strict";
+        send(makeResponder(request, socket), Status::SeeOther, {}, "text/plain",
+             {{"Location", "/"}, {"Set-Cookie", cookie}});
+        qCInfo(lcRemote).noquote() << "A browser at" << socket->peerAddress().toString()
+                                   << "gave the PIN.";
+        return;
+    }
+    case PinGate::Verdict::Wrong:
+        send(makeResponder(request, socket), Status::Unauthorized, RemotePages::pinPage("Wrong PIN."), html);
+        return;
+    case PinGate::Verdict::LockedOut:
+        send(makeResponder(request, socket), Status::TooManyRequests,
+             RemotePages::pinPage("Too many wrong PINs. Try again in a minute."), html,
+             {{"Retry-After", "60"}});
+        qCWarning(lcRemote).noquote() << "Wrong PINs from" << socket->peerAddress().toString()
+                                      << ": refused for a minute.";
+        return;
+    }
+}
+
+void WebRemote::takePages() {
+    while (hasPendingWebSocketConnections()) {
+        std::unique_ptr<QWebSocket> owned = nextPendingWebSocketConnection();
+        if (!owned) continue;
+        QWebSocket* page = owned.release();
+        page->setParent(this);
+        page->setMaxAllowedIncomingFrameSize(kMaxFrameBytes);
+        page->setMaxAllowedIncomingMessageSize(kMaxFrameBytes);
+        pages_.append(page);
+        page->setProperty(kHeard, QDateTime::currentMSecsSinceEpoch());
+        connect(page, &QWebSocket::pong, page, [page] {
+            page->setProperty(kHeard, QDateTime::currentMSecsSinceEpoch());
+        });
+        connect(page, &QWebSocket::textMessageReceived, this, [this, page](const QString& text) {
+            guarded("WebRemote::command", [&] { command(page, text); });
+        });
+        connect(page, &QWebSocket::binaryMessageReceived, page,
+                [page] { page->close(QWebSocketProtocol::CloseCodeDatatypeNotSupported); });
+        connect(page, &QWebSocket::disconnected, this, [this, page] {
+            pages_.removeOne(page);
+            page->deleteLater();
+        });
+        page->sendTextMessage(QString::fromUtf8(stageJson_));
+    }
+}
+
+void WebRemote::command(QWebSocket* page, const QString& text) {
+    const QJsonObject c = QJsonDocument::fromJson(text.toUtf8()).object();
+    const QString what = c.value(QLatin1String("do")).toString();
+    if (what == QLatin1String("next")) {
+        emit nextRequested();
+    } else if (what == QLatin1String("previous")) {
+        emit previousRequested();
+    } else if (what == QLatin1String("song")) {
+        // The row of the order the page showed, and only if that is still what is shown.
+        const int row = c.value(QLatin1String("row")).toInt(-1);
+        if (c.value(QLatin1String("setlist")).toString() == stage_.setlist && row >= 0 &&
+            row < stage_.songs.size() &&
+            c.value(QLatin1String("title")).toString() == stage_.songs.at(row))
+            emit rowRequested(row);
+        else
+            page->sendTextMessage(QString::fromUtf8(stageJson_));
+    }
+}
+
+void WebRemote::pingPages() {
+    // A phone that slept or left the Wi-Fi never says goodbye; it stops answering pings.
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    for (QWebSocket* page : std::as_const(pages_)) {
+        if (now - page->property(kHeard).toLongLong() > kMissedPings * kPingMs)
+            page->abort();
+        else
+            page->ping();
+    }
+}
+
+QByteArray WebRemote::stageJson() const {
+    QJsonObject o;
+    o.insert(QLatin1String("setlist"), stage_.setlist);
+    o.insert(QLatin1String("songs"), QJsonArray::fromStringList(stage_.songs));
+    o.insert(QLatin1String("current"), stage_.currentRow);
+    o.insert(QLatin1String("next"), stage_.next);
+    o.insert(QLatin1String("state"), stage_.state);
+    return QJsonDocument(o).toJson(QJsonDocument::Compact);
+}
+
+void WebRemote::publish(const StageSnapshot& stage) {
+    if (stage == stage_) return;
+    stage_ = stage;
+    stageJson_ = stageJson();
+    const QString message = QString::fromUtf8(stageJson_);
+    for (QWebSocket* page : std::as_const(pages_))
+        page->sendTextMessage(message);
+}
