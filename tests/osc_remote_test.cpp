@@ -57,7 +57,7 @@ private:
 TEST(OscRemote, MessagesAndFeedback) {
     OscRemote remote;
     ASSERT_TRUE(remote.listen(0, {"127.0.0.1", "::1"}));
-    remote.publish({"Friday", "Opener", "Next: Ballad", ""});
+    remote.publish({.setlist = "Friday", .current = "Opener", .next = "Next: Ballad"});
     QSignalSpy next(&remote, &OscRemote::nextRequested);
     QSignalSpy previous(&remote, &OscRemote::previousRequested);
     QSignalSpy song(&remote, &OscRemote::songRequested);
@@ -71,7 +71,10 @@ TEST(OscRemote, MessagesAndFeedback) {
     ASSERT_TRUE(waitUntil([&] { return song.size() == 1; }));
     EXPECT_EQ(previous.size(), 1);
     EXPECT_EQ(song[0][0].toInt(), 3);
-    remote.publish({"Friday", "Ballad", "Last song", "Ballad loaded (1.1 s)"});
+    remote.publish({.setlist = "Friday",
+                    .current = "Ballad",
+                    .next = "Last song",
+                    .state = "Ballad loaded (1.1 s)"});
     EXPECT_TRUE(surface.heard("/gigmora/current", "Ballad"));
     EXPECT_TRUE(surface.heard("/gigmora/state", "Ballad loaded (1.1 s)"));
 }

@@ -16,7 +16,7 @@
     stage = s;
     document.getElementById("setlist").textContent = s.setlist || "No setlist";
     document.getElementById("state").textContent = s.state || "";
-    document.getElementById("next").textContent = s.next ? "Next: " + s.next : "";
+    document.getElementById("next").textContent = s.next || "";
     document.title = s.setlist ? s.setlist + " – Gigmora" : "Gigmora";
     const rows = s.songs.map(function (title, i) {
       const li = document.createElement("li");
