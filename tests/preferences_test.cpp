@@ -1,7 +1,10 @@
 #include "app/DelaySlider.h"
 #include "app/MyPrefsWindowController.h"
+#include "app/RemotePrefsPane.h"
+#include "app/StageRemotes.h"
 #include "daw/DawControl.h"
 #include "midi/MainMidi.h"
+#include "remote/WebRemote.h"
 #include "platform/TzPrefsWindowController.h"
 #include "settings/GigmoraConfig.h"
 #include "settings/Prefs.h"
@@ -17,6 +20,9 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTcpServer>
 #include <QParallelAnimationGroup>
 #include <QPropertyAnimation>
 #include <QTest>
@@ -59,7 +65,7 @@ protected:
 TEST_F(Preferences, OpensOnMidiCentredWithTheDelayShownShort) {
     app->sharedPrefs()->prefsSelectedDAWDelay = 1.2f;
     MyPrefsWindowController* c = open();
-    EXPECT_EQ(c->toolbarIdentifiers, (QStringList{"Midi", "DAW"}));
+    EXPECT_EQ(c->toolbarIdentifiers, (QStringList{"Midi", "DAW", "Remote"}));
     EXPECT_EQ(c->window()->windowTitle(), "Midi");
     EXPECT_TRUE(find<QWidget>("logicPrefsView")->isVisibleTo(c->window()));
     EXPECT_EQ(find<QLabel>("dawDelay")->text(), "1.2");
@@ -253,4 +259,51 @@ TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
     pick(control, 0);
     EXPECT_FALSE(app->dawControl()->managesSessions());
     EXPECT_TRUE(app->window()->performanceView()->dawState().isEmpty());
+}
+
+// The Remote pane turns the web remote on with a PIN made for it, shows where a phone opens it
+// (and the QR code of that address with the PIN), and a new PIN or turning it off takes at once.
+TEST_F(Preferences, TheRemotePaneTurnsTheWebRemoteOn) {
+    QTcpServer probe; // a free port for the remote
+    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
+    const int port = probe.serverPort();
+    probe.close();
+    MyPrefsWindowController* c = open();
+    ASSERT_TRUE(c->toolbarViews.contains("Remote"));
+    RemotePrefsPane* pane = c->remotePane();
+    EXPECT_EQ(pane->enabledBox()->accessibleName(), "Web remote");
+    EXPECT_EQ(pane->pinEdit()->accessibleName(), "Remote PIN");
+    EXPECT_FALSE(pane->enabledBox()->isChecked()) << "off unless asked for";
+    EXPECT_TRUE(pane->qrLabel()->pixmap().isNull());
+    EXPECT_TRUE(app->window()->remoteIndicator()->isHidden());
+
+    pane->portBox()->setValue(port);
+    emit pane->portBox()->editingFinished();
+    QTest::mouseClick(pane->enabledBox(), Qt::LeftButton);
+    const GigmoraConfig::Remote on = GigmoraConfig::remote();
+    EXPECT_TRUE(on.enabled);
+    EXPECT_EQ(on.port, port);
+    EXPECT_TRUE(GigmoraConfig::isPin(on.pin)) << on.pin.toStdString();
+    EXPECT_EQ(pane->pinEdit()->text(), on.pin);
+    ASSERT_TRUE(app->remotes()->webRemote());
+    EXPECT_EQ(app->remotes()->webRemote()->port(), port);
+    EXPECT_FALSE(app->window()->remoteIndicator()->isHidden());
+    EXPECT_EQ(app->window()->remoteIndicator()->accessibleName(), "Remote on");
+    EXPECT_TRUE(pane->qrText().endsWith(QString(":%1/?pin=%2").arg(port).arg(on.pin)))
+        << pane->qrText().toStdString();
+    EXPECT_FALSE(pane->qrLabel()->pixmap().isNull());
+    EXPECT_TRUE(pane->addressesLabel()->text().contains(QString(":%1/").arg(port)));
+
+    // A PIN too short is not taken; "New PIN" makes another and the remote starts over with it.
+    pane->pinEdit()->setText("12");
+    emit pane->pinEdit()->editingFinished();
+    EXPECT_EQ(GigmoraConfig::remote().pin, on.pin);
+    QTest::mouseClick(pane->newPinButton(), Qt::LeftButton);
+    EXPECT_NE(GigmoraConfig::remote().pin, on.pin);
+    ASSERT_TRUE(app->remotes()->webRemote());
+
+    QTest::mouseClick(pane->enabledBox(), Qt::LeftButton);
+    EXPECT_FALSE(GigmoraConfig::remote().enabled);
+    EXPECT_EQ(app->remotes()->webRemote(), nullptr);
+    EXPECT_TRUE(app->window()->remoteIndicator()->isHidden());
 }

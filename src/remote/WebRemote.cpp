@@ -73,6 +73,8 @@ WebRemote::~WebRemote() = default;
 
 bool WebRemote::listen(const QHostAddress& address, quint16 port) {
     auto listener = std::make_unique<RemoteListener>();
+    // Room for a burst of connections while the stage loop is busy for a moment.
+    listener->setListenBacklogSize(128);
     if (!listener->listen(address, port)) {
         qCWarning(lcRemote).noquote() << "The web remote cannot listen on" << address.toString()
                                       << "port" << port << ":" << listener->errorString();

@@ -1,0 +1,236 @@
+#include "app/StageRemotes.h"
+#include "remote/WebRemote.h"
+#include "settings/GigmoraConfig.h"
+#include "support/LibraryHelpers.h"
+#include "support/StageFixture.h"
+
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QWebSocket>
+#include <gtest/gtest.h>
+#include <memory>
+#include <vector>
+
+using namespace helpers;
+
+namespace {
+struct Reply {
+    int status = 0; // 0: the connection ended without an answer
+    QByteArray head, body;
+};
+
+// A raw HTTP/1.1 exchange from `from` (any 127.x.y.z is this machine), read to its end.
+Reply exchange(quint16 port, const QByteArray& request, const QString& from = "127.0.0.1") {
+    QTcpSocket s;
+    s.bind(QHostAddress(from));
+    s.connectToHost(QHostAddress::LocalHost, port);
+    if (!waitUntil([&] { return s.state() == QAbstractSocket::ConnectedState; })) return {};
+    s.write(request);
+    QByteArray got;
+    Reply r;
+    waitUntil([&] {
+        got += s.readAll();
+        const qsizetype end = got.indexOf("\r\n\r\n");
+        if (end < 0) return s.state() != QAbstractSocket::ConnectedState;
+        r.head = got.left(end);
+        const qsizetype at = r.head.toLower().indexOf("content-length:");
+        const int length = at < 0 ? 0 : r.head.mid(at + 15).split('\r').first().trimmed().toInt();
+        return got.size() >= end + 4 + length;
+    });
+    if (r.head.startsWith("HTTP/1.1 ")) r.status = r.head.mid(9, 3).toInt();
+    r.body = got.mid(r.head.size() + 4);
+    return r;
+}
+
+QByteArray get(const QByteArray& path, const QByteArray& headers = {}) {
+    return "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + headers + "\r\n";
+}
+
+QByteArray cookieOf(const Reply& r) {
+    const qsizetype at = r.head.indexOf("Set-Cookie: ");
+    return at < 0 ? QByteArray() : r.head.mid(at + 12).split(';').first();
+}
+
+StageSnapshot friday() {
+    return {.setlist = "Friday",
+            .songs = {"Opener", "Ballad", "Encore"},
+            .currentRow = 0,
+            .current = "Opener",
+            .next = "Next: Ballad"};
+}
+
+// A page's WebSocket, with the cookie and origin it is given.
+struct Page {
+    Page(quint16 port, const QByteArray& cookie, const QString& origin) : socket(origin) {
+        QNetworkRequest request(QUrl(QString("ws://127.0.0.1:%1/ws").arg(port)));
+        if (!cookie.isEmpty()) request.setRawHeader("Cookie", cookie);
+        QObject::connect(&socket, &QWebSocket::textMessageReceived,
+                         [this](const QString& m) { messages << m; });
+        socket.open(request);
+    }
+    bool connected() {
+        waitUntil([&] { return socket.state() != QAbstractSocket::ConnectingState; });
+        return waitUntil([&] { return socket.state() == QAbstractSocket::ConnectedState; }, 500);
+    }
+    QWebSocket socket;
+    QStringList messages;
+};
+} // namespace
+
+// No PIN, no library; the PIN gives a session (HttpOnly, SameSite=Strict); five wrong PINs in a
+// minute refuse the address for a minute, even with the right PIN.
+TEST(WebRemote, PinSessionsAndLockout) {
+    qint64 now = 1'000'000;
+    WebRemote remote("2468", [&] { return now; });
+    ASSERT_TRUE(remote.listen(QHostAddress::LocalHost, 0));
+    remote.publish(friday());
+    const quint16 port = remote.port();
+
+    Reply r = exchange(port, get("/"));
+    EXPECT_EQ(r.status, 200);
+    EXPECT_TRUE(r.body.contains("id=\"pin\""));
+    EXPECT_FALSE(r.body.contains("Friday"));
+    EXPECT_TRUE(r.head.contains("Content-Security-Policy: default-src 'none'"));
+    r = exchange(port, get("/?pin=1357"));
+    EXPECT_EQ(r.status, 401);
+    EXPECT_TRUE(r.body.contains("Wrong PIN."));
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(exchange(port, get("/?pin=0000")).status, 401);
+    r = exchange(port, get("/?pin=2468"));
+    EXPECT_EQ(r.status, 429) << "locked out, the right PIN included";
+    EXPECT_EQ(exchange(port, get("/?pin=2468"), "127.0.0.3").status, 303)
+        << "only that address is refused";
+    now += 30'000;
+    EXPECT_EQ(exchange(port, get("/?pin=2468")).status, 429);
+    now += 31'000;
+    r = exchange(port, get("/?pin=2468"));
+    ASSERT_EQ(r.status, 303);
+    EXPECT_TRUE(r.head.contains("Location: /"));
+    EXPECT_TRUE(r.head.contains("; Path=/; HttpOnly; SameSite=Strict"));
+    const QByteArray cookie = cookieOf(r);
+    r = exchange(port, get("/", "Cookie: theme=dark; " + cookie + "\r\n"));
+    EXPECT_EQ(r.status, 200);
+    EXPECT_TRUE(r.body.contains("id=\"order\""));
+    EXPECT_TRUE(exchange(port, get("/", "Cookie: gigmora_session=forged\r\n")).body.contains("id=\"pin\""));
+}
+
+// A WebSocket needs the session and the page's own origin; then it hears every change and can
+// only step through the set.
+TEST(WebRemote, PagesNeedTheSessionAndTheirOrigin) {
+    WebRemote remote("2468");
+    ASSERT_TRUE(remote.listen(QHostAddress::LocalHost, 0));
+    remote.publish(friday());
+    const quint16 port = remote.port();
+    const QString own = QString("http://127.0.0.1:%1").arg(port);
+    const QByteArray cookie = cookieOf(exchange(port, get("/?pin=2468")));
+    ASSERT_FALSE(cookie.isEmpty());
+
+    EXPECT_FALSE(Page(port, {}, own).connected()) << "no session";
+    EXPECT_FALSE(Page(port, cookie, "http://evil.example").connected()) << "another site";
+    EXPECT_FALSE(Page(port, "gigmora_session=forged", own).connected());
+    Page page(port, cookie, own);
+    ASSERT_TRUE(page.connected());
+    ASSERT_TRUE(waitUntil([&] { return !page.messages.isEmpty(); }));
+    EXPECT_TRUE(page.messages.last().contains("\"setlist\":\"Friday\""));
+    EXPECT_EQ(remote.pageCount(), 1);
+
+    QSignalSpy next(&remote, &WebRemote::nextRequested);
+    QSignalSpy previous(&remote, &WebRemote::previousRequested);
+    QSignalSpy row(&remote, &WebRemote::rowRequested);
+    page.socket.sendTextMessage(R"({"do":"next"})");
+    page.socket.sendTextMessage(R"({"do":"previous"})");
+    page.socket.sendTextMessage(R"({"do":"delete","row":0})");
+    page.socket.sendTextMessage("not json");
+    // A tap on what a stale page showed recalls nothing.
+    page.socket.sendTextMessage(R"({"do":"song","row":1,"title":"Encore","setlist":"Friday"})");
+    page.socket.sendTextMessage(R"({"do":"song","row":7,"title":"Ballad","setlist":"Friday"})");
+    page.socket.sendTextMessage(R"({"do":"song","row":1,"title":"Ballad","setlist":"Friday"})");
+    ASSERT_TRUE(waitUntil([&] { return row.size() == 1; }));
+    EXPECT_EQ(row[0][0].toInt(), 1);
+    EXPECT_EQ(next.size(), 1);
+    EXPECT_EQ(previous.size(), 1);
+
+    StageSnapshot moved = friday();
+    moved.currentRow = 1;
+    remote.publish(moved);
+    EXPECT_TRUE(waitUntil([&] { return page.messages.last().contains("\"current\":1"); }));
+    // Frames beyond what a command needs end the page's connection.
+    page.socket.sendTextMessage(QString(10000, 'x'));
+    EXPECT_TRUE(waitUntil([&] { return remote.pageCount() == 0; }));
+}
+
+class RemoteStage : public StageFixture {};
+
+TEST_F(RemoteStage, OffByDefault) {
+    makeSetlist({project("One.logicx")});
+    launch();
+    EXPECT_EQ(app->remotes()->webRemote(), nullptr);
+    EXPECT_TRUE(app->window()->remoteIndicator()->isHidden());
+    EXPECT_FALSE(GigmoraConfig::remote().enabled);
+}
+
+// Idle connections, garbage, oversized headers, bodies and made-up paths leave the page served
+// to a good client and the MIDI trigger answered; idle connections end after 10 s.
+TEST_F(RemoteStage, HostileTrafficLeavesThePageAndTheTriggerAlone) {
+    GigmoraConfig::Remote settings;
+    settings.enabled = true;
+    settings.port = 0;
+    settings.pin = "2468";
+    GigmoraConfig::setRemote(settings);
+    makeSetlist({project("One.logicx"), project("Two.logicx")});
+    launch();
+    selectSetlistRow(0);
+    ASSERT_TRUE(app->remotes()->webRemote());
+    const quint16 port = app->remotes()->webRemote()->port();
+
+    // One after another, as a second program would open them while Gigmora runs.
+    std::vector<std::unique_ptr<QTcpSocket>> idle;
+    for (int i = 0; i < 200; ++i) {
+        idle.push_back(std::make_unique<QTcpSocket>());
+        idle.back()->bind(QHostAddress("127.0.0.2"));
+        idle.back()->connectToHost(QHostAddress::LocalHost, port);
+        waitUntil(
+            [&] {
+                const auto state = idle.back()->state();
+                return state == QAbstractSocket::ConnectedState ||
+                       state == QAbstractSocket::UnconnectedState;
+            },
+            200);
+    }
+    const auto open = [&] {
+        return std::count_if(idle.begin(), idle.end(), [](const auto& s) {
+            return s->state() == QAbstractSocket::ConnectedState;
+        });
+    };
+    waitUntil([&] { return false; }, 1000);
+    EXPECT_LE(open(), 16) << "an address holds at most 16 connections";
+    EXPECT_GT(open(), 0);
+
+    QByteArray garbage(4000, '\0');
+    for (int i = 0; i < garbage.size(); ++i)
+        garbage[i] = char((i * 7919) % 251);
+    EXPECT_EQ(exchange(port, garbage, "127.0.0.4").status, 0);
+    EXPECT_EQ(exchange(port, get("/", "X-Big: " + QByteArray(200 * 1024, 'a') + "\r\n"),
+                       "127.0.0.4")
+                  .status,
+              431);
+    EXPECT_EQ(exchange(port, "POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 5\r\n\r\npin=1").status,
+              405);
+    EXPECT_EQ(exchange(port, "GET / HTTP/1.1\r\nHost: x\r\nContent-Length: 20000\r\n\r\n" +
+                                 QByteArray(20000, 'p'))
+                  .status,
+              413);
+    for (const QByteArray path : {"/../../etc/passwd", "/%2e%2e/%2e%2e/etc/passwd",
+                                  "/remote.js/../../../etc/passwd", "/index.html", "/ws"})
+        EXPECT_EQ(exchange(port, get(path)).status, 404) << path.constData();
+
+    EXPECT_EQ(exchange(port, get("/")).status, 200) << "the good client is served";
+    midi->send({0xC0, 0x7F});
+    EXPECT_TRUE(waitForCloseCommands(1)) << "the trigger is answered";
+    EXPECT_TRUE(waitUntil([&] { return selectedSetlistRow() == 1; }));
+
+    EXPECT_TRUE(waitUntil([&] { return open() == 0; }, 12000))
+        << "idle connections end after 10 s";
+    EXPECT_EQ(exchange(port, get("/"), "127.0.0.2").status, 200) << "and the address may return";
+}
