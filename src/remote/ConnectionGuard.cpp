@@ -34,6 +34,7 @@ void ConnectionGuard::requestHandled() {
 void ConnectionGuard::upgraded() {
     upgraded_ = true;
     idle_.stop();
+    if (becamePage) becamePage();
 }
 
 void ConnectionGuard::bytesArrived() {

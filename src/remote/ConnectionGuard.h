@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QTimer>
+#include <functional>
 
 class QTcpSocket;
 
@@ -21,6 +22,8 @@ public:
     // A whole request arrived: the count starts again, and so does the idle time.
     void requestHandled();
     void upgraded();
+    // Told when the connection became a page.
+    std::function<void()> becamePage;
     bool isUpgraded() const { return upgraded_; }
 
     static ConnectionGuard* of(QTcpSocket* socket);

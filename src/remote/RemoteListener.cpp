@@ -24,11 +24,21 @@ void RemoteListener::incomingConnection(qintptr descriptor) {
     ++perAddress_[from];
     QTcpSocket* s = socket.release();
     s->setParent(this);
-    connect(s, &QObject::destroyed, this, [self = QPointer(this), from] {
-        if (!self) return;
-        --self->total_;
-        if (--self->perAddress_[from] <= 0) self->perAddress_.remove(from);
+    counted_.insert(s, from);
+    connect(s, &QObject::destroyed, this, [this](QObject* gone) {
+        --total_;
+        release(gone);
     });
-    new ConnectionGuard(s);
+    auto* guard = new ConnectionGuard(s);
+    guard->becamePage = [self = QPointer(this), s] {
+        if (self) self->release(s);
+    };
     addPendingConnection(s);
+}
+
+void RemoteListener::release(QObject* socket) {
+    const auto it = counted_.constFind(socket);
+    if (it == counted_.constEnd()) return;
+    if (--perAddress_[*it] <= 0) perAddress_.remove(*it);
+    counted_.erase(it);
 }
