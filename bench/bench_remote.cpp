@@ -113,10 +113,13 @@ void run(AppDelegate& app, int pageCount) {
         std::printf(
             "trigger -> page update, %2d page(s): median %6.2f ms, p99 %6.2f ms, max %6.2f ms\n",
             pageCount, ms[ms.size() / 2], ms[ms.size() * 99 / 100], ms.back());
-    QMetaObject::invokeMethod(&pages, [&] {
-        for (QWebSocket* page : pages.findChildren<QWebSocket*>())
-            delete page;
-    }, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        &pages,
+        [&] {
+            for (QWebSocket* page : pages.findChildren<QWebSocket*>())
+                delete page;
+        },
+        Qt::BlockingQueuedConnection);
     thread.quit();
     thread.wait();
 }

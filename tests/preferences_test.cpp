@@ -4,8 +4,8 @@
 #include "app/StageRemotes.h"
 #include "daw/DawControl.h"
 #include "midi/MainMidi.h"
-#include "remote/WebRemote.h"
 #include "platform/TzPrefsWindowController.h"
+#include "remote/WebRemote.h"
 #include "settings/GigmoraConfig.h"
 #include "settings/Prefs.h"
 #include "support/EditFixture.h"
@@ -20,11 +20,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
+#include <QParallelAnimationGroup>
+#include <QPropertyAnimation>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTcpServer>
-#include <QParallelAnimationGroup>
-#include <QPropertyAnimation>
 #include <QTest>
 #include <QToolBar>
 

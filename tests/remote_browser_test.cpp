@@ -51,12 +51,17 @@ TEST_F(RemoteBrowser, ThePinOpensTheSetAndThePageDrivesIt) {
     browser.evaluate("document.getElementById('pin').value = '4321';"
                      "document.querySelector('form').submit(); true");
     ASSERT_TRUE(browser.waitFor(markedRow() + " === 'Opener'")) << browser.error().toStdString();
-    EXPECT_EQ(browser.evaluate("document.getElementById('setlist').textContent").toString().toStdString(), "Gig");
-    EXPECT_EQ(browser.evaluate("location.search").toString().toStdString(), "") << "the PIN left the address";
-    EXPECT_EQ(browser.evaluate("document.getElementById('next').textContent").toString().toStdString(),
-              "Next: Ballad");
-    EXPECT_EQ(browser.evaluate("getComputedStyle(document.querySelector("
-                               "'li[aria-current=\"true\"] button')).backgroundColor")
+    EXPECT_EQ(
+        browser.evaluate("document.getElementById('setlist').textContent").toString().toStdString(),
+        "Gig");
+    EXPECT_EQ(browser.evaluate("location.search").toString().toStdString(), "")
+        << "the PIN left the address";
+    EXPECT_EQ(
+        browser.evaluate("document.getElementById('next').textContent").toString().toStdString(),
+        "Next: Ballad");
+    EXPECT_EQ(browser
+                  .evaluate("getComputedStyle(document.querySelector("
+                            "'li[aria-current=\"true\"] button')).backgroundColor")
                   .toString()
                   .toStdString(),
               "rgb(46, 104, 60)")
@@ -102,13 +107,15 @@ TEST_F(RemoteBrowser, WrongPinsLockTheAddressOut) {
     HeadlessChromium browser;
     ASSERT_TRUE(browser.error().isEmpty()) << browser.error().toStdString();
     ASSERT_TRUE(browser.open(page + "?pin=0000"));
-    EXPECT_EQ(browser.evaluate("document.getElementById('message').textContent").toString().toStdString(),
-              "Wrong PIN.");
+    EXPECT_EQ(
+        browser.evaluate("document.getElementById('message').textContent").toString().toStdString(),
+        "Wrong PIN.");
     for (int i = 0; i < 4; ++i)
         ASSERT_TRUE(browser.open(page + "?pin=000" + QString::number(i + 1)));
     // Five wrong within the minute: even the right PIN is refused now.
     ASSERT_TRUE(browser.open(page + "?pin=4321"));
-    EXPECT_TRUE(browser.evaluate("document.getElementById('message').textContent").toString()
+    EXPECT_TRUE(browser.evaluate("document.getElementById('message').textContent")
+                    .toString()
                     .startsWith("Too many wrong PINs"));
     EXPECT_FALSE(browser.evaluate("!!document.getElementById('order')").toBool());
 }

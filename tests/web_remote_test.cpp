@@ -112,7 +112,8 @@ TEST(WebRemote, PinSessionsAndLockout) {
     r = exchange(port, get("/", "Cookie: theme=dark; " + cookie + "\r\n"));
     EXPECT_EQ(r.status, 200);
     EXPECT_TRUE(r.body.contains("id=\"order\""));
-    EXPECT_TRUE(exchange(port, get("/", "Cookie: gigmora_session=forged\r\n")).body.contains("id=\"pin\""));
+    EXPECT_TRUE(
+        exchange(port, get("/", "Cookie: gigmora_session=forged\r\n")).body.contains("id=\"pin\""));
 }
 
 // A WebSocket needs the session and the page's own origin; then it hears every change and can
@@ -211,10 +212,10 @@ TEST_F(RemoteStage, HostileTrafficLeavesThePageAndTheTriggerAlone) {
     for (int i = 0; i < garbage.size(); ++i)
         garbage[i] = char((i * 7919) % 251);
     EXPECT_EQ(exchange(port, garbage, "127.0.0.4").status, 0);
-    EXPECT_EQ(exchange(port, get("/", "X-Big: " + QByteArray(200 * 1024, 'a') + "\r\n"),
-                       "127.0.0.4")
-                  .status,
-              431);
+    EXPECT_EQ(
+        exchange(port, get("/", "X-Big: " + QByteArray(200 * 1024, 'a') + "\r\n"), "127.0.0.4")
+            .status,
+        431);
     EXPECT_EQ(exchange(port, "POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 5\r\n\r\npin=1").status,
               405);
     EXPECT_EQ(exchange(port, "GET / HTTP/1.1\r\nHost: x\r\nContent-Length: 20000\r\n\r\n" +
@@ -230,7 +231,6 @@ TEST_F(RemoteStage, HostileTrafficLeavesThePageAndTheTriggerAlone) {
     EXPECT_TRUE(waitForCloseCommands(1)) << "the trigger is answered";
     EXPECT_TRUE(waitUntil([&] { return selectedSetlistRow() == 1; }));
 
-    EXPECT_TRUE(waitUntil([&] { return open() == 0; }, 12000))
-        << "idle connections end after 10 s";
+    EXPECT_TRUE(waitUntil([&] { return open() == 0; }, 12000)) << "idle connections end after 10 s";
     EXPECT_EQ(exchange(port, get("/"), "127.0.0.2").status, 200) << "and the address may return";
 }

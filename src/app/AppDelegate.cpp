@@ -9,6 +9,7 @@
 #include "app/PerformanceView.h"
 #include "app/SongDetailsScreen.h"
 #include "app/SongDetailsView.h"
+#include "app/StageRemotes.h"
 #include "daw/DawControl.h"
 #include "editing/TableIdentity.h"
 #include "library/ArrayController.h"
@@ -19,7 +20,6 @@
 #include "library/ProjectRecords.h"
 #include "midi/MainMidi.h"
 #include "midi/MidiServices.h"
-#include "app/StageRemotes.h"
 #include "performance/SongRecall.h"
 #include "performance/TriggerDispatch.h"
 #include "platform/Alerts.h"
@@ -79,9 +79,9 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
     dispatch_ = new TriggerDispatch({recall_, sharedPrefs_.get(), this}, this);
     wireWindow(context);
     // After the window's wiring: the next song is worked out before the remotes are told.
-    remotes_ = new StageRemotes({recall_, filter_.get(), allSetlists, currentSetlist, dawControl_,
-                                 w->performanceView()},
-                                this);
+    remotes_ = new StageRemotes(
+        {recall_, filter_.get(), allSetlists, currentSetlist, dawControl_, w->performanceView()},
+        this);
     connect(remotes_, &StageRemotes::webRemoteChanged, w, &MainWindow::showRemoteIndicator);
 }
 

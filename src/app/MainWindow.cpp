@@ -29,8 +29,7 @@ MainWindow::MainWindow(QWidget* parent)
       performanceView_(new PerformanceView(masterView_)),
       songDetailsView_(new SongDetailsView(masterView_)),
       topButtons_(new SegmentedControl(masterView_)), activeButton_(new QCheckBox(masterView_)),
-      remoteIndicator_(new QLabel(masterView_)),
-      offstage_(new QWidget(this)) {
+      remoteIndicator_(new QLabel(masterView_)), offstage_(new QWidget(this)) {
     setWindowTitle("Gigmora");
     setCentralWidget(mainView_);
     mainView_->setObjectName("mainView");

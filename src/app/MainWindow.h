@@ -12,7 +12,8 @@ class SongDetailsView;
 
 // The main window puts the screens together: the master view with the background (which
 // carries the edit screen), the Perform and Song Details screens over it, the mode selector
-// the active switch and the web remote's indicator. What each screen shows and does is its own class's.
+// the active switch and the web remote's indicator. What each screen shows and does is its own
+// class's.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:

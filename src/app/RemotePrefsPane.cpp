@@ -90,7 +90,8 @@ void RemotePrefsPane::showAddresses(bool enabled, const QString& address, int po
         return;
     }
     const QStringList pages = RemoteAddresses::pageAddresses(address, port);
-    ui_->remoteAddresses->setText(QStringLiteral("Open on a phone: ") + pages.join(QStringLiteral("  ")));
+    ui_->remoteAddresses->setText(QStringLiteral("Open on a phone: ") +
+                                  pages.join(QStringLiteral("  ")));
     qrText_ = pages.first() + QStringLiteral("?pin=") + pin;
     ui_->remoteQrCode->setPixmap(QPixmap::fromImage(QrCode::render(qrText_, 4)));
 }

@@ -66,8 +66,8 @@ PinGate::Verdict PinGate::check(const QHostAddress& from, const QString& attempt
 QString PinGate::openSession() {
     quint32 words[8];
     QRandomGenerator::system()->fillRange(words);
-    const QString token = QString::fromLatin1(
-        QByteArray(reinterpret_cast<const char*>(words), sizeof words).toHex());
+    const QString token =
+        QString::fromLatin1(QByteArray(reinterpret_cast<const char*>(words), sizeof words).toHex());
     if (sessions_.size() >= kMaxSessions) sessions_.removeFirst();
     sessions_.append(token);
     return token;

@@ -24,8 +24,7 @@ QStringList RemoteAddresses::pageAddresses(const QString& bindAddress, int port)
             (flags & QNetworkInterface::IsLoopBack))
             continue;
         for (const QNetworkAddressEntry& e : i.addressEntries())
-            if (e.ip().protocol() == QAbstractSocket::IPv4Protocol)
-                found << page(e.ip(), port);
+            if (e.ip().protocol() == QAbstractSocket::IPv4Protocol) found << page(e.ip(), port);
     }
     if (found.isEmpty()) found << page(QHostAddress(QHostAddress::LocalHost), port);
     return found;

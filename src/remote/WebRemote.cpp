@@ -123,7 +123,8 @@ bool WebRemote::answer(const QHttpServerRequest& request, QTcpSocket* socket) {
         return true;
     }
     if (request.method() != QHttpServerRequest::Method::Get) {
-        sendText(makeResponder(request, socket), Status::MethodNotAllowed, "Only GET", {{"Allow", "GET"}});
+        sendText(makeResponder(request, socket), Status::MethodNotAllowed, "Only GET",
+                 {{"Allow", "GET"}});
         return true;
     }
     if (!request.body().isEmpty()) {
@@ -136,9 +137,11 @@ bool WebRemote::answer(const QHttpServerRequest& request, QTcpSocket* socket) {
         if (query.hasQueryItem(QStringLiteral("pin")))
             login(request, socket, query.queryItemValue(QStringLiteral("pin")));
         else if (loggedIn(request))
-            send(makeResponder(request, socket), Status::Ok, RemotePages::stagePage(), "text/html; charset=utf-8");
+            send(makeResponder(request, socket), Status::Ok, RemotePages::stagePage(),
+                 "text/html; charset=utf-8");
         else
-            send(makeResponder(request, socket), Status::Ok, RemotePages::pinPage({}), "text/html; charset=utf-8");
+            send(makeResponder(request, socket), Status::Ok, RemotePages::pinPage({}),
+                 "text/html; charset=utf-8");
         return true;
     }
     const RemotePages::File file = RemotePages::asset(path);
@@ -158,19 +161,20 @@ void WebRemote::login(const QHttpServerRequest& request, QTcpSocket* socket, con
                                   "; Path=/; HttpOnly; SameSite=Strict";
         send(makeResponder(request, socket), Status::SeeOther, {}, "text/plain",
              {{"Location", "/"}, {"Set-Cookie", cookie}});
-        qCInfo(lcRemote).noquote() << "A browser at" << socket->peerAddress().toString()
-                                   << "gave the PIN.";
+        qCInfo(lcRemote).noquote()
+            << "A browser at" << socket->peerAddress().toString() << "gave the PIN.";
         return;
     }
     case PinGate::Verdict::Wrong:
-        send(makeResponder(request, socket), Status::Unauthorized, RemotePages::pinPage("Wrong PIN."), html);
+        send(makeResponder(request, socket), Status::Unauthorized,
+             RemotePages::pinPage("Wrong PIN."), html);
         return;
     case PinGate::Verdict::LockedOut:
         send(makeResponder(request, socket), Status::TooManyRequests,
              RemotePages::pinPage("Too many wrong PINs. Try again in a minute."), html,
              {{"Retry-After", "60"}});
-        qCWarning(lcRemote).noquote() << "Wrong PINs from" << socket->peerAddress().toString()
-                                      << ": refused for a minute.";
+        qCWarning(lcRemote).noquote()
+            << "Wrong PINs from" << socket->peerAddress().toString() << ": refused for a minute.";
         return;
     }
 }
@@ -185,9 +189,8 @@ void WebRemote::takePages() {
         page->setMaxAllowedIncomingMessageSize(kMaxFrameBytes);
         pages_.append(page);
         page->setProperty(kHeard, QDateTime::currentMSecsSinceEpoch());
-        connect(page, &QWebSocket::pong, page, [page] {
-            page->setProperty(kHeard, QDateTime::currentMSecsSinceEpoch());
-        });
+        connect(page, &QWebSocket::pong, page,
+                [page] { page->setProperty(kHeard, QDateTime::currentMSecsSinceEpoch()); });
         connect(page, &QWebSocket::textMessageReceived, this, [this, page](const QString& text) {
             guarded("WebRemote::command", [&] { command(page, text); });
         });

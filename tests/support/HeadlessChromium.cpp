@@ -35,8 +35,8 @@ bool HeadlessChromium::start() {
         return false;
     }
     process_.setProgram(binary);
-    process_.setArguments({"--headless=new", "--no-sandbox", "--disable-gpu",
-                           "--no-first-run", "--disable-extensions", "--remote-debugging-port=0",
+    process_.setArguments({"--headless=new", "--no-sandbox", "--disable-gpu", "--no-first-run",
+                           "--disable-extensions", "--remote-debugging-port=0",
                            "--user-data-dir=" + profile_.path(), "about:blank"});
     process_.start();
     QString endpoint;
@@ -124,12 +124,13 @@ bool HeadlessChromium::waitFor(const QString& script, int timeoutMs) {
 }
 
 bool HeadlessChromium::screenshot(const QString& pngPath) {
-    const QByteArray data = QByteArray::fromBase64(call("Page.captureScreenshot", {{"format", "png"}})
-                                                       .value("result")
-                                                       .toObject()
-                                                       .value("data")
-                                                       .toString()
-                                                       .toLatin1());
+    const QByteArray data =
+        QByteArray::fromBase64(call("Page.captureScreenshot", {{"format", "png"}})
+                                   .value("result")
+                                   .toObject()
+                                   .value("data")
+                                   .toString()
+                                   .toLatin1());
     QFile f(pngPath);
     return !data.isEmpty() && f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
 }

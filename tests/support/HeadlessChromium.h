@@ -28,8 +28,7 @@ public:
     bool screenshot(const QString& pngPath);
 
 private:
-    QJsonObject call(const QString& method, const QJsonObject& params = {},
-                     bool inPage = true);
+    QJsonObject call(const QString& method, const QJsonObject& params = {}, bool inPage = true);
     bool start();
 
     QTemporaryDir profile_;
