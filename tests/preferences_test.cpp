@@ -302,6 +302,17 @@ TEST_F(Preferences, TheRemotePaneTurnsTheWebRemoteOn) {
     EXPECT_NE(GigmoraConfig::remote().pin, on.pin);
     ASSERT_TRUE(app->remotes()->webRemote());
 
+    // A port another program holds: the pane says so where the addresses were.
+    QTcpServer holder;
+    ASSERT_TRUE(holder.listen(QHostAddress::Any));
+    pane->portBox()->setValue(holder.serverPort());
+    emit pane->portBox()->editingFinished();
+    EXPECT_EQ(app->remotes()->webRemote(), nullptr);
+    EXPECT_TRUE(pane->addressesLabel()->text().startsWith(
+        QString("The web remote cannot listen on port %1").arg(holder.serverPort())))
+        << pane->addressesLabel()->text().toStdString();
+    EXPECT_TRUE(app->window()->remoteIndicator()->isHidden());
+
     QTest::mouseClick(pane->enabledBox(), Qt::LeftButton);
     EXPECT_FALSE(GigmoraConfig::remote().enabled);
     EXPECT_EQ(app->remotes()->webRemote(), nullptr);

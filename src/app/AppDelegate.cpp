@@ -7,6 +7,7 @@
 #include "app/ModeSwitch.h"
 #include "app/MyPrefsWindowController.h"
 #include "app/PerformanceView.h"
+#include "app/RemotePrefsPane.h"
 #include "app/SongDetailsScreen.h"
 #include "app/SongDetailsView.h"
 #include "app/StageRemotes.h"
@@ -238,7 +239,10 @@ void AppDelegate::openPreferences() {
 }
 
 void AppDelegate::applyRemoteSettings() {
-    if (!terminated_) remotes_->applyWebSettings();
+    if (terminated_) return;
+    remotes_->applyWebSettings();
+    MyPrefsWindowController::sharedPrefsWindowController()->remotePane()->showProblem(
+        remotes_->webProblem());
 }
 
 void AppDelegate::applyDawSettings() {

@@ -71,7 +71,9 @@ void RemotePrefsPane::edited() {
     if (r.enabled != before.enabled || r.port != before.port || r.pin != before.pin ||
         r.address != before.address) {
         GigmoraConfig::setRemote(r);
+        showSettings();
         emit settingsChanged();
+        return;
     }
     showSettings();
 }
@@ -94,4 +96,11 @@ void RemotePrefsPane::showAddresses(bool enabled, const QString& address, int po
                                   pages.join(QStringLiteral("  ")));
     qrText_ = pages.first() + QStringLiteral("?pin=") + pin;
     ui_->remoteQrCode->setPixmap(QPixmap::fromImage(QrCode::render(qrText_, 4)));
+}
+
+void RemotePrefsPane::showProblem(const QString& problem) {
+    if (problem.isEmpty()) return;
+    qrText_.clear();
+    ui_->remoteQrCode->clear();
+    ui_->remoteAddresses->setText(problem);
 }

@@ -22,6 +22,8 @@ public:
 
     // Shows what Gigmora.conf holds.
     void showSettings();
+    // Why the remote that is on does not listen, in place of its addresses.
+    void showProblem(const QString& problem);
 
     QCheckBox* enabledBox() const;
     QSpinBox* portBox() const;

@@ -58,6 +58,7 @@ void StageRemotes::applyWebSettings() {
         delete std::exchange(web_, nullptr);
         emit webRemoteChanged(0);
     }
+    webProblem_.clear();
     if (!remote.enabled) return;
     if (remote.pin.isEmpty()) {
         remote.pin = GigmoraConfig::makePin();
@@ -68,6 +69,9 @@ void StageRemotes::applyWebSettings() {
     const QHostAddress address =
         remote.address.isEmpty() ? QHostAddress(QHostAddress::Any) : QHostAddress(remote.address);
     if (!web->listen(address, quint16(remote.port))) {
+        webProblem_ = QStringLiteral("The web remote cannot listen on port %1: %2")
+                          .arg(remote.port)
+                          .arg(web->listenError());
         delete web;
         return;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QString>
 #include <functional>
 
 class ArrayController;
@@ -36,6 +37,8 @@ public:
 
     OscRemote* oscRemote() const { return osc_; }
     WebRemote* webRemote() const { return web_; }
+    // Why the web remote that Gigmora.conf turns on does not listen; empty when it does.
+    QString webProblem() const { return webProblem_; }
 
 signals:
     // The web remote started (with the port it has) or stopped (0).
@@ -48,5 +51,6 @@ private:
 
     Dependencies d_;
     OscRemote* osc_ = nullptr;
-    WebRemote* web_ = nullptr; // a child, replaced whole when its settings change
+    WebRemote* web_ = nullptr;
+    QString webProblem_; // a child, replaced whole when its settings change
 };

@@ -2,6 +2,7 @@
 
 #include "platform/Guard.h"
 #include "remote/ConnectionGuard.h"
+#include "remote/PeerAddress.h"
 #include "remote/PinGate.h"
 #include "remote/RemoteListener.h"
 #include "remote/RemoteLog.h"
@@ -76,6 +77,7 @@ bool WebRemote::listen(const QHostAddress& address, quint16 port) {
     // Room for a burst of connections while the stage loop is busy for a moment.
     listener->setListenBacklogSize(128);
     if (!listener->listen(address, port)) {
+        listenError_ = listener->errorString();
         qCWarning(lcRemote).noquote() << "The web remote cannot listen on" << address.toString()
                                       << "port" << port << ":" << listener->errorString();
         return false;
@@ -162,7 +164,7 @@ void WebRemote::login(const QHttpServerRequest& request, QTcpSocket* socket, con
         send(makeResponder(request, socket), Status::SeeOther, {}, "text/plain",
              {{"Location", "/"}, {"Set-Cookie", cookie}});
         qCInfo(lcRemote).noquote()
-            << "A browser at" << socket->peerAddress().toString() << "gave the PIN.";
+            << "A browser at" << plainAddress(socket->peerAddress()).toString() << "gave the PIN.";
         return;
     }
     case PinGate::Verdict::Wrong:
@@ -174,7 +176,8 @@ void WebRemote::login(const QHttpServerRequest& request, QTcpSocket* socket, con
              RemotePages::pinPage("Too many wrong PINs. Try again in a minute."), html,
              {{"Retry-After", "60"}});
         qCWarning(lcRemote).noquote()
-            << "Wrong PINs from" << socket->peerAddress().toString() << ": refused for a minute.";
+            << "Wrong PINs from" << plainAddress(socket->peerAddress()).toString()
+            << ": refused for a minute.";
         return;
     }
 }

@@ -30,6 +30,8 @@ public:
     // False (and one log line saying why) when the port cannot be had.
     bool listen(const QHostAddress& address, quint16 port);
     quint16 port() const;
+    // Why listen() failed.
+    QString listenError() const { return listenError_; }
     void publish(const StageSnapshot& stage);
     int pageCount() const { return int(pages_.size()); }
 
@@ -60,4 +62,5 @@ private:
     StageSnapshot stage_;
     QByteArray stageJson_;
     QTimer ping_;
+    QString listenError_;
 };
