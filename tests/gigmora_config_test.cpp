@@ -58,3 +58,36 @@ TEST_F(GigmoraConfigTest, UnusableValuesKeepTheirDefaults) {
     write("[daw]\nloadTimeout=45\n");
     EXPECT_EQ(GigmoraConfig::daw().loadTimeoutSeconds, 45);
 }
+
+// The web remote: off with no PIN unless asked; a PIN is 4 to 8 digits; a made one is six;
+// a value that cannot be used keeps its default and says so.
+TEST_F(GigmoraConfigTest, TheWebRemoteGroup) {
+    GigmoraConfig::Remote r = GigmoraConfig::remote();
+    EXPECT_FALSE(r.enabled);
+    EXPECT_EQ(r.port, 8765);
+    EXPECT_TRUE(r.pin.isEmpty());
+    EXPECT_TRUE(r.address.isEmpty());
+    for (const char* pin : {"0123", "12345678"})
+        EXPECT_TRUE(GigmoraConfig::isPin(pin)) << pin;
+    for (const char* pin : {"", "123", "123456789", "12a4", " 1234", "١٢٣٤"})
+        EXPECT_FALSE(GigmoraConfig::isPin(QString::fromUtf8(pin))) << pin;
+    EXPECT_TRUE(GigmoraConfig::isPin(GigmoraConfig::makePin()));
+    EXPECT_EQ(GigmoraConfig::makePin().size(), 6);
+
+    GigmoraConfig::setRemote({true, 9000, "0042", "192.168.1.20"});
+    r = GigmoraConfig::remote();
+    EXPECT_TRUE(r.enabled);
+    EXPECT_EQ(r.port, 9000);
+    EXPECT_EQ(r.pin, "0042") << "the leading zero stays";
+    EXPECT_EQ(r.address, "192.168.1.20");
+
+    LogCapture log;
+    write("[remote]\nenabled=yes\nport=70000\npin=12\naddress=the venue\n");
+    r = GigmoraConfig::remote();
+    EXPECT_FALSE(r.enabled);
+    EXPECT_EQ(r.port, 8765);
+    EXPECT_TRUE(r.pin.isEmpty());
+    EXPECT_TRUE(r.address.isEmpty());
+    EXPECT_TRUE(log.contains("[remote] pin must be 4 to 8 digits"));
+    EXPECT_TRUE(log.contains("address = the venue cannot be used"));
+}

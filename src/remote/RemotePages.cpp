@@ -32,11 +32,11 @@ RemotePages::File RemotePages::asset(const QString& path) {
 }
 
 QByteArray RemotePages::stagePage() {
-    return resource(QStringLiteral("stage.html"));
+    return resource(QStringLiteral("head.html")) + resource(QStringLiteral("stage.html"));
 }
 
 QByteArray RemotePages::pinPage(const QString& message) {
-    QByteArray page = resource(QStringLiteral("pin.html"));
+    QByteArray page = resource(QStringLiteral("head.html")) + resource(QStringLiteral("pin.html"));
     page.replace("{{message}}", message.toHtmlEscaped().toUtf8());
     return page;
 }

@@ -41,6 +41,17 @@ std::optional<bool> boolean(const QVariant& v) {
     if (text == QLatin1String("false")) return false;
     return std::nullopt;
 }
+
+// Sets `into` from the group's `key` when `parse` takes its value; says so when it does not.
+template <typename T, typename Parse>
+void take(const QSettings& file, const char* key, const char* group, Parse parse, T& into) {
+    const QVariant v = file.value(QLatin1String(key));
+    if (!v.isValid()) return;
+    if (const auto parsed = parse(v))
+        into = *parsed;
+    else
+        unusable(key, v, group);
+}
 } // namespace
 
 QStringList GigmoraConfig::Daw::program() const {
@@ -69,12 +80,7 @@ GigmoraConfig::Daw GigmoraConfig::daw() {
         else
             unusable("command", v);
     }
-    if (const QVariant v = file.value(QStringLiteral("saveBeforeSwitch")); v.isValid()) {
-        if (const auto on = boolean(v))
-            daw.saveBeforeSwitch = *on;
-        else
-            unusable("saveBeforeSwitch", v);
-    }
+    take(file, "saveBeforeSwitch", "daw", boolean, daw.saveBeforeSwitch);
     if (const QVariant v = file.value(QStringLiteral("loadTimeout")); v.isValid()) {
         bool ok = false;
         const int seconds = v.toString().toInt(&ok);
@@ -104,18 +110,8 @@ GigmoraConfig::Osc GigmoraConfig::osc() {
     QSettings file(filePath(), QSettings::IniFormat);
     file.beginGroup(QStringLiteral("osc"));
     Osc osc;
-    if (const QVariant v = file.value(QStringLiteral("enabled")); v.isValid()) {
-        if (const auto on = boolean(v))
-            osc.enabled = *on;
-        else
-            unusable("enabled", v, "osc");
-    }
-    if (const QVariant v = file.value(QStringLiteral("port")); v.isValid()) {
-        if (const auto n = port(v))
-            osc.port = *n;
-        else
-            unusable("port", v, "osc");
-    }
+    take(file, "enabled", "osc", boolean, osc.enabled);
+    take(file, "port", "osc", port, osc.port);
     if (const QVariant v = file.value(QStringLiteral("allow")); v.isValid()) {
         QStringList allow;
         for (const QString& a : v.toStringList())
@@ -153,18 +149,8 @@ GigmoraConfig::Remote GigmoraConfig::remote() {
     QSettings file(filePath(), QSettings::IniFormat);
     file.beginGroup(QStringLiteral("remote"));
     Remote remote;
-    if (const QVariant v = file.value(QStringLiteral("enabled")); v.isValid()) {
-        if (const auto on = boolean(v))
-            remote.enabled = *on;
-        else
-            unusable("enabled", v, "remote");
-    }
-    if (const QVariant v = file.value(QStringLiteral("port")); v.isValid()) {
-        if (const auto n = port(v))
-            remote.port = *n;
-        else
-            unusable("port", v, "remote");
-    }
+    take(file, "enabled", "remote", boolean, remote.enabled);
+    take(file, "port", "remote", port, remote.port);
     if (const QVariant v = file.value(QStringLiteral("pin")); v.isValid()) {
         if (isPin(v.toString()))
             remote.pin = v.toString();
