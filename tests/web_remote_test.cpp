@@ -154,8 +154,10 @@ TEST(WebRemote, PagesNeedTheSessionAndTheirOrigin) {
 
     StageSnapshot moved = friday();
     moved.currentRow = 1;
+    moved.state = "Loading Ballad…";
     remote.publish(moved);
     EXPECT_TRUE(waitUntil([&] { return page.messages.last().contains("\"current\":1"); }));
+    EXPECT_TRUE(page.messages.last().contains("\"state\":\"Loading Ballad…\""));
     // Frames beyond what a command needs end the page's connection.
     page.socket.sendTextMessage(QString(10000, 'x'));
     EXPECT_TRUE(waitUntil([&] { return remote.pageCount() == 0; }));
