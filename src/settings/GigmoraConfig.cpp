@@ -52,6 +52,17 @@ void take(const QSettings& file, const char* key, const char* group, Parse parse
     else
         unusable(key, v, group);
 }
+
+// Writes the group's values at once; a file that cannot be written is said.
+void store(const char* group, std::initializer_list<std::pair<const char*, QVariant>> values) {
+    QSettings file(GigmoraConfig::filePath(), QSettings::IniFormat);
+    file.beginGroup(QLatin1String(group));
+    for (const auto& [key, value] : values)
+        file.setValue(QLatin1String(key), value);
+    file.endGroup();
+    file.sync();
+    checkWritten(file);
+}
 } // namespace
 
 QStringList GigmoraConfig::Daw::program() const {
@@ -93,17 +104,11 @@ GigmoraConfig::Daw GigmoraConfig::daw() {
 }
 
 void GigmoraConfig::setDaw(const Daw& daw) {
-    QSettings file(filePath(), QSettings::IniFormat);
-    file.beginGroup(QStringLiteral("daw"));
-    file.setValue(QStringLiteral("control"),
-                  QString::fromLatin1(daw.control == Daw::Control::SessionManager ? kSessionManager
-                                                                                  : kLogic));
-    file.setValue(QStringLiteral("command"), daw.command);
-    file.setValue(QStringLiteral("saveBeforeSwitch"), daw.saveBeforeSwitch);
-    file.setValue(QStringLiteral("loadTimeout"), daw.loadTimeoutSeconds);
-    file.endGroup();
-    file.sync();
-    checkWritten(file);
+    const bool managed = daw.control == Daw::Control::SessionManager;
+    store("daw", {{"control", QString::fromLatin1(managed ? kSessionManager : kLogic)},
+                  {"command", daw.command},
+                  {"saveBeforeSwitch", daw.saveBeforeSwitch},
+                  {"loadTimeout", daw.loadTimeoutSeconds}});
 }
 
 GigmoraConfig::Osc GigmoraConfig::osc() {
@@ -125,14 +130,7 @@ GigmoraConfig::Osc GigmoraConfig::osc() {
 }
 
 void GigmoraConfig::setOsc(const Osc& osc) {
-    QSettings file(filePath(), QSettings::IniFormat);
-    file.beginGroup(QStringLiteral("osc"));
-    file.setValue(QStringLiteral("enabled"), osc.enabled);
-    file.setValue(QStringLiteral("port"), osc.port);
-    file.setValue(QStringLiteral("allow"), osc.allow);
-    file.endGroup();
-    file.sync();
-    checkWritten(file);
+    store("osc", {{"enabled", osc.enabled}, {"port", osc.port}, {"allow", osc.allow}});
 }
 
 bool GigmoraConfig::isPin(const QString& text) {
@@ -169,13 +167,8 @@ GigmoraConfig::Remote GigmoraConfig::remote() {
 }
 
 void GigmoraConfig::setRemote(const Remote& remote) {
-    QSettings file(filePath(), QSettings::IniFormat);
-    file.beginGroup(QStringLiteral("remote"));
-    file.setValue(QStringLiteral("enabled"), remote.enabled);
-    file.setValue(QStringLiteral("port"), remote.port);
-    file.setValue(QStringLiteral("pin"), remote.pin);
-    file.setValue(QStringLiteral("address"), remote.address);
-    file.endGroup();
-    file.sync();
-    checkWritten(file);
+    store("remote", {{"enabled", remote.enabled},
+                     {"port", remote.port},
+                     {"pin", remote.pin},
+                     {"address", remote.address}});
 }
