@@ -21,17 +21,38 @@ void checkWritten(const QSettings& file) {
         qCWarning(lcStorage).noquote() << "Gigmora.conf could not be written:" << file.fileName();
 }
 
-void unusable(const char* key, const QVariant& value, const char* group = "daw") {
+void unusable(const char* key, const QVariant& value, const char* group) {
     qCWarning(lcStorage).noquote() << QStringLiteral("Gigmora.conf: [%1]").arg(group) << key << "="
                                    << value.toString() << "cannot be used; its default stands.";
 }
 
-// A port number from 0 to 65535, else nothing.
-std::optional<int> port(const QVariant& v) {
-    bool ok = false;
-    const int n = v.toString().toInt(&ok);
-    if (ok && n >= 0 && n <= 65535) return n;
-    return std::nullopt;
+// A whole number from `low` to `high`, else nothing.
+auto between(int low, int high) {
+    return [low, high](const QVariant& v) -> std::optional<int> {
+        bool ok = false;
+        const int n = v.toString().toInt(&ok);
+        if (ok && n >= low && n <= high) return n;
+        return std::nullopt;
+    };
+}
+const auto port = between(0, 65535);
+
+// Text that `valid` accepts, trimmed, else nothing.
+template <typename Valid> auto text(Valid valid) {
+    return [valid](const QVariant& v) -> std::optional<QString> {
+        const QString t = v.toString().trimmed();
+        if (valid(t)) return t;
+        return std::nullopt;
+    };
+}
+
+// A list without its empty entries; nothing when none is left.
+std::optional<QStringList> list(const QVariant& v) {
+    QStringList kept;
+    for (const QString& a : v.toStringList())
+        if (!a.trimmed().isEmpty()) kept << a.trimmed();
+    if (kept.isEmpty()) return std::nullopt;
+    return kept;
 }
 
 // "true" or "false", else nothing.
@@ -78,28 +99,16 @@ GigmoraConfig::Daw GigmoraConfig::daw() {
     QSettings file(filePath(), QSettings::IniFormat);
     file.beginGroup(QStringLiteral("daw"));
     Daw daw;
-    if (const QVariant v = file.value(QStringLiteral("control")); v.isValid()) {
-        if (v.toString() == QLatin1String(kSessionManager))
-            daw.control = Daw::Control::SessionManager;
-        else if (v.toString() != QLatin1String(kLogic))
-            unusable("control", v);
-    }
-    if (const QVariant v = file.value(QStringLiteral("command")); v.isValid()) {
-        const QString command = v.toString().trimmed();
-        if (!command.isEmpty() && !QProcess::splitCommand(command).isEmpty())
-            daw.command = command;
-        else
-            unusable("command", v);
-    }
+    const auto control = [](const QVariant& v) -> std::optional<Daw::Control> {
+        if (v.toString() == QLatin1String(kSessionManager)) return Daw::Control::SessionManager;
+        if (v.toString() == QLatin1String(kLogic)) return Daw::Control::Logic;
+        return std::nullopt;
+    };
+    take(file, "control", "daw", control, daw.control);
+    take(file, "command", "daw",
+         text([](const QString& c) { return !QProcess::splitCommand(c).isEmpty(); }), daw.command);
     take(file, "saveBeforeSwitch", "daw", boolean, daw.saveBeforeSwitch);
-    if (const QVariant v = file.value(QStringLiteral("loadTimeout")); v.isValid()) {
-        bool ok = false;
-        const int seconds = v.toString().toInt(&ok);
-        if (ok && seconds >= 1 && seconds <= kMaxLoadTimeoutSeconds)
-            daw.loadTimeoutSeconds = seconds;
-        else
-            unusable("loadTimeout", v);
-    }
+    take(file, "loadTimeout", "daw", between(1, kMaxLoadTimeoutSeconds), daw.loadTimeoutSeconds);
     return daw;
 }
 
@@ -117,15 +126,7 @@ GigmoraConfig::Osc GigmoraConfig::osc() {
     Osc osc;
     take(file, "enabled", "osc", boolean, osc.enabled);
     take(file, "port", "osc", port, osc.port);
-    if (const QVariant v = file.value(QStringLiteral("allow")); v.isValid()) {
-        QStringList allow;
-        for (const QString& a : v.toStringList())
-            if (!a.trimmed().isEmpty()) allow << a.trimmed();
-        if (!allow.isEmpty())
-            osc.allow = allow;
-        else
-            unusable("allow", v, "osc");
-    }
+    take(file, "allow", "osc", list, osc.allow);
     return osc;
 }
 
@@ -156,13 +157,9 @@ GigmoraConfig::Remote GigmoraConfig::remote() {
             qCWarning(lcStorage).noquote()
                 << "Gigmora.conf: [remote] pin must be 4 to 8 digits; a new one will be made.";
     }
-    if (const QVariant v = file.value(QStringLiteral("address")); v.isValid()) {
-        const QString text = v.toString().trimmed();
-        if (text.isEmpty() || !QHostAddress(text).isNull())
-            remote.address = text;
-        else
-            unusable("address", v, "remote");
-    }
+    take(file, "address", "remote",
+         text([](const QString& a) { return a.isEmpty() || !QHostAddress(a).isNull(); }),
+         remote.address);
     return remote;
 }
 
