@@ -55,7 +55,7 @@ void RemotePrefsPane::showSettings() {
     ui_->prefsRemotePort->setValue(r.port);
     ui_->prefsRemotePin->setText(r.pin);
     ui_->prefsRemoteAddress->setText(r.address);
-    showAddresses(r.enabled, r.address, r.port, r.pin);
+    showAddresses(r);
 }
 
 void RemotePrefsPane::edited() {
@@ -68,14 +68,9 @@ void RemotePrefsPane::edited() {
     if (r.enabled && r.pin.isEmpty()) r.pin = GigmoraConfig::makePin();
     const QString address = ui_->prefsRemoteAddress->text().trimmed();
     if (address.isEmpty() || !QHostAddress(address).isNull()) r.address = address;
-    if (r.enabled != before.enabled || r.port != before.port || r.pin != before.pin ||
-        r.address != before.address) {
-        GigmoraConfig::setRemote(r);
-        showSettings();
-        emit settingsChanged();
-        return;
-    }
-    showSettings();
+    if (r != before) GigmoraConfig::setRemote(r);
+    showSettings(); // what the file holds now
+    if (r != before) emit settingsChanged();
 }
 
 void RemotePrefsPane::newPin() {
@@ -83,18 +78,17 @@ void RemotePrefsPane::newPin() {
     edited();
 }
 
-void RemotePrefsPane::showAddresses(bool enabled, const QString& address, int port,
-                                    const QString& pin) {
-    if (!enabled) {
+void RemotePrefsPane::showAddresses(const GigmoraConfig::Remote& r) {
+    if (!r.enabled) {
         qrText_.clear();
         ui_->remoteAddresses->setText(QStringLiteral("The web remote is off."));
         ui_->remoteQrCode->clear();
         return;
     }
-    const QStringList pages = RemoteAddresses::pageAddresses(address, port);
+    const QStringList pages = RemoteAddresses::pageAddresses(r.address, r.port);
     ui_->remoteAddresses->setText(QStringLiteral("Open on a phone: ") +
                                   pages.join(QStringLiteral("  ")));
-    qrText_ = pages.first() + QStringLiteral("?pin=") + pin;
+    qrText_ = pages.first() + QStringLiteral("?pin=") + r.pin;
     ui_->remoteQrCode->setPixmap(QPixmap::fromImage(QrCode::render(qrText_, 4)));
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settings/GigmoraConfig.h"
+
 #include <QWidget>
 #include <memory>
 
@@ -42,7 +44,7 @@ signals:
 private:
     void edited();
     void newPin();
-    void showAddresses(bool enabled, const QString& address, int port, const QString& pin);
+    void showAddresses(const GigmoraConfig::Remote& remote);
 
     std::unique_ptr<Ui::RemotePrefsPane> ui_;
     QString qrText_;

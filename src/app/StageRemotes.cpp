@@ -17,12 +17,25 @@
 
 StageRemotes::StageRemotes(const Dependencies& dependencies, QObject* parent)
     : QObject(parent), d_(dependencies) {
-    connect(d_.daw, &DawControl::stateChanged, this, &StageRemotes::publish);
-    // Queued: a trigger's close command goes out before anyone is told.
+    connect(d_.daw, &DawControl::stateChanged, this, &StageRemotes::schedulePublish);
     for (ArrayController* c : {d_.allSetlists, d_.currentSetlist})
         for (auto signal :
              {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
-            connect(c, signal, this, &StageRemotes::publish, Qt::QueuedConnection);
+            connect(c, signal, this, &StageRemotes::schedulePublish);
+}
+
+void StageRemotes::schedulePublish() {
+    // Later, and once for all the changes one step makes: a trigger's close command goes out
+    // first, and the remotes hear the stage once it has settled.
+    if (publishPending_ || (!osc_ && !web_)) return;
+    publishPending_ = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            publishPending_ = false;
+            publish();
+        },
+        Qt::QueuedConnection);
 }
 
 StageRemotes::~StageRemotes() = default;

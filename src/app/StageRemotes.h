@@ -34,6 +34,8 @@ public:
     // The web remote's settings, taken again (at launch and when the preferences change them).
     void applyWebSettings();
     void publish();
+    // publish() once, after the current event.
+    void schedulePublish();
 
     OscRemote* oscRemote() const { return osc_; }
     WebRemote* webRemote() const { return web_; }
@@ -52,5 +54,6 @@ private:
     Dependencies d_;
     OscRemote* osc_ = nullptr;
     WebRemote* web_ = nullptr;
-    QString webProblem_; // a child, replaced whole when its settings change
+    QString webProblem_;
+    bool publishPending_ = false; // a child, replaced whole when its settings change
 };

@@ -3,6 +3,7 @@
 #include "daw/OscMessage.h"
 #include "performance/PerformanceLog.h"
 #include "platform/Guard.h"
+#include "platform/PeerAddress.h"
 
 #include <QDateTime>
 #include <QNetworkDatagram>
@@ -42,11 +43,7 @@ bool OscRemote::listen(quint16 port, const QStringList& allow) {
 void OscRemote::readPending() {
     while (socket_.hasPendingDatagrams()) {
         const QNetworkDatagram datagram = socket_.receiveDatagram(kMaxDatagram);
-        QHostAddress from = datagram.senderAddress();
-        // An IPv4 sender on a dual-stack socket arrives as ::ffff:a.b.c.d.
-        bool isV4 = false;
-        const quint32 v4 = from.toIPv4Address(&isV4);
-        if (isV4) from = QHostAddress(v4);
+        const QHostAddress from = plainAddress(datagram.senderAddress());
         if (!std::any_of(allow_.begin(), allow_.end(),
                          [&](const QHostAddress& a) { return a.isEqual(from); })) {
             ignore(QStringLiteral("a sender that is not allowed (") + from.toString() + ")");

@@ -1,6 +1,6 @@
 #include "remote/PinGate.h"
 
-#include "remote/PeerAddress.h"
+#include "platform/PeerAddress.h"
 
 #include <QCryptographicHash>
 #include <QElapsedTimer>

@@ -1,7 +1,7 @@
 #include "remote/RemoteListener.h"
 
 #include "remote/ConnectionGuard.h"
-#include "remote/PeerAddress.h"
+#include "platform/PeerAddress.h"
 
 #include <QPointer>
 #include <QTcpSocket>

@@ -2,7 +2,7 @@
 
 #include "platform/Guard.h"
 #include "remote/ConnectionGuard.h"
-#include "remote/PeerAddress.h"
+#include "platform/PeerAddress.h"
 #include "remote/PinGate.h"
 #include "remote/RemoteListener.h"
 #include "remote/RemoteLog.h"

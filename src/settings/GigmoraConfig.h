@@ -35,6 +35,7 @@ public:
         int port = 8765;
         QString pin;     // 4 to 8 digits; empty: none yet
         QString address; // the interface listened on; empty: every interface
+        bool operator==(const Remote&) const = default;
     };
     static bool isPin(const QString& text);
     // A fresh random PIN of six digits.
