@@ -131,8 +131,3 @@ TEST_F(OscStage, NextFromASurfaceMovesTheSet) {
     EXPECT_TRUE(surface.heard("/gigmora/current", "Ballad"));
     EXPECT_TRUE(surface.heard("/gigmora/next", "Next: Encore"));
 }
-
-TEST_F(OscStage, OffByDefault) {
-    launch();
-    EXPECT_EQ(app->oscRemote(), nullptr);
-}

@@ -274,6 +274,8 @@ TEST_F(Preferences, TheRemotePaneTurnsTheWebRemoteOn) {
     EXPECT_EQ(pane->enabledBox()->accessibleName(), "Web remote");
     EXPECT_EQ(pane->pinEdit()->accessibleName(), "Remote PIN");
     EXPECT_FALSE(pane->enabledBox()->isChecked()) << "off unless asked for";
+    EXPECT_EQ(app->remotes()->webRemote(), nullptr);
+    EXPECT_EQ(app->oscRemote(), nullptr);
     EXPECT_TRUE(pane->qrLabel()->pixmap().isNull());
     EXPECT_TRUE(app->window()->remoteIndicator()->isHidden());
 

@@ -12,31 +12,21 @@ using namespace helpers;
 
 // The web remote as the band uses it: Debian's Chromium, headless, on the page Gigmora serves,
 // with the JACK test client standing in for the foot controller and the DAW.
-class RemoteBrowser : public StageFixture {
-protected:
-    void startRemote() {
-        GigmoraConfig::Remote remote;
-        remote.enabled = true;
-        remote.port = 0;
-        remote.pin = "4321";
-        GigmoraConfig::setRemote(remote);
-        makeSetlist({project("Opener.logicx"), project("Ballad.logicx"), project("Encore.logicx")});
-        launch();
-        ASSERT_TRUE(app->remotes()->webRemote()) << "the remote listens";
-        page = QStringLiteral("http://127.0.0.1:%1/").arg(app->remotes()->webRemote()->port());
-        selectSetlistRow(0);
-        processEvents();
-    }
-    // The row the page marks as current, by its text; "" when none is.
-    static QString markedRow() {
-        return QStringLiteral("(document.querySelector('#order li[aria-current=\"true\"]') || "
-                              "{textContent: ''}).textContent");
-    }
-    QString page;
-};
+class RemoteBrowser : public StageFixture {};
+
+// The row the page marks as current, by its text; "" when none is.
+const QString markedRow =
+    QStringLiteral("(document.querySelector('#order li[aria-current=\"true\"]') || {textContent: "
+                   "''}).textContent");
 
 TEST_F(RemoteBrowser, ThePinOpensTheSetAndThePageDrivesIt) {
-    startRemote();
+    GigmoraConfig::setRemote({true, 0, "4321", {}});
+    makeSetlist({project("Opener.logicx"), project("Ballad.logicx"), project("Encore.logicx")});
+    launch();
+    ASSERT_TRUE(app->remotes()->webRemote()) << "the remote listens";
+    const QString page =
+        QStringLiteral("http://127.0.0.1:%1/").arg(app->remotes()->webRemote()->port());
+    selectSetlistRow(0);
     HeadlessChromium browser;
     ASSERT_TRUE(browser.error().isEmpty()) << browser.error().toStdString();
     ASSERT_TRUE(browser.emulatePhone());
@@ -50,7 +40,7 @@ TEST_F(RemoteBrowser, ThePinOpensTheSetAndThePageDrivesIt) {
     // The field logs the browser in; the page then shows the running order.
     browser.evaluate("document.getElementById('pin').value = '4321';"
                      "document.querySelector('form').submit(); true");
-    ASSERT_TRUE(browser.waitFor(markedRow() + " === 'Opener'")) << browser.error().toStdString();
+    ASSERT_TRUE(browser.waitFor(markedRow + " === 'Opener'")) << browser.error().toStdString();
     EXPECT_EQ(
         browser.evaluate("document.getElementById('setlist').textContent").toString().toStdString(),
         "Gig");
@@ -71,7 +61,7 @@ TEST_F(RemoteBrowser, ThePinOpensTheSetAndThePageDrivesIt) {
     browser.evaluate("[...document.querySelectorAll('nav button')].find("
                      "b => b.textContent === 'Next').click(); true");
     ASSERT_TRUE(waitForCloseCommands(1));
-    EXPECT_TRUE(browser.waitFor(markedRow() + " === 'Ballad'"));
+    EXPECT_TRUE(browser.waitFor(markedRow + " === 'Ballad'"));
     ASSERT_TRUE(waitForOpened(1));
     EXPECT_EQ(openedFiles(), QStringList{project("Ballad.logicx")});
 
@@ -79,40 +69,35 @@ TEST_F(RemoteBrowser, ThePinOpensTheSetAndThePageDrivesIt) {
     browser.evaluate("window.notReloaded = true");
     midi->send({0xC0, 0x7F});
     ASSERT_TRUE(waitForCloseCommands(2));
-    EXPECT_TRUE(browser.waitFor(markedRow() + " === 'Encore'"));
+    EXPECT_TRUE(browser.waitFor(markedRow + " === 'Encore'"));
     EXPECT_TRUE(browser.evaluate("window.notReloaded === true").toBool());
 
     // A tap on a row recalls that song, as Go to Project does; "Previous" steps back.
     browser.evaluate("document.querySelectorAll('#order li button')[0].click(); true");
     ASSERT_TRUE(waitForCloseCommands(3));
-    EXPECT_TRUE(browser.waitFor(markedRow() + " === 'Opener'"));
+    EXPECT_TRUE(browser.waitFor(markedRow + " === 'Opener'"));
     EXPECT_EQ(selectedSetlistRow(), 0);
     browser.evaluate("document.getElementById('forward').click(); true");
-    ASSERT_TRUE(browser.waitFor(markedRow() + " === 'Ballad'"));
+    ASSERT_TRUE(browser.waitFor(markedRow + " === 'Ballad'"));
     browser.evaluate("document.getElementById('previous').click(); true");
-    EXPECT_TRUE(browser.waitFor(markedRow() + " === 'Opener'"));
+    EXPECT_TRUE(browser.waitFor(markedRow + " === 'Opener'"));
 
     const QString shot = QCoreApplication::applicationDirPath() + "/remote-page.png";
     EXPECT_TRUE(browser.screenshot(shot)) << browser.error().toStdString();
 
     // The session stays: the page opens again without the PIN.
     ASSERT_TRUE(browser.open(page));
-    EXPECT_TRUE(browser.waitFor(markedRow() + " === 'Opener'"));
+    EXPECT_TRUE(browser.waitFor(markedRow + " === 'Opener'"));
     EXPECT_FALSE(browser.evaluate("document.cookie.includes('gigmora_session')").toBool())
         << "the session cookie is HttpOnly";
-}
 
-TEST_F(RemoteBrowser, WrongPinsLockTheAddressOut) {
-    startRemote();
-    HeadlessChromium browser;
-    ASSERT_TRUE(browser.error().isEmpty()) << browser.error().toStdString();
+    // Five wrong PINs within the minute: even the right PIN is refused now.
     ASSERT_TRUE(browser.open(page + "?pin=0000"));
     EXPECT_EQ(
         browser.evaluate("document.getElementById('message').textContent").toString().toStdString(),
         "Wrong PIN.");
-    for (int i = 0; i < 4; ++i)
-        ASSERT_TRUE(browser.open(page + "?pin=000" + QString::number(i + 1)));
-    // Five wrong within the minute: even the right PIN is refused now.
+    for (int i = 1; i < 5; ++i)
+        ASSERT_TRUE(browser.open(page + "?pin=000" + QString::number(i)));
     ASSERT_TRUE(browser.open(page + "?pin=4321"));
     EXPECT_TRUE(browser.evaluate("document.getElementById('message').textContent")
                     .toString()

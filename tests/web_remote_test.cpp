@@ -165,14 +165,6 @@ TEST(WebRemote, PagesNeedTheSessionAndTheirOrigin) {
 
 class RemoteStage : public StageFixture {};
 
-TEST_F(RemoteStage, OffByDefault) {
-    makeSetlist({project("One.logicx")});
-    launch();
-    EXPECT_EQ(app->remotes()->webRemote(), nullptr);
-    EXPECT_TRUE(app->window()->remoteIndicator()->isHidden());
-    EXPECT_FALSE(GigmoraConfig::remote().enabled);
-}
-
 // Idle connections, garbage, oversized headers, bodies and made-up paths leave the page served
 // to a good client and the MIDI trigger answered; idle connections end after 10 s.
 TEST_F(RemoteStage, HostileTrafficLeavesThePageAndTheTriggerAlone) {

@@ -15,6 +15,7 @@ public:
         QString command = QStringLiteral("ardour"); // the DAW the session manager starts
         bool saveBeforeSwitch = false;
         int loadTimeoutSeconds = 60;
+        bool operator==(const Daw&) const = default;
 
         // The command split as a desktop entry's Exec line is (quotes, no shell).
         QStringList program() const;
