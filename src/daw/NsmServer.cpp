@@ -2,25 +2,21 @@
 
 #include "daw/DawLog.h"
 #include "daw/OscMessage.h"
-#include "platform/Guard.h"
-
-#include <QNetworkDatagram>
 
 namespace {
 constexpr int kErrIncompatibleApi = -2;
-constexpr qsizetype kMaxDatagram = 64 * 1024;
 } // namespace
 
-NsmServer::NsmServer(QObject* parent) : QObject(parent) {
-    connect(&socket_, &QUdpSocket::readyRead, this,
-            [this] { guarded("NsmServer::readPending", [this] { readPending(); }); });
-}
+NsmServer::NsmServer(QObject* parent)
+    : QObject(parent), endpoint_(QStringLiteral("Session manager"), lcDaw,
+                                 [this](const OscMessage& m, const QHostAddress& from,
+                                        quint16 port) { handle(m, from, port); }) {}
 
 bool NsmServer::listen() {
-    if (socket_.state() == QAbstractSocket::BoundState) return true;
-    if (socket_.bind(QHostAddress::LocalHost, 0)) return true;
+    if (endpoint_.isBound()) return true;
+    if (endpoint_.bind(QHostAddress::LocalHost, 0)) return true;
     qCWarning(lcDaw).noquote() << "The session manager cannot listen on the loopback interface:"
-                               << socket_.errorString();
+                               << endpoint_.errorString();
     return false;
 }
 
@@ -41,18 +37,6 @@ bool NsmServer::open(const QString& path, const QString& displayName, const QStr
 
 bool NsmServer::save() {
     return sendToClient({QStringLiteral("/nsm/client/save"), {}});
-}
-
-void NsmServer::readPending() {
-    while (socket_.hasPendingDatagrams()) {
-        const QNetworkDatagram datagram = socket_.receiveDatagram(kMaxDatagram);
-        const std::optional<OscMessage> message = OscMessage::decode(datagram.data());
-        if (!message) {
-            ignore(QStringLiteral("a packet that is not an OSC message"));
-            continue;
-        }
-        handle(*message, datagram.senderAddress(), quint16(datagram.senderPort()));
-    }
 }
 
 void NsmServer::handle(const OscMessage& m, const QHostAddress& from, quint16 port) {
@@ -92,10 +76,10 @@ void NsmServer::announce(const OscMessage& m, const QHostAddress& from, quint16 
         return;
     }
     if (*major > kApiMajor) {
-        send({QStringLiteral("/error"),
-              {QStringLiteral("/nsm/server/announce"), kErrIncompatibleApi,
-               QStringLiteral("Gigmora speaks version 1 of the session-manager API.")}},
-             from, port);
+        endpoint_.send({QStringLiteral("/error"),
+                        {QStringLiteral("/nsm/server/announce"), kErrIncompatibleApi,
+                         QStringLiteral("Gigmora speaks version 1 of the session-manager API.")}},
+                       from, port);
         return;
     }
     // The DAW Gigmora started; a later announce is that DAW started again.
@@ -103,28 +87,15 @@ void NsmServer::announce(const OscMessage& m, const QHostAddress& from, quint16 
     clientPort_ = port;
     clientName_ = *name;
     capabilities_ = *capabilities;
-    send({QStringLiteral("/reply"),
-          {QStringLiteral("/nsm/server/announce"), QStringLiteral("Welcome to Gigmora."),
-           QStringLiteral("Gigmora"), QStringLiteral(":optional-gui:")}},
-         from, port);
+    endpoint_.send({QStringLiteral("/reply"),
+                    {QStringLiteral("/nsm/server/announce"), QStringLiteral("Welcome to Gigmora."),
+                     QStringLiteral("Gigmora"), QStringLiteral(":optional-gui:")}},
+                   from, port);
     emit announced(*name, *capabilities, m.integer(5).value_or(0));
 }
 
 bool NsmServer::sendToClient(const OscMessage& message) {
     if (!hasClient()) return false;
-    send(message, clientAddress_, clientPort_);
+    endpoint_.send(message, clientAddress_, clientPort_);
     return true;
-}
-
-void NsmServer::send(const OscMessage& message, const QHostAddress& to, quint16 port) {
-    const QByteArray bytes = message.encode();
-    if (bytes.isEmpty() || socket_.writeDatagram(bytes, to, port) != bytes.size())
-        ignore(QStringLiteral("a message that could not be sent, ") + message.path);
-}
-
-void NsmServer::ignore(const QString& kind) {
-    if (reported_.contains(kind)) return;
-    reported_.insert(kind);
-    qCWarning(lcDaw).noquote() << "Session manager: ignored" << kind
-                               << "(said once; later ones are ignored quietly).";
 }

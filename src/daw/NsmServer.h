@@ -2,8 +2,8 @@
 
 #include <QHostAddress>
 #include <QObject>
-#include <QSet>
-#include <QUdpSocket>
+
+#include "daw/OscEndpoint.h"
 
 struct OscMessage;
 
@@ -24,7 +24,7 @@ public:
     bool listen();
     // "osc.udp://127.0.0.1:PORT/", the value of NSM_URL for the DAW.
     QString url() const;
-    quint16 port() const { return socket_.localPort(); }
+    quint16 port() const { return endpoint_.port(); }
 
     bool hasClient() const { return clientPort_ != 0; }
     QString clientName() const { return clientName_; }
@@ -47,18 +47,14 @@ signals:
     void statusMessage(int priority, const QString& message);
 
 private:
-    void readPending();
     void handle(const OscMessage& message, const QHostAddress& from, quint16 port);
     void announce(const OscMessage& message, const QHostAddress& from, quint16 port);
     bool sendToClient(const OscMessage& message);
-    void send(const OscMessage& message, const QHostAddress& to, quint16 port);
-    // One log line for each kind of trouble, however often it comes.
-    void ignore(const QString& kind);
+    void ignore(const QString& kind) { endpoint_.ignore(kind); }
 
-    QUdpSocket socket_;
+    OscEndpoint endpoint_;
     QHostAddress clientAddress_;
     quint16 clientPort_ = 0;
     QString clientName_;
     QString capabilities_;
-    QSet<QString> reported_;
 };

@@ -2,24 +2,24 @@
 
 #include "daw/OscMessage.h"
 #include "performance/PerformanceLog.h"
-#include "platform/Guard.h"
-#include "platform/PeerAddress.h"
 
 #include <QDateTime>
-#include <QNetworkDatagram>
 #include <cmath>
 
 namespace {
-constexpr qsizetype kMaxDatagram = 64 * 1024;
-
 qint64 now() {
     return QDateTime::currentMSecsSinceEpoch();
 }
 } // namespace
 
-OscRemote::OscRemote(QObject* parent) : QObject(parent) {
-    connect(&socket_, &QUdpSocket::readyRead, this,
-            [this] { guarded("OscRemote::readPending", [this] { readPending(); }); });
+OscRemote::OscRemote(QObject* parent)
+    : QObject(parent), endpoint_(QStringLiteral("OSC"), lcOsc,
+                                 [this](const OscMessage& m, const QHostAddress& from,
+                                        quint16 port) { handle(m, from, port); }) {
+    endpoint_.accepts = [this](const QHostAddress& from) {
+        return std::any_of(allow_.begin(), allow_.end(),
+                           [&](const QHostAddress& a) { return a.isEqual(from); });
+    };
 }
 
 bool OscRemote::listen(quint16 port, const QStringList& allow) {
@@ -31,31 +31,13 @@ bool OscRemote::listen(quint16 port, const QStringList& allow) {
         else
             allow_ << address;
     }
-    if (socket_.bind(QHostAddress::Any, port)) {
-        qCInfo(lcOsc).noquote() << "OSC control listens on port" << socket_.localPort();
+    if (endpoint_.bind(QHostAddress::Any, port)) {
+        qCInfo(lcOsc).noquote() << "OSC control listens on port" << endpoint_.port();
         return true;
     }
     qCWarning(lcOsc).noquote() << "OSC control cannot listen on port" << port << ":"
-                               << socket_.errorString();
+                               << endpoint_.errorString();
     return false;
-}
-
-void OscRemote::readPending() {
-    while (socket_.hasPendingDatagrams()) {
-        const QNetworkDatagram datagram = socket_.receiveDatagram(kMaxDatagram);
-        const QHostAddress from = plainAddress(datagram.senderAddress());
-        if (!std::any_of(allow_.begin(), allow_.end(),
-                         [&](const QHostAddress& a) { return a.isEqual(from); })) {
-            ignore(QStringLiteral("a sender that is not allowed (") + from.toString() + ")");
-            continue;
-        }
-        const std::optional<OscMessage> message = OscMessage::decode(datagram.data());
-        if (!message) {
-            ignore(QStringLiteral("a packet that is not an OSC message"));
-            continue;
-        }
-        handle(*message, datagram.senderAddress(), quint16(datagram.senderPort()));
-    }
 }
 
 void OscRemote::handle(const OscMessage& m, const QHostAddress& from, quint16 port) {
@@ -101,12 +83,5 @@ void OscRemote::sendStage(const QHostAddress& to, quint16 port) {
                                                      {"/gigmora/next", stage_.next},
                                                      {"/gigmora/state", stage_.state}};
     for (const auto& [path, text] : parts)
-        socket_.writeDatagram(OscMessage{QString::fromLatin1(path), {text}}.encode(), to, port);
-}
-
-void OscRemote::ignore(const QString& kind) {
-    if (reported_.contains(kind)) return;
-    reported_.insert(kind);
-    qCWarning(lcOsc).noquote() << "OSC: ignored" << kind
-                               << "(said once; later ones are ignored quietly).";
+        endpoint_.send({QString::fromLatin1(path), {text}}, to, port);
 }

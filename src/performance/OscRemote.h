@@ -3,8 +3,8 @@
 #include <QHostAddress>
 #include <QList>
 #include <QObject>
-#include <QSet>
-#include <QUdpSocket>
+
+#include "daw/OscEndpoint.h"
 
 #include "performance/StageSnapshot.h"
 
@@ -25,7 +25,7 @@ public:
 
     // Every interface, `port` (0: any free one); only senders in `allow` are heard.
     bool listen(quint16 port, const QStringList& allow);
-    quint16 port() const { return socket_.localPort(); }
+    quint16 port() const { return endpoint_.port(); }
     // Sends the stage to the recent clients.
     void publish(const StageSnapshot& stage);
 
@@ -35,19 +35,17 @@ signals:
     void songRequested(int number);
 
 private:
-    void readPending();
     void handle(const OscMessage& message, const QHostAddress& from, quint16 port);
     void sendStage(const QHostAddress& to, quint16 port);
-    void ignore(const QString& kind);
+    void ignore(const QString& kind) { endpoint_.ignore(kind); }
 
     struct Client {
         QHostAddress address;
         quint16 port;
         qint64 seenMs;
     };
-    QUdpSocket socket_;
+    OscEndpoint endpoint_;
     QList<QHostAddress> allow_;
     QList<Client> clients_;
     StageSnapshot stage_;
-    QSet<QString> reported_;
 };

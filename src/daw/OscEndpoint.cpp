@@ -1,0 +1,51 @@
+#include "daw/OscEndpoint.h"
+
+#include "daw/OscMessage.h"
+#include "platform/Guard.h"
+#include "platform/PeerAddress.h"
+
+#include <QNetworkDatagram>
+
+namespace {
+constexpr qsizetype kMaxDatagram = 64 * 1024;
+}
+
+OscEndpoint::OscEndpoint(QString who, Category log, Handler handler)
+    : who_(std::move(who)), log_(log), handler_(std::move(handler)) {
+    QObject::connect(&socket_, &QUdpSocket::readyRead, &socket_,
+                     [this] { guarded("OscEndpoint::readPending", [this] { readPending(); }); });
+}
+
+bool OscEndpoint::bind(const QHostAddress& address, quint16 port) {
+    return socket_.bind(address, port);
+}
+
+void OscEndpoint::readPending() {
+    while (socket_.hasPendingDatagrams()) {
+        const QNetworkDatagram datagram = socket_.receiveDatagram(kMaxDatagram);
+        const QHostAddress from = plainAddress(datagram.senderAddress());
+        if (accepts && !accepts(from)) {
+            ignore(QStringLiteral("a sender that is not allowed (") + from.toString() + ")");
+            continue;
+        }
+        const std::optional<OscMessage> message = OscMessage::decode(datagram.data());
+        if (!message) {
+            ignore(QStringLiteral("a packet that is not an OSC message"));
+            continue;
+        }
+        handler_(*message, datagram.senderAddress(), quint16(datagram.senderPort()));
+    }
+}
+
+void OscEndpoint::send(const OscMessage& message, const QHostAddress& to, quint16 port) {
+    const QByteArray bytes = message.encode();
+    if (bytes.isEmpty() || socket_.writeDatagram(bytes, to, port) != bytes.size())
+        ignore(QStringLiteral("a message that could not be sent, ") + message.path);
+}
+
+void OscEndpoint::ignore(const QString& kind) {
+    if (reported_.contains(kind)) return;
+    reported_.insert(kind);
+    qCWarning(log_).noquote() << who_ + QStringLiteral(": ignored") << kind
+                              << "(said once; later ones are ignored quietly).";
+}
