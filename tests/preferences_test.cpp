@@ -244,8 +244,6 @@ TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
     auto* command = find<QLineEdit>("prefsDawCommand");
     auto* save = find<QCheckBox>("prefsSaveBeforeSwitch");
     ASSERT_TRUE(control && command && save);
-    EXPECT_EQ(control->accessibleName(), "DAW control");
-    EXPECT_EQ(command->accessibleName(), "Command");
     EXPECT_EQ(control->currentIndex(), 0) << "the original control";
     EXPECT_FALSE(command->isEnabled());
     pick(control, 1);
@@ -271,8 +269,6 @@ TEST_F(Preferences, TheRemotePaneTurnsTheWebRemoteOn) {
     MyPrefsWindowController* c = open();
     ASSERT_TRUE(c->toolbarViews.contains("Remote"));
     RemotePrefsPane* pane = c->remotePane();
-    EXPECT_EQ(pane->enabledBox()->accessibleName(), "Web remote");
-    EXPECT_EQ(pane->pinEdit()->accessibleName(), "Remote PIN");
     EXPECT_FALSE(pane->enabledBox()->isChecked()) << "off unless asked for";
     EXPECT_EQ(app->remotes()->webRemote(), nullptr);
     EXPECT_EQ(app->oscRemote(), nullptr);
