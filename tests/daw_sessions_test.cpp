@@ -47,7 +47,7 @@ protected:
 TEST_F(DawSessions, ASetlistOfSessionsPlaysThrough) {
     launch();
     ASSERT_TRUE(app->dawControl()->managesSessions());
-    ASSERT_TRUE(waitUntil([&] { return stage()->dawState().endsWith("is ready"); }))
+    ASSERT_TRUE(waitUntil([&] { return stage()->dawState().endsWith("ready, no song loaded"); }))
         << stage()->dawState().toStdString();
     QDir().mkpath(TempHome::home() + "/sessions/NotASession");
     ASSERT_TRUE(dropFiles(songList(),

@@ -250,8 +250,9 @@ TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
     EXPECT_TRUE(readFile(GigmoraConfig::filePath()).contains("control=session-manager"));
     EXPECT_TRUE(command->isEnabled());
     ASSERT_TRUE(app->dawControl()->managesSessions());
-    EXPECT_TRUE(waitUntil(
-        [&] { return app->window()->performanceView()->dawState().endsWith("is ready"); }));
+    EXPECT_TRUE(waitUntil([&] {
+        return app->window()->performanceView()->dawState().endsWith("ready, no song loaded");
+    }));
     QTest::mouseClick(save, Qt::LeftButton);
     EXPECT_TRUE(GigmoraConfig::daw().saveBeforeSwitch);
     pick(control, 0);

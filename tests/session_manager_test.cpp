@@ -1,9 +1,12 @@
+#include "daw/DawRecord.h"
 #include "daw/SessionManager.h"
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QSignalSpy>
+#include <QUdpSocket>
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -138,4 +141,148 @@ TEST_F(SessionManagerTest, SavesBeforeSwitchingWhenAsked) {
     ASSERT_EQ(replies.size(), 2);
     EXPECT_EQ(replies[0][0].toString(), "/nsm/client/save") << "saved first";
     EXPECT_EQ(replies[1][0].toString(), "/nsm/client/open");
+}
+
+// Whatever it opens, the DAW is given one client id, so its JACK name stays the same all night.
+// As soon as it announces itself it opens the song the stage is on; with none, or with a song
+// whose session is missing, a placeholder, so that it has something open and stays.
+TEST_F(SessionManagerTest, AnAnnouncedDawOpensTheStageSongOrThePlaceholder) {
+    const QString placeholder = TempHome::home() + "/data/Placeholder";
+    QString stage = session("Opener");
+    SessionManager::Options options = daw({});
+    options.placeholder = placeholder;
+    options.stageSong = [&] { return stage; };
+    options.runtimeFolder = TempHome::home() + "/run";
+    {
+        SessionManager manager(options);
+        QSignalSpy loaded(&manager, &SessionManager::loaded);
+        QSignalSpy inDaw(&manager, &SessionManager::songInDaw);
+        manager.start();
+        ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }));
+        EXPECT_EQ(loaded[0][0].toString(), stage) << "opened at the announce, no recall needed";
+        ASSERT_EQ(inDaw.size(), 1);
+        EXPECT_EQ(inDaw[0][0].toString(), stage);
+        manager.open(session("Ballad"));
+        ASSERT_TRUE(waitUntil([&] { return loaded.size() == 2; }));
+        EXPECT_EQ(inDaw.size(), 1) << "a recalled song is not news for the stage";
+        ASSERT_TRUE(waitUntil([&] { return readFile(manager.outputFile()).count("OPEN ") == 2; }));
+        for (const QByteArray& line : readFile(manager.outputFile()).split('\n'))
+            if (line.startsWith("OPEN ")) EXPECT_TRUE(line.endsWith(" Gigmora DAW")) << line.data();
+    }
+    for (const QString& missing : {QString(), TempHome::home() + "/sessions/Gone"}) {
+        stage = missing;
+        SessionManager manager(options);
+        QSignalSpy loaded(&manager, &SessionManager::loaded);
+        manager.start();
+        ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; })) << missing.toStdString();
+        EXPECT_EQ(manager.loadedPath(), placeholder);
+        EXPECT_TRUE(manager.placeholderLoaded());
+        EXPECT_EQ(manager.stateText(), "Fake_nsm_daw ready, no song loaded");
+        // A song asked for later replaces it, with no save of the placeholder first.
+        manager.open(session("Encore"));
+        ASSERT_TRUE(waitUntil([&] { return loaded.size() == 2; }));
+        EXPECT_FALSE(manager.placeholderLoaded());
+    }
+}
+
+// A DAW that quits on its own is told apart from one that is killed: it says why, with its last
+// line, and is not started again until the next song is asked for.
+TEST_F(SessionManagerTest, ADawThatQuitsIsNotACrash) {
+    SessionManager::Options options = daw({"--quit-after", "300"});
+    options.runtimeFolder = TempHome::home() + "/run";
+    SessionManager manager(options);
+    manager.start();
+    ASSERT_TRUE(waitUntil([&] { return manager.stateText().contains("quit"); }))
+        << manager.stateText().toStdString();
+    EXPECT_EQ(manager.stateText(), "Fake_nsm_daw quit (status 3): FakeDAW: giving up, nothing to "
+                                   "do; it starts again with the next song");
+    EXPECT_EQ(manager.dawProcessId(), 0) << "not started again at once";
+    EXPECT_FALSE(QFileInfo::exists(manager.recordFile()));
+    QSignalSpy loaded(&manager, &SessionManager::loaded);
+    manager.open(session("Opener"));
+    EXPECT_TRUE(waitUntil([&] { return loaded.size() == 1; }));
+}
+
+// Gigmora killed while its DAW plays: the next Gigmora takes that DAW over, still playing, and
+// drives it; one that cannot have the session manager's port back ends it and starts its own.
+// Never two DAWs.
+class SessionManagerTakeOver : public SessionManagerTest {
+protected:
+    // A session manager in a process of its own whose DAW has loaded Opener; killed as a crash.
+    qint64 crashWithADawPlaying() {
+        QProcess host;
+        host.start(SESSION_MANAGER_HOST, {runtime(), session("Opener"), FAKE_NSM_DAW});
+        EXPECT_TRUE(waitUntil([&] {
+            host.waitForReadyRead(20);
+            return host.peek(4096).contains("LOADED");
+        }));
+        const std::optional<DawRecord> record = DawRecord::read(runtime() + "/Gigmora DAW.json");
+        EXPECT_TRUE(record && record->loaded == session("Opener"));
+        ::kill(pid_t(host.processId()), SIGKILL);
+        host.waitForFinished(5000);
+        return record ? record->pid : 0;
+    }
+    SessionManager::Options options() {
+        SessionManager::Options o = daw({});
+        o.runtimeFolder = runtime();
+        o.stageSong = [] { return session("Opener"); };
+        return o;
+    }
+    static QString runtime() { return TempHome::home() + "/run"; }
+    static bool alive(qint64 pid) { return DawProcess::startTimeOf(pid) != 0; }
+};
+
+TEST_F(SessionManagerTakeOver, TheNextGigmoraDrivesTheDawThatPlays) {
+    const qint64 pid = crashWithADawPlaying();
+    ASSERT_TRUE(alive(pid)) << "the music goes on without Gigmora";
+    SessionManager manager(options());
+    QSignalSpy loaded(&manager, &SessionManager::loaded);
+    QSignalSpy inDaw(&manager, &SessionManager::songInDaw);
+    manager.start();
+    EXPECT_EQ(manager.dawProcessId(), pid);
+    EXPECT_EQ(manager.stateText(), "Opener loaded (Fake_nsm_daw kept playing)");
+    ASSERT_EQ(inDaw.size(), 1);
+    EXPECT_EQ(inDaw[0][0].toString(), session("Opener"));
+    manager.open(session("Ballad"));
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; })) << manager.stateText().toStdString();
+    EXPECT_EQ(manager.loadedPath(), session("Ballad"));
+    EXPECT_EQ(manager.dawProcessId(), pid) << "switched in the DAW that played";
+
+    // A DAW taken over is still watched: killed, it comes back.
+    ::kill(pid_t(pid), SIGKILL);
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 2; })) << manager.stateText().toStdString();
+    EXPECT_NE(manager.dawProcessId(), pid);
+    EXPECT_EQ(manager.loadedPath(), session("Ballad"));
+    const qint64 last = manager.dawProcessId();
+    manager.shutdown(2000);
+    EXPECT_FALSE(alive(last));
+    EXPECT_FALSE(QFileInfo::exists(manager.recordFile())) << "nothing left for the next Gigmora";
+}
+
+TEST_F(SessionManagerTakeOver, OneThatCannotBeTakenOverIsEndedFirst) {
+    const qint64 pid = crashWithADawPlaying();
+    ASSERT_TRUE(alive(pid));
+    const std::optional<DawRecord> record = DawRecord::read(runtime() + "/Gigmora DAW.json");
+    ASSERT_TRUE(record);
+    QUdpSocket squatter; // another program has the session manager's port now
+    ASSERT_TRUE(squatter.bind(QHostAddress::LocalHost, record->serverPort,
+                              QAbstractSocket::DontShareAddress));
+    SessionManager manager(options());
+    QSignalSpy loaded(&manager, &SessionManager::loaded);
+    manager.start();
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }, 15000))
+        << manager.stateText().toStdString();
+    EXPECT_FALSE(alive(pid)) << "ended before the new one started";
+    EXPECT_NE(manager.dawProcessId(), pid);
+    EXPECT_EQ(manager.loadedPath(), session("Opener"));
+
+    // A record of a process long gone is only removed.
+    manager.shutdown(2000);
+    DawRecord stale = *record;
+    ASSERT_TRUE(stale.write(runtime() + "/Gigmora DAW.json"));
+    SessionManager next(options());
+    QSignalSpy nextLoaded(&next, &SessionManager::loaded);
+    next.start();
+    EXPECT_TRUE(waitUntil([&] { return nextLoaded.size() == 1; }));
+    EXPECT_NE(next.dawProcessId(), pid);
 }

@@ -12,6 +12,7 @@
 #include "app/SongDetailsView.h"
 #include "app/StageRemotes.h"
 #include "daw/DawControl.h"
+#include "performance/StageSong.h"
 #include "editing/TableIdentity.h"
 #include "library/ArrayController.h"
 #include "library/LibraryFilter.h"
@@ -73,6 +74,7 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
                                [this] { return modes_->shownModeView(); }},
                               this);
     dawControl_ = new DawControl(this);
+    new StageSong(currentSetlist, w->editView()->setlistTableView(), dawControl_, this);
     recall_ = new SongRecall({w->editView()->setlistTableView(), w->editView()->allSongsTableView(),
                               this, mainMidiObject_, sharedPrefs_.get(), context,
                               [this] { return filter_->returnFilteredArray(); }, w, dawControl_},

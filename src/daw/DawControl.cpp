@@ -3,6 +3,9 @@
 #include "daw/SessionManager.h"
 #include "library/ProjectKind.h"
 
+#include <QCryptographicHash>
+#include <QStandardPaths>
+
 DawControl::DawControl(QObject* parent) : QObject(parent) {}
 
 DawControl::~DawControl() {
@@ -20,12 +23,34 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
     if (managed && same) return;
     shutdown();
     if (managed) {
-        manager_ = std::make_unique<SessionManager>(SessionManager::Options{
-            settings.program(), settings.saveBeforeSwitch, settings.loadTimeoutSeconds * 1000});
+        SessionManager::Options options;
+        options.program = settings.program();
+        options.saveBeforeSwitch = settings.saveBeforeSwitch;
+        options.loadTimeoutMs = settings.loadTimeoutSeconds * 1000;
+        options.placeholder = placeholderPath();
+        options.runtimeFolder = runtimeFolder();
+        options.stageSong = stageSong_;
+        manager_ = std::make_unique<SessionManager>(std::move(options));
         connect(manager_.get(), &SessionManager::stateChanged, this, &DawControl::stateChanged);
+        connect(manager_.get(), &SessionManager::songInDaw, this, &DawControl::songInDaw);
         manager_->start();
     }
     emit stateChanged(stateText());
+}
+
+QString DawControl::placeholderPath() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/Gigmora/Placeholder");
+}
+
+QString DawControl::runtimeFolder() {
+    // One folder per library (one Gigmora runs per library), named after where it lives.
+    const QByteArray library =
+        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation).toUtf8();
+    const QString key = QString::fromLatin1(
+        QCryptographicHash::hash(library, QCryptographicHash::Sha1).toHex().left(12));
+    return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) +
+           QStringLiteral("/Gigmora/") + key;
 }
 
 bool DawControl::openSession(const QString& path) {

@@ -3,6 +3,7 @@
 #include "settings/GigmoraConfig.h"
 
 #include <QObject>
+#include <functional>
 #include <memory>
 
 class SessionManager;
@@ -15,6 +16,13 @@ class DawControl : public QObject {
 public:
     explicit DawControl(QObject* parent = nullptr);
     ~DawControl() override;
+
+    // The session folder of the song the stage is on (empty for none), opened whenever the
+    // DAW announces itself. Set before the first `apply`.
+    void setStageSong(std::function<QString()> stageSong) { stageSong_ = std::move(stageSong); }
+    // Where the DAW's placeholder session and its record for the next Gigmora live.
+    static QString placeholderPath();
+    static QString runtimeFolder();
 
     // Takes these settings: the session manager starts its DAW now, or ends it.
     void apply(const GigmoraConfig::Daw& settings);
@@ -29,8 +37,11 @@ public:
 signals:
     // What the DAW is doing, in words for the stage; empty with the original control.
     void stateChanged(const QString& text);
+    // The DAW has this song without a recall having asked for it (see SessionManager).
+    void songInDaw(const QString& path);
 
 private:
     GigmoraConfig::Daw settings_;
+    std::function<QString()> stageSong_;
     std::unique_ptr<SessionManager> manager_;
 };

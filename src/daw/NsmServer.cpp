@@ -12,10 +12,12 @@ NsmServer::NsmServer(QObject* parent)
                                  [this](const OscMessage& m, const QHostAddress& from,
                                         quint16 port) { handle(m, from, port); }) {}
 
-bool NsmServer::listen() {
-    if (endpoint_.isBound()) return true;
-    if (endpoint_.bind(QHostAddress::LocalHost, 0)) return true;
-    qCWarning(lcDaw).noquote() << "The session manager cannot listen on the loopback interface:"
+bool NsmServer::listen(quint16 port) {
+    if (endpoint_.isBound()) return port == 0 || endpoint_.port() == port;
+    if (endpoint_.bind(QHostAddress::LocalHost, port)) return true;
+    qCWarning(lcDaw).noquote() << "The session manager cannot listen on the loopback interface"
+                               << (port ? QStringLiteral("port %1:").arg(port)
+                                        : QStringLiteral(":"))
                                << endpoint_.errorString();
     return false;
 }
@@ -29,6 +31,14 @@ void NsmServer::forgetClient() {
     clientPort_ = 0;
     clientName_.clear();
     capabilities_.clear();
+}
+
+void NsmServer::adoptClient(const QHostAddress& address, quint16 port, const QString& name,
+                            const QString& capabilities) {
+    clientAddress_ = address;
+    clientPort_ = port;
+    clientName_ = name;
+    capabilities_ = capabilities;
 }
 
 bool NsmServer::open(const QString& path, const QString& displayName, const QString& clientId) {

@@ -20,8 +20,8 @@ public:
 
     explicit NsmServer(QObject* parent = nullptr);
 
-    // Binds 127.0.0.1 on a free port; false (with the reason logged) when it cannot.
-    bool listen();
+    // Binds 127.0.0.1 on `port` (0: a free one); false (with the reason logged) when it cannot.
+    bool listen(quint16 port = 0);
     // "osc.udp://127.0.0.1:PORT/", the value of NSM_URL for the DAW.
     QString url() const;
     quint16 port() const { return endpoint_.port(); }
@@ -31,8 +31,13 @@ public:
     QString capabilities() const { return capabilities_; }
     // The DAW switches sessions in its own process (":switch:").
     bool canSwitch() const { return capabilities_.contains(QLatin1String(":switch:")); }
+    QHostAddress clientAddress() const { return clientAddress_; }
+    quint16 clientPort() const { return clientPort_; }
     // Forgets the DAW (it quit or died); the next one to announce is listened to.
     void forgetClient();
+    // Listens to a DAW that announced itself to an earlier Gigmora on this port.
+    void adoptClient(const QHostAddress& address, quint16 port, const QString& name,
+                     const QString& capabilities);
 
     // False when no DAW has announced itself yet.
     bool open(const QString& path, const QString& displayName, const QString& clientId);

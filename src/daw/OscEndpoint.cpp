@@ -17,7 +17,8 @@ OscEndpoint::OscEndpoint(QString who, Category log, Handler handler)
 }
 
 bool OscEndpoint::bind(const QHostAddress& address, quint16 port) {
-    return socket_.bind(address, port);
+    // Exclusively: a port another program shares would split the messages between the two.
+    return socket_.bind(address, port, QAbstractSocket::DontShareAddress);
 }
 
 void OscEndpoint::readPending() {

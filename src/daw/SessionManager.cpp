@@ -1,9 +1,11 @@
 #include "daw/SessionManager.h"
 
 #include "daw/DawLog.h"
+#include "daw/DawRecord.h"
 #include "platform/Guard.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
 #include <QProcessEnvironment>
 
@@ -39,8 +41,25 @@ QString SessionManager::songName(const QString& path) {
     return QFileInfo(path).fileName();
 }
 
+QString SessionManager::recordFile() const {
+    return options_.runtimeFolder.isEmpty()
+               ? QString()
+               : options_.runtimeFolder + "/" + options_.clientId + ".json";
+}
+
+QString SessionManager::outputFile() const {
+    // Beside the record when there is one: the next Gigmora reads on where this one stopped.
+    return options_.runtimeFolder.isEmpty()
+               ? QString()
+               : options_.runtimeFolder + "/" + options_.clientId + ".log";
+}
+
+bool SessionManager::placeholderLoaded() const {
+    return !loaded_.isEmpty() && loaded_ == options_.placeholder;
+}
+
 qint64 SessionManager::dawProcessId() const {
-    return process_ ? process_->processId() : 0;
+    return process_ ? process_->pid() : 0;
 }
 
 void SessionManager::setState(const QString& text) {
@@ -49,8 +68,36 @@ void SessionManager::setState(const QString& text) {
     emit stateChanged(text);
 }
 
+void SessionManager::setLoadedState(qint64 ms) {
+    if (placeholderLoaded())
+        setState(QStringLiteral("%1 ready, no song loaded").arg(dawName()));
+    else if (ms < 0)
+        setState(QStringLiteral("%1 loaded (%2 kept playing)").arg(songName(loaded_), dawName()));
+    else
+        setState(
+            QStringLiteral("%1 loaded (%2 s)").arg(songName(loaded_)).arg(ms / 1000.0, 0, 'f', 1));
+}
+
+void SessionManager::writeRecord() {
+    if (recordFile().isEmpty() || !process_ || !process_->running()) return;
+    DawRecord r;
+    r.pid = process_->pid();
+    r.startTime = process_->startTime();
+    r.serverPort = nsm_.port();
+    if (nsm_.hasClient()) {
+        r.clientAddress = nsm_.clientAddress().toString();
+        r.clientPort = nsm_.clientPort();
+        r.clientName = nsm_.clientName();
+        r.capabilities = nsm_.capabilities();
+    }
+    r.loaded = loaded_;
+    r.program = options_.program.join(' ');
+    r.write(recordFile());
+}
+
 void SessionManager::start() {
-    if (process_ || quitting_) return;
+    if (process_ || ending_ || quitting_) return;
+    if (takeOverRecorded()) return;
     if (!nsm_.listen()) {
         setState(QStringLiteral("The session manager cannot listen"));
         return;
@@ -58,32 +105,107 @@ void SessionManager::start() {
     launch();
 }
 
+bool SessionManager::takeOverRecorded() {
+    if (recordFile().isEmpty()) return false;
+    const std::optional<DawRecord> record = DawRecord::read(recordFile());
+    if (!record) return false;
+    if (DawProcess::startTimeOf(record->pid) != record->startTime) {
+        DawRecord::remove(recordFile()); // it ended with the Gigmora that started it
+        return false;
+    }
+    // Still playing: the same DAW, announced, and the session manager's port to be had again
+    // (where it sends its replies), and it carries on under this Gigmora.
+    if (record->announced() && record->program == options_.program.join(' ') &&
+        nsm_.listen(record->serverPort)) {
+        auto* taken = new DawProcess(dawName(), this);
+        if (taken->adopt(record->pid, record->startTime, outputFile())) {
+            process_ = taken;
+            watch(taken);
+            nsm_.adoptClient(QHostAddress(record->clientAddress), record->clientPort,
+                             record->clientName, record->capabilities);
+            loaded_ = record->loaded;
+            qCInfo(lcDaw).noquote()
+                << QStringLiteral("Took over %1 (process %2) from the last run, with %3.")
+                       .arg(dawName())
+                       .arg(record->pid)
+                       .arg(loaded_.isEmpty() ? QStringLiteral("no song") : songName(loaded_));
+            writeRecord();
+            // It keeps playing what it has; only a DAW with no song gets the stage's.
+            const QString song = songToOpen();
+            if ((loaded_.isEmpty() || placeholderLoaded()) && !song.isEmpty() && song != loaded_) {
+                fromStage_ = true;
+                serve(song);
+            } else if (loaded_.isEmpty()) {
+                setState(QStringLiteral("%1 is ready").arg(dawName()));
+            } else {
+                setLoadedState(-1);
+                if (!placeholderLoaded()) emit songInDaw(loaded_);
+            }
+            return true;
+        }
+        delete taken;
+    }
+    endRecorded(*record);
+    return true;
+}
+
+void SessionManager::endRecorded(const DawRecord& record) {
+    // Two DAWs would fight over the audio and neither would hear the triggers: the one that
+    // cannot be taken over ends before this Gigmora starts its own.
+    auto* old = new DawProcess(dawName(), this);
+    if (!old->adopt(record.pid, record.startTime, QString())) {
+        delete old;
+        DawRecord::remove(recordFile());
+        start();
+        return;
+    }
+    qCWarning(lcDaw).noquote()
+        << QStringLiteral("The %1 left running by the last run (process %2) cannot be taken over; "
+                          "it is ended first.")
+               .arg(dawName())
+               .arg(record.pid);
+    setState(QStringLiteral("Ending the %1 left running…").arg(dawName()));
+    ending_ = old;
+    connect(old, &DawProcess::exited, this, [this, old] {
+        old->deleteLater();
+        ending_ = nullptr;
+        DawRecord::remove(recordFile());
+        guarded("SessionManager::start", [this] { start(); });
+    });
+    old->stop(kEndGraceMs);
+}
+
 void SessionManager::launch() {
     if (options_.program.isEmpty()) return;
     nsm_.forgetClient();
-    process_ = std::make_unique<QProcess>();
+    auto* p = new DawProcess(dawName(), this);
+    process_ = p;
+    watch(p);
+    connect(p, &DawProcess::failedToStart, this, [this, p](const QString& reason) {
+        qCWarning(lcDaw).noquote()
+            << "Could not start" << options_.program.join(' ') + ":" << reason;
+        if (p == process_) process_ = nullptr;
+        p->deleteLater();
+        setState(QStringLiteral("%1 could not be started").arg(dawName()));
+    });
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("NSM_URL"), nsm_.url());
-    process_->setProcessEnvironment(env);
-    process_->setProcessChannelMode(QProcess::MergedChannels);
-    QProcess* p = process_.get();
-    connect(p, &QProcess::readyRead, this, [this, p] {
-        // The DAW's own output goes to the log, line by line, under its name.
-        while (p->canReadLine())
-            qCInfo(lcDaw).noquote() << dawName() + ":" << p->readLine().trimmed();
-    });
-    connect(p, &QProcess::finished, this, [this, p] {
-        if (p == process_.get()) guarded("SessionManager::died", [this] { died(); });
-    });
-    connect(p, &QProcess::errorOccurred, this, [this, p](QProcess::ProcessError e) {
-        if (e == QProcess::FailedToStart && p == process_.get()) {
-            qCWarning(lcDaw).noquote()
-                << "Could not start" << options_.program.join(' ') + ":" << p->errorString();
-            setState(QStringLiteral("%1 could not be started").arg(dawName()));
-        }
-    });
     setState(QStringLiteral("Starting %1…").arg(dawName()));
-    process_->start(options_.program.first(), options_.program.mid(1));
+    QString output = outputFile();
+    if (output.isEmpty())
+        output = QProcess::nullDevice();
+    else
+        QDir().mkpath(options_.runtimeFolder);
+    p->start(options_.program, env, output);
+    writeRecord();
+}
+
+void SessionManager::watch(DawProcess* process) {
+    connect(process, &DawProcess::exited, this,
+            [this, process](DawProcess::Ending ending, int status, const QString& lastLine) {
+                if (process != process_) return;
+                guarded("SessionManager::exited", [&] { exited(ending, status, lastLine); });
+            });
 }
 
 void SessionManager::open(const QString& path) {
@@ -104,14 +226,29 @@ void SessionManager::open(const QString& path) {
     serve(path);
 }
 
+QString SessionManager::songToOpen() const {
+    const QString song = options_.stageSong ? options_.stageSong() : QString();
+    if (!song.isEmpty() && QFileInfo(song).isDir()) return song;
+    if (!song.isEmpty())
+        qCWarning(lcDaw).noquote()
+            << "No session folder at" << song << "; the placeholder is opened.";
+    return options_.placeholder;
+}
+
 void SessionManager::announced() {
+    writeRecord();
     if (!loading_.isEmpty()) {
         openLoading(); // started again for a session it could not switch to
         return;
     }
-    // Started (again): the song asked for meanwhile, else the one it had.
+    // Started (again): the song asked for meanwhile, else the one it had, else the stage's.
+    // A DAW with nothing open may give up on its session manager, so it always gets one.
     if (waiting_.isEmpty()) waiting_ = loaded_;
     loaded_.clear();
+    if (waiting_.isEmpty()) {
+        waiting_ = songToOpen();
+        fromStage_ = !waiting_.isEmpty();
+    }
     if (waiting_.isEmpty())
         setState(QStringLiteral("%1 is ready").arg(dawName()));
     else
@@ -130,7 +267,7 @@ void SessionManager::serve(const QString& path) {
         restart(); // its announce opens the session
         return;
     }
-    if (options_.saveBeforeSwitch && !loaded_.isEmpty()) {
+    if (options_.saveBeforeSwitch && !loaded_.isEmpty() && !placeholderLoaded()) {
         saving_ = true; // its answer opens the session
         nsm_.save();
         return;
@@ -139,15 +276,14 @@ void SessionManager::serve(const QString& path) {
 }
 
 void SessionManager::openLoading() {
-    const QString name = songName(loading_);
-    nsm_.open(loading_, name, QStringLiteral("Gigmora.") + name);
+    nsm_.open(loading_, songName(loading_), options_.clientId);
 }
 
 void SessionManager::restart() {
-    QProcess* old = process_.release();
+    DawProcess* old = std::exchange(process_, nullptr);
     old->disconnect(this);
-    connect(old, &QProcess::finished, old, &QObject::deleteLater);
-    old->terminate();
+    connect(old, &DawProcess::exited, old, &QObject::deleteLater);
+    old->stop(kEndGraceMs);
     loaded_.clear();
     launch();
 }
@@ -163,8 +299,11 @@ void SessionManager::replied(const QString& path, const QString&) {
     loaded_ = std::exchange(loading_, QString());
     clockFor_.clear();
     qCInfo(lcDaw).noquote() << songName(loaded_) << "loaded in" << ms << "ms.";
-    setState(QStringLiteral("%1 loaded (%2 s)").arg(songName(loaded_)).arg(ms / 1000.0, 0, 'f', 1));
+    setLoadedState(ms);
+    writeRecord();
     emit loaded(loaded_, ms);
+    if (std::exchange(fromStage_, false) && !placeholderLoaded() && waiting_.isEmpty())
+        emit songInDaw(loaded_);
     next();
 }
 
@@ -173,6 +312,7 @@ void SessionManager::failed(const QString& path, int code, const QString& messag
         return;
     timeout_.stop();
     saving_ = false;
+    fromStage_ = false;
     clockFor_.clear();
     const QString song = songName(std::exchange(loading_, QString()));
     qCWarning(lcDaw).noquote() << dawName() << "could not open" << song << "(" << code
@@ -187,6 +327,7 @@ void SessionManager::timedOut() {
                                << options_.loadTimeoutMs / 1000.0 << "s.";
     loading_.clear();
     saving_ = false;
+    fromStage_ = false;
     clockFor_.clear();
     setState(QStringLiteral("%1 is not answering").arg(dawName()));
     next();
@@ -197,20 +338,39 @@ void SessionManager::next() {
     serve(std::exchange(waiting_, QString()));
 }
 
-void SessionManager::died() {
+void SessionManager::exited(DawProcess::Ending ending, int status, const QString& lastLine) {
     timeout_.stop();
-    process_.release()->deleteLater();
+    std::exchange(process_, nullptr)->deleteLater();
     nsm_.forgetClient();
+    if (!recordFile().isEmpty()) DawRecord::remove(recordFile());
     if (quitting_) return;
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    deaths_.push_back(now);
-    while (!deaths_.empty() && now - deaths_.front() > kDeathWindowMs)
-        deaths_.pop_front();
     // What it was doing comes back with it.
     if (!loading_.isEmpty() && waiting_.isEmpty()) waiting_ = loading_;
     loading_.clear();
     saving_ = false;
-    qCWarning(lcDaw).noquote() << dawName() << "has gone away.";
+    fromStage_ = false;
+    const QString said = lastLine.isEmpty() ? QString() : QStringLiteral(": ") + lastLine;
+    if (ending == DawProcess::Ending::Quit) {
+        // It chose to stop (its own Quit, or an error it reports): starting it again at once
+        // would only repeat that. The next song asked for starts it.
+        qCWarning(lcDaw).noquote()
+            << dawName() << "quit on its own with status" << status
+            << (lastLine.isEmpty() ? QString() : "; its last line: " + lastLine);
+        givenUp_ = true;
+        setState(QStringLiteral("%1 quit (status %2)%3; it starts again with the next song")
+                     .arg(dawName())
+                     .arg(status)
+                     .arg(said));
+        return;
+    }
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    deaths_.push_back(now);
+    while (!deaths_.empty() && now - deaths_.front() > kDeathWindowMs)
+        deaths_.pop_front();
+    qCWarning(lcDaw).noquote() << dawName()
+                               << (ending == DawProcess::Ending::Crashed ? "crashed"
+                                                                         : "has gone away")
+                               << (lastLine.isEmpty() ? QString() : "; its last line: " + lastLine);
     if (int(deaths_.size()) >= kDeathsBeforeGivingUp || givenUp_) {
         givenUp_ = true;
         setState(
@@ -224,13 +384,10 @@ void SessionManager::died() {
 void SessionManager::shutdown(int graceMs) {
     quitting_ = true;
     timeout_.stop();
+    if (ending_) ending_->stopAndWait(graceMs);
     if (!process_) return;
-    QProcess* p = process_.get();
-    p->disconnect(this);
-    p->terminate();
-    if (!p->waitForFinished(graceMs)) {
-        p->kill();
-        p->waitForFinished(1000);
-    }
-    process_.reset();
+    process_->disconnect(this);
+    process_->stopAndWait(graceMs);
+    delete std::exchange(process_, nullptr);
+    if (!recordFile().isEmpty()) DawRecord::remove(recordFile());
 }

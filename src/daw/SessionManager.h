@@ -1,21 +1,27 @@
 #pragma once
 
+#include "daw/DawProcess.h"
 #include "daw/NsmServer.h"
 
 #include <QElapsedTimer>
 #include <QObject>
-#include <QProcess>
 #include <QStringList>
 #include <QTimer>
 #include <deque>
-#include <memory>
+#include <functional>
+
+struct DawRecord;
 
 // Runs one DAW as Gigmora's session-manager client and puts the next song's session in front
-// of it: it starts the DAW with NSM_URL, opens sessions in the same process when the DAW can
-// switch (or starts it again with the new session when it cannot), keeps only the latest
-// song asked for while a load runs, notices at once when the DAW dies and brings it back with
-// its song (not after three deaths within a minute, until the next song is asked for), and
-// ends it when Gigmora quits. It says where it is in words a musician reads on stage.
+// of it: it starts the DAW with NSM_URL and, whenever the DAW announces itself, opens the song
+// the stage is on (or a placeholder session, so that the DAW has something open and stays);
+// it opens sessions in the same process when the DAW can switch (or starts it again with the
+// new session when it cannot), keeps only the latest song asked for while a load runs,
+// notices at once when the DAW dies and brings it back with its song (not after three deaths
+// within a minute, until the next song is asked for), and ends it when Gigmora quits. The DAW
+// it runs is written down under the runtime folder, so that a Gigmora started after a crash
+// takes it over, still playing, instead of starting a second one. It says where it is in
+// words a musician reads on stage.
 class SessionManager : public QObject {
     Q_OBJECT
 public:
@@ -23,32 +29,53 @@ public:
         QStringList program; // the DAW and its arguments
         bool saveBeforeSwitch = false;
         int loadTimeoutMs = 60000;
+        // The DAW's id: DAWs such as Ardour name their JACK client after it, so it stays the
+        // same from song to song.
+        QString clientId = QStringLiteral("Gigmora DAW");
+        // Opened when the stage has no song (the DAW makes it the first time); empty: none.
+        QString placeholder;
+        // Where the running DAW is written down for the next Gigmora; empty: nowhere.
+        QString runtimeFolder;
+        // The session folder of the song the stage is on; empty when it has none.
+        std::function<QString()> stageSong;
     };
     static constexpr int kDeathsBeforeGivingUp = 3;
     static constexpr int kDeathWindowMs = 60000;
+    static constexpr int kEndGraceMs = 10000;
 
     explicit SessionManager(Options options, QObject* parent = nullptr);
     ~SessionManager() override;
 
-    // Starts the DAW now (it also starts when the first song is asked for).
+    // Starts the DAW now, or takes over the one an earlier Gigmora left running (it also
+    // starts when the first song is asked for).
     void start();
     // Puts the session folder `path` in front of the DAW.
     void open(const QString& path);
     // Ends the DAW: SIGTERM, then SIGKILL after `graceMs`.
-    void shutdown(int graceMs = 10000);
+    void shutdown(int graceMs = kEndGraceMs);
 
     QString stateText() const { return state_; }
     QString loadedPath() const { return loaded_; }
+    bool placeholderLoaded() const;
     qint64 dawProcessId() const;
     const NsmServer& server() const { return nsm_; }
+    QString recordFile() const;
+    QString outputFile() const;
 
 signals:
     void stateChanged(const QString& text);
     void loaded(const QString& path, qint64 milliseconds);
+    // The DAW has this song without a recall having asked for it: taken over from an earlier
+    // Gigmora, or opened when it announced itself.
+    void songInDaw(const QString& path);
 
 private:
+    bool takeOverRecorded();
+    void endRecorded(const DawRecord& record);
     void launch();
+    void watch(DawProcess* process);
     void announced();
+    QString songToOpen() const;
     // Begins to put `path` in front of the DAW: a restart, a save or straight away the open.
     void serve(const QString& path);
     void openLoading();
@@ -56,15 +83,18 @@ private:
     void replied(const QString& path, const QString& message);
     void failed(const QString& path, int code, const QString& message);
     void timedOut();
-    void died();
+    void exited(DawProcess::Ending ending, int status, const QString& lastLine);
     void next(); // the song that waited, if any
+    void writeRecord();
     void setState(const QString& text);
+    void setLoadedState(qint64 ms);
     QString dawName() const;
     static QString songName(const QString& path);
 
     Options options_;
     NsmServer nsm_;
-    std::unique_ptr<QProcess> process_;
+    DawProcess* process_ = nullptr; // a child of this object
+    DawProcess* ending_ = nullptr;  // one left by an earlier Gigmora, being ended
     QTimer timeout_;
     QElapsedTimer clock_;
     QString loading_;  // the session being opened now
@@ -76,4 +106,5 @@ private:
     bool givenUp_ = false;
     bool quitting_ = false;
     bool saving_ = false;
+    bool fromStage_ = false; // the load running was chosen at the DAW's announce
 };

@@ -1,8 +1,9 @@
 // A stand-in DAW for the session manager's tests: an NSM client written with liblo that
 // announces itself at NSM_URL and answers each open after a delay, as a DAW loading a session
 // does. Options: --caps CAPS (":switch:" by default), --delay MS, --never-reply (never answers
-// an open), --fail-on TEXT (answers an open whose path holds TEXT with /error). Prints "OPEN
-// <path>" for every open it gets, so a test can read what it was asked.
+// an open), --fail-on TEXT (answers an open whose path holds TEXT with /error), --quit-after
+// MS (says why and exits with status 3 after MS, as a DAW giving up does). Prints "OPEN <path>
+// <client id>" for every open it gets, so a test can read what it was asked.
 #include <lo/lo.h>
 
 #include <chrono>
@@ -20,12 +21,13 @@ struct State {
     int delayMs = 50;
     bool neverReply = false;
     std::string failOn;
+    int quitAfterMs = -1;
 };
 
 int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
     auto* s = static_cast<State*>(data);
     const std::string path = reinterpret_cast<const char*>(argv[0]); // 4-byte aligned
-    std::printf("OPEN %s\n", path.c_str());
+    std::printf("OPEN %s %s\n", path.c_str(), reinterpret_cast<const char*>(argv[2]));
     std::fflush(stdout);
     if (s->neverReply) return 0;
     std::this_thread::sleep_for(std::chrono::milliseconds(s->delayMs));
@@ -53,6 +55,8 @@ int main(int argc, char** argv) {
         if (!std::strcmp(argv[i], "--delay") && i + 1 < argc) s.delayMs = std::atoi(argv[++i]);
         if (!std::strcmp(argv[i], "--never-reply")) s.neverReply = true;
         if (!std::strcmp(argv[i], "--fail-on") && i + 1 < argc) s.failOn = argv[++i];
+        if (!std::strcmp(argv[i], "--quit-after") && i + 1 < argc)
+            s.quitAfterMs = std::atoi(argv[++i]);
     }
     const char* url = std::getenv("NSM_URL");
     if (!url) return 2;
@@ -62,6 +66,13 @@ int main(int argc, char** argv) {
     lo_server_add_method(s.server, "/nsm/client/save", "", save, &s);
     lo_send_from(s.nsm, s.server, LO_TT_IMMEDIATE, "/nsm/server/announce", "sssiii", "FakeDAW",
                  caps.c_str(), argv[0], 1, 1, int(getpid()));
-    for (;;)
+    const auto started = std::chrono::steady_clock::now();
+    for (;;) {
         lo_server_recv_noblock(s.server, 100);
+        if (s.quitAfterMs >= 0 &&
+            std::chrono::steady_clock::now() - started > std::chrono::milliseconds(s.quitAfterMs)) {
+            std::printf("FakeDAW: giving up, nothing to do\n");
+            return 3;
+        }
+    }
 }
