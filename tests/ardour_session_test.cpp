@@ -1,12 +1,18 @@
 #include "app/PerformanceView.h"
 #include "daw/DawControl.h"
+#include "daw/DawProcess.h"
+#include "daw/DawRecord.h"
 #include "daw/SessionManager.h"
+#include "library/ObjectContext.h"
+#include "midi/backends/jack/JackMidiServices.h"
 #include "settings/GigmoraConfig.h"
+#include "settings/Prefs.h"
 #include "support/LibraryHelpers.h"
 #include "support/StageFixture.h"
 #include "support/TempHome.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -24,11 +30,12 @@ bool titled(const QString& name) {
     return !search.readAllStandardOutput().trimmed().isEmpty();
 }
 
-// An empty Ardour session made by Ardour's own tool.
+// A session with a stereo Master bus, made by Ardour's own tool (the empty-session tool makes
+// none, and a song without one reaches no speaker).
 QString ardourSession(const QString& name) {
     const QString folder = TempHome::home() + "/sessions/" + name;
     QProcess make;
-    make.start("ardour7-new_empty_session", {folder, name});
+    make.start("ardour7-new_session", {folder, name});
     make.waitForFinished(60000);
     EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour")) << make.readAll().toStdString();
     return folder;
@@ -39,7 +46,7 @@ QString ardourSession(const QString& name) {
 class ArdourDisplay {
 public:
     void start() {
-        for (const char* program : {"ardour", "ardour7-new_empty_session", "Xvfb", "xdotool"})
+        for (const char* program : {"ardour", "ardour7-new_session", "Xvfb", "xdotool"})
             ASSERT_FALSE(QStandardPaths::findExecutable(program).isEmpty())
                 << program << " is not installed (scripts/setup installs it)";
         ASSERT_FALSE(qEnvironmentVariableIsEmpty("GIGMORA_TEST_JACK"))
@@ -71,6 +78,28 @@ public:
 private:
     QProcess xvfb_;
 };
+// Ardour processes running on this machine (the `ardour` script starts one of these).
+int ardourProcesses() {
+    QProcess count;
+    count.start("pgrep", {"-c", "-f", "^/usr/lib/ardour7/ardour-"});
+    count.waitForFinished(5000);
+    return count.readAllStandardOutput().trimmed().toInt();
+}
+
+// JACK clients other than the server's own, Gigmora's and the test's: the DAW's names.
+QStringList dawJackClients(jack_client_t* client) {
+    QStringList names;
+    if (const char** ports = jack_get_ports(client, nullptr, nullptr, 0)) {
+        for (const char** p = ports; *p; ++p) {
+            const QString name = QString::fromUtf8(*p).section(':', 0, 0);
+            if (!names.contains(name) && name != "system" && !name.startsWith("Gigmora Midi") &&
+                name != jack_get_client_name(client))
+                names << name;
+        }
+        jack_free(ports);
+    }
+    return names;
+}
 } // namespace
 
 // The session manager with the DAW a musician uses: Debian's Ardour, under Xvfb, on the test
@@ -127,23 +156,85 @@ protected:
     ArdourDisplay display_;
 };
 
-TEST_F(ArdourStage, ASetlistOfSessionsPlaysThroughOnProgramChange127) {
+// Launched and left alone, Gigmora keeps one Ardour with the stage's song for as long as it
+// runs; then the set plays through in that Ardour, whose JACK name never changes.
+TEST_F(ArdourStage, LeftAloneThenASetlistPlaysThroughOnProgramChange127) {
     makeSetlist({ardourSession("Opener"), ardourSession("Ballad"), ardourSession("Encore")});
     launch();
     PerformanceView* stage = app->window()->performanceView();
-    ASSERT_TRUE(waitUntil([&] { return stage->dawState() == "Ardour is ready"; }, 120000))
+    ASSERT_TRUE(waitUntil([&] { return stage->dawState().startsWith("Opener loaded ("); }, 120000))
         << stage->dawState().toStdString();
-    selectSetlistRow(0);
     const qint64 pid = app->dawControl()->sessionManager()->dawProcessId();
+    EXPECT_EQ(dawJackClients(midi->client()), QStringList{"Gigmora DAW"});
+    // Nobody triggers anything while the band sets up.
+    waitUntil([] { return false; }, 45000);
+    EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "the same Ardour";
+    EXPECT_TRUE(stage->dawState().startsWith("Opener loaded (")) << stage->dawState().toStdString();
+    EXPECT_EQ(selectedSetlistRow(), 0) << "the stage is on the song Ardour has";
+    EXPECT_TRUE(titled("Opener"));
     for (const char* name : {"Ballad", "Encore"}) {
         midi->send({0xC0, 0x7F});
         ASSERT_TRUE(waitUntil(
             [&] { return stage->dawState().startsWith(QString(name) + " loaded ("); }, 60000))
             << name << ": " << stage->dawState().toStdString();
         EXPECT_TRUE(waitUntil([&] { return titled(name); }, 10000)) << name;
+        // Ardour registers its ports again after a switch: under the same name.
+        QElapsedTimer ports;
+        ports.start();
+        EXPECT_TRUE(waitUntil(
+            [&] { return dawJackClients(midi->client()) == QStringList{"Gigmora DAW"}; }, 60000))
+            << name << ": " << dawJackClients(midi->client()).join(", ").toStdString();
+        std::printf("%s: ports back after %lld ms\n", name, ports.elapsed());
         std::printf("%s: %s\n", name, qPrintable(stage->dawState()));
     }
     EXPECT_EQ(closeCommands(), 2u) << "the close command still goes out";
     EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "one Ardour";
+    EXPECT_EQ(ardourProcesses(), 1);
     EXPECT_TRUE(openedFiles().isEmpty()) << "no desktop entry was run";
+}
+
+// Gigmora killed mid-set (SIGKILL, as a crash): Ardour plays on; the Gigmora started next takes
+// it over instead of starting a second one, and the next trigger switches it.
+TEST_F(ArdourStage, AGigmoraKilledMidSetLeavesOneArdourThatTheNextDrives) {
+    makeSetlist({ardourSession("Opener"), ardourSession("Ballad"), ardourSession("Encore")});
+    ASSERT_TRUE(app->managedObjectContext()->save());
+    app.reset();
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    QProcess first;
+    first.setProcessEnvironment(env);
+    first.setProcessChannelMode(QProcess::ForwardedChannels);
+    first.start(GIGMORA_BINARY);
+    ASSERT_TRUE(first.waitForStarted());
+    const QString recordFile = DawControl::runtimeFolder() + "/Gigmora DAW.json";
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            const auto r = DawRecord::read(recordFile);
+            return r && r->loaded.endsWith("/Opener");
+        },
+        120000))
+        << "the first Gigmora's Ardour did not load Opener";
+    const qint64 pid = DawRecord::read(recordFile)->pid;
+    ::kill(pid_t(first.processId()), SIGKILL);
+    ASSERT_TRUE(first.waitForFinished(5000));
+    waitUntil([] { return false; }, 2000);
+    ASSERT_EQ(DawProcess::startTimeOf(pid) != 0, true) << "Ardour plays on without Gigmora";
+
+    app = std::make_unique<AppDelegate>(std::make_unique<JackMidiServices>());
+    app->sharedPrefs()->prefsSelectedDAWDelay = 0.3f;
+    launch();
+    PerformanceView* stage = app->window()->performanceView();
+    EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "taken over";
+    EXPECT_EQ(stage->dawState(), "Opener loaded (Ardour kept playing)");
+    processEvents();
+    EXPECT_EQ(selectedSetlistRow(), 0) << "the stage is on the song Ardour plays";
+    midi->send({0xC0, 0x7F});
+    ASSERT_TRUE(waitUntil([&] { return stage->dawState().startsWith("Ballad loaded ("); }, 60000))
+        << stage->dawState().toStdString();
+    EXPECT_TRUE(waitUntil([&] { return titled("Ballad"); }, 10000));
+    EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid);
+    EXPECT_EQ(ardourProcesses(), 1) << "never two";
+    EXPECT_TRUE(waitUntil(
+        [&] { return dawJackClients(midi->client()) == QStringList{"Gigmora DAW"}; }, 10000));
+    std::printf("After the crash: %s in the same Ardour\n", qPrintable(stage->dawState()));
 }

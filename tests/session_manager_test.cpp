@@ -7,8 +7,10 @@
 #include <QProcess>
 #include <QSignalSpy>
 #include <QUdpSocket>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <unistd.h>
 
 using namespace helpers;
 
@@ -285,4 +287,27 @@ TEST_F(SessionManagerTakeOver, OneThatCannotBeTakenOverIsEndedFirst) {
     next.start();
     EXPECT_TRUE(waitUntil([&] { return nextLoaded.size() == 1; }));
     EXPECT_NE(next.dawProcessId(), pid);
+}
+
+// The DAW gets none of Gigmora's descriptors: a DAW holding a crashed Gigmora's JACK sockets
+// keeps that client alive for the server, which then waits for it in every period.
+TEST_F(SessionManagerTest, TheDawInheritsNoDescriptor) {
+    const QString marker = TempHome::home() + "/held-by-gigmora";
+    writeFile(marker, "x");
+    const int fd = ::open(marker.toLocal8Bit().constData(), O_RDONLY); // no O_CLOEXEC
+    ASSERT_GE(fd, 0);
+    SessionManager::Options options = daw({});
+    options.runtimeFolder = TempHome::home() + "/run";
+    SessionManager manager(options);
+    manager.start();
+    ASSERT_TRUE(waitUntil([&] { return manager.stateText().endsWith("is ready"); }));
+    const QString fds = QString("/proc/%1/fd").arg(manager.dawProcessId());
+    QStringList held;
+    for (const QFileInfo& entry :
+         QDir(fds).entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot))
+        held << entry.symLinkTarget();
+    ::close(fd);
+    EXPECT_FALSE(held.isEmpty());
+    EXPECT_FALSE(held.contains(marker)) << held.join(", ").toStdString();
+    EXPECT_TRUE(held.contains(manager.outputFile())) << "its output goes to the file";
 }

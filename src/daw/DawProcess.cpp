@@ -6,6 +6,7 @@
 #include <QProcess>
 #include <QSocketNotifier>
 #include <csignal>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -14,6 +15,22 @@ namespace {
 constexpr int kTailMs = 250;
 constexpr int kPollMs = 250;
 constexpr qint64 kLastLineLookBack = 4096;
+
+// Runs in the child between fork and exec: every descriptor Gigmora holds (its JACK client's
+// sockets, the library lock, its listening sockets) closes at the exec. A DAW that kept them
+// would keep a crashed Gigmora's JACK client alive in the server's eyes, and the server would
+// wait for that client in every period: no MIDI, no audio, until the DAW ends.
+void closeInheritedDescriptorsOnExec() {
+#ifdef SYS_close_range
+    constexpr unsigned kCloseRangeCloexec = 1u << 2; // CLOSE_RANGE_CLOEXEC, Linux 5.11
+    if (::syscall(SYS_close_range, 3u, ~0u, kCloseRangeCloexec) == 0) return;
+#endif
+    const long max = ::sysconf(_SC_OPEN_MAX);
+    for (int fd = 3; fd < (max > 0 && max < 65536 ? max : 65536); ++fd) {
+        const int flags = ::fcntl(fd, F_GETFD);
+        if (flags >= 0) ::fcntl(fd, F_SETFD, flags | FD_CLOEXEC);
+    }
+}
 
 int openPidfd(qint64 pid) {
 #ifdef SYS_pidfd_open
@@ -66,6 +83,7 @@ void DawProcess::start(const QStringList& program, const QProcessEnvironment& en
     child_->setProcessChannelMode(QProcess::MergedChannels);
     child_->setStandardInputFile(QProcess::nullDevice());
     child_->setStandardOutputFile(outputFile, QIODevice::Truncate);
+    child_->setChildProcessModifier(closeInheritedDescriptorsOnExec);
     QProcess* p = child_.get();
     connect(p, &QProcess::finished, this, [this](int code, QProcess::ExitStatus status) {
         ended(status == QProcess::CrashExit ? Ending::Crashed : Ending::Quit, code);
