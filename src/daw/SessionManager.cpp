@@ -350,12 +350,12 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
     saving_ = false;
     fromStage_ = false;
     const QString said = lastLine.isEmpty() ? QString() : QStringLiteral(": ") + lastLine;
+    const QString lastWords = lastLine.isEmpty() ? QString() : "; its last line: " + lastLine;
     if (ending == DawProcess::Ending::Quit) {
         // It chose to stop (its own Quit, or an error it reports): starting it again at once
         // would only repeat that. The next song asked for starts it.
         qCWarning(lcDaw).noquote()
-            << dawName() << "quit on its own with status" << status
-            << (lastLine.isEmpty() ? QString() : "; its last line: " + lastLine);
+            << dawName() + " quit on its own with status " + QString::number(status) + lastWords;
         givenUp_ = true;
         setState(QStringLiteral("%1 quit (status %2)%3; it starts again with the next song")
                      .arg(dawName())
@@ -367,10 +367,10 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
     deaths_.push_back(now);
     while (!deaths_.empty() && now - deaths_.front() > kDeathWindowMs)
         deaths_.pop_front();
-    qCWarning(lcDaw).noquote() << dawName()
-                               << (ending == DawProcess::Ending::Crashed ? "crashed"
-                                                                         : "has gone away")
-                               << (lastLine.isEmpty() ? QString() : "; its last line: " + lastLine);
+    qCWarning(lcDaw).noquote() << dawName() +
+                                      (ending == DawProcess::Ending::Crashed ? " crashed"
+                                                                             : " has gone away") +
+                                      lastWords;
     if (int(deaths_.size()) >= kDeathsBeforeGivingUp || givenUp_) {
         givenUp_ = true;
         setState(
