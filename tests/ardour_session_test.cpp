@@ -10,6 +10,7 @@
 #include "support/LibraryHelpers.h"
 #include "support/StageFixture.h"
 #include "support/TempHome.h"
+#include "support/XvfbDisplay.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -46,7 +47,7 @@ QString ardourSession(const QString& name) {
 class ArdourDisplay {
 public:
     void start() {
-        for (const char* program : {"ardour", "ardour7-new_session", "Xvfb", "xdotool"})
+        for (const char* program : {"ardour", "ardour7-new_session", "xdotool"})
             ASSERT_FALSE(QStandardPaths::findExecutable(program).isEmpty())
                 << program << " is not installed (scripts/setup installs it)";
         ASSERT_FALSE(qEnvironmentVariableIsEmpty("GIGMORA_TEST_JACK"))
@@ -54,30 +55,13 @@ public:
         // The temporary home hides the system's data folders (desktop entries, for the
         // workspace tests); Ardour needs their MIME database to read its own icons.
         qputenv("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
-        // Xvfb picks a free display itself and names it on standard output.
-        xvfb_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x900x24"});
-        ASSERT_TRUE(xvfb_.waitForStarted()) << "Xvfb did not start";
-        QByteArray number;
-        waitUntil(
-            [&] {
-                xvfb_.waitForReadyRead(50);
-                number += xvfb_.readAllStandardOutput();
-                return number.contains('\n');
-            },
-            10000);
-        ASSERT_FALSE(number.trimmed().isEmpty()) << "Xvfb named no display";
-        qputenv("DISPLAY", ":" + number.trimmed());
-        ASSERT_EQ(xvfb_.state(), QProcess::Running)
-            << "Xvfb stopped: " << xvfb_.readAllStandardError().toStdString();
-    }
-    ~ArdourDisplay() {
-        xvfb_.terminate();
-        xvfb_.waitForFinished(3000);
+        ASSERT_NO_FATAL_FAILURE(xvfb_.start());
     }
 
 private:
-    QProcess xvfb_;
+    XvfbDisplay xvfb_;
 };
+
 // Ardour processes running on this machine (the `ardour` script starts one of these).
 int ardourProcesses() {
     QProcess count;

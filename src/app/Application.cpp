@@ -1,11 +1,10 @@
 #include "app/AppDelegate.h"
 #include "app/MainWindow.h"
-#include "app/MessageBoxAlerts.h"
+#include "app/DesktopServices.h"
 #include "app/SingleInstance.h"
 #include "app/UnixSignalWatcher.h"
 #include "library/LibraryStack.h"
 #include "midi/MidiServices.h"
-#include "platform/Alerts.h"
 #include "platform/Guard.h"
 #include "platform/MainQueue.h"
 
@@ -29,8 +28,7 @@ int runApplication(int argc, char** argv) {
     SingleInstance instance(LibraryStack::applicationDocumentsDirectory());
     if (!instance.acquire()) return 0;
     MainQueue::install();
-    MessageBoxAlerts alerts;
-    Alerts::setShared(&alerts);
+    DesktopServices services;
     int status = 0;
     {
         AppDelegate delegate(MidiServices::createDefault());
@@ -50,6 +48,5 @@ int runApplication(int argc, char** argv) {
         });
         status = app.exec();
     }
-    Alerts::setShared(nullptr);
     return status;
 }
