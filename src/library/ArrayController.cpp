@@ -11,6 +11,10 @@
 
 ArrayController::ArrayController(QObject* parent) : ArrangedContent(parent) {}
 
+ObjectContext* ArrayController::managedObjectContext() const {
+    return context_;
+}
+
 void ArrayController::setManagedObjectContext(ObjectContext* context) {
     if (context_) disconnect(context_, nullptr, this, nullptr);
     context_ = context;

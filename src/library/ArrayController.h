@@ -18,7 +18,7 @@ public:
     explicit ArrayController(QObject* parent = nullptr);
 
     void setManagedObjectContext(ObjectContext* context);
-    ObjectContext* managedObjectContext() const { return context_; }
+    ObjectContext* managedObjectContext() const;
     void setEntityName(const QString& name);
     const QString& entityName() const { return entityName_; }
     // Content from `source`'s first selected record's to-many `key` ("selection.<key>").
