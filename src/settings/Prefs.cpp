@@ -1,7 +1,5 @@
 #include "settings/Prefs.h"
 
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
 #include "settings/Storage.h"
 
 #include <QDir>
@@ -19,29 +17,23 @@ Prefs::Prefs() {
     QFile file(path);
     QByteArray bytes;
     if (file.open(QIODevice::ReadOnly)) bytes = file.readAll();
-    KeyedUnarchiver coder(bytes);
-    coder.registerClass("Storage", [](KeyedUnarchiver& c) { return Storage::initWithCoder(c); });
-    // A file without a readable record leaves everything absent, zero or false.
-    Storage empty;
-    const auto* s = dynamic_cast<Storage*>(coder.decodeObject("Data").value<KeyedCoding*>());
-    coder.finishDecoding();
-    if (!s) s = &empty;
-    prefsSelectedMidiDevice = s->storageSelectedMidiDevice;
-    prefsSelectedMidiOutDevice = s->storageSelectedMidiOutDevice;
-    prefsSelectedMidiChannel = s->storageSelectedMidiChannel;
-    prefsSelectedDAW = s->storageSelectedDAW;
-    prefsSelectedDAWDelay = s->storageSelectedDAWDelay;
-    prefsBackupDelay = s->storageBackupDelay;
-    prefsSelectedMidiDeviceUniqueID = s->storageSelectedMidiDeviceUniqueID;
-    prefsSelectedMidiDeviceDestinationUniqueID = s->storageSelectedMidiDeviceDestinationUniqueID;
-    prefsCreateVirtualPort = s->storageCreateVirtualPort;
-    spacebarMidiTrigger = s->storageSpacebarMidiTrigger;
-    prefsSelectedSpacebarMidiDevice = s->storageSelectedSpacebarMidiDevice;
-    prefsSelectedSpacebarMidiDeviceUniqueID = s->storageSelectedSpacebarMidiDeviceUniqueID;
-    prefsSelectedSpacebarMidiNote = s->storageSelectedSpacebarMidiNote;
-    prefsSelectedSpacebarMidiChannel = s->storageSelectedSpacebarMidiChannel;
-    prefsActive = s->storageActive;
-    prefsForceSysEventsRequest = s->storageForceSysEventsRequest;
+    const Storage s = Storage::fromFileData(bytes);
+    prefsSelectedMidiDevice = s.storageSelectedMidiDevice;
+    prefsSelectedMidiOutDevice = s.storageSelectedMidiOutDevice;
+    prefsSelectedMidiChannel = s.storageSelectedMidiChannel;
+    prefsSelectedDAW = s.storageSelectedDAW;
+    prefsSelectedDAWDelay = s.storageSelectedDAWDelay;
+    prefsBackupDelay = s.storageBackupDelay;
+    prefsSelectedMidiDeviceUniqueID = s.storageSelectedMidiDeviceUniqueID;
+    prefsSelectedMidiDeviceDestinationUniqueID = s.storageSelectedMidiDeviceDestinationUniqueID;
+    prefsCreateVirtualPort = s.storageCreateVirtualPort;
+    spacebarMidiTrigger = s.storageSpacebarMidiTrigger;
+    prefsSelectedSpacebarMidiDevice = s.storageSelectedSpacebarMidiDevice;
+    prefsSelectedSpacebarMidiDeviceUniqueID = s.storageSelectedSpacebarMidiDeviceUniqueID;
+    prefsSelectedSpacebarMidiNote = s.storageSelectedSpacebarMidiNote;
+    prefsSelectedSpacebarMidiChannel = s.storageSelectedSpacebarMidiChannel;
+    prefsActive = s.storageActive;
+    prefsForceSysEventsRequest = s.storageForceSysEventsRequest;
 }
 
 void Prefs::applyDefaults() {
@@ -91,9 +83,7 @@ void Prefs::saveDataToDisk() {
     s.storageSelectedSpacebarMidiChannel = prefsSelectedSpacebarMidiChannel;
     s.storageActive = prefsActive;
     s.storageForceSysEventsRequest = prefsForceSysEventsRequest;
-    KeyedArchiver coder;
-    coder.encodeObject(&s, "Data");
-    const QByteArray bytes = coder.encodedData();
+    const QByteArray bytes = s.fileData();
     QSaveFile file(dataFilePath());
     if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size()) file.commit();
 }

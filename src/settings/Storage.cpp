@@ -61,3 +61,17 @@ std::unique_ptr<Storage> Storage::initWithCoder(KeyedUnarchiver& c) {
     s->storageForceSysEventsRequest = c.decodeBool("StorageForceSysEventsRequest");
     return s;
 }
+
+Storage Storage::fromFileData(const QByteArray& bytes) {
+    KeyedUnarchiver coder(bytes);
+    coder.registerClass("Storage", [](KeyedUnarchiver& c) { return initWithCoder(c); });
+    const auto* s = dynamic_cast<Storage*>(coder.decodeObject("Data").value<KeyedCoding*>());
+    coder.finishDecoding();
+    return s ? *s : Storage();
+}
+
+QByteArray Storage::fileData() const {
+    KeyedArchiver coder;
+    coder.encodeObject(this, "Data");
+    return coder.encodedData();
+}

@@ -16,6 +16,11 @@ public:
     void encodeWithCoder(KeyedArchiver& coder) const override;
     static std::unique_ptr<Storage> initWithCoder(KeyedUnarchiver& coder);
 
+    // The settings file's bytes: the record under "Data". A file without a readable record
+    // reads as a fresh Storage (everything absent, zero or false).
+    static Storage fromFileData(const QByteArray& bytes);
+    QByteArray fileData() const;
+
     QVariant storageSelectedMidiDevice;
     QVariant storageSelectedMidiOutDevice;
     QVariant storageSelectedMidiChannel;
