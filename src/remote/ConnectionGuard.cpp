@@ -25,9 +25,7 @@ ConnectionGuard* ConnectionGuard::of(QTcpSocket* socket) {
 }
 
 void ConnectionGuard::requestHandled() {
-    pending_ = 0;
-    tail_.clear();
-    headersEnded_ = false;
+    meter_.reset();
     if (!upgraded_) idle_.start();
 }
 
@@ -40,18 +38,16 @@ void ConnectionGuard::upgraded() {
 void ConnectionGuard::bytesArrived() {
     if (upgraded_ || refused_) return;
     // What the server has not read yet is what came since it last read.
-    const QByteArray fresh = socket_->peek(socket_->bytesAvailable());
-    pending_ += fresh.size();
-    if (!headersEnded_) {
-        const QByteArray seen = tail_ + fresh.left(kMaxRequestBytes + 4);
-        headersEnded_ = seen.contains("\r\n\r\n");
-        tail_ = seen.right(3);
-    }
-    if (pending_ <= kMaxRequestBytes) return;
-    if (headersEnded_)
+    switch (meter_.add(socket_->peek(socket_->bytesAvailable()))) {
+    case RequestMeter::Verdict::Fine:
+        return;
+    case RequestMeter::Verdict::ContentTooLarge:
         refuse(413, "Content Too Large");
-    else
+        return;
+    case RequestMeter::Verdict::HeadersTooLarge:
         refuse(431, "Request Header Fields Too Large");
+        return;
+    }
 }
 
 void ConnectionGuard::refuse(int status, const QByteArray& reason) {

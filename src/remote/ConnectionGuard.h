@@ -1,5 +1,7 @@
 #pragma once
 
+#include "remote/RequestMeter.h"
+
 #include <QObject>
 #include <QTimer>
 #include <functional>
@@ -34,9 +36,7 @@ private:
 
     QTcpSocket* socket_;
     QTimer idle_;
-    qint64 pending_ = 0;
-    QByteArray tail_; // the last bytes seen, to find the end of the headers across reads
-    bool headersEnded_ = false;
+    RequestMeter meter_{kMaxRequestBytes};
     bool upgraded_ = false;
     bool refused_ = false;
 };

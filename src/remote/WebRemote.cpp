@@ -1,12 +1,14 @@
 #include "remote/WebRemote.h"
 
 #include "platform/Guard.h"
-#include "remote/ConnectionGuard.h"
 #include "platform/PeerAddress.h"
+#include "remote/ConnectionGuard.h"
 #include "remote/PinGate.h"
+#include "remote/RemoteCommand.h"
 #include "remote/RemoteListener.h"
 #include "remote/RemoteLog.h"
 #include "remote/RemotePages.h"
+#include "remote/RemoteRoute.h"
 
 #include <QDateTime>
 #include <QHttpServerRequest>
@@ -15,7 +17,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTcpSocket>
-#include <QUrlQuery>
 #include <QWebSocket>
 
 namespace {
@@ -23,20 +24,6 @@ using Status = QHttpServerResponder::StatusCode;
 constexpr qint64 kMaxFrameBytes = 4096;
 constexpr int kMissedPings = 3;
 constexpr const char* kHeard = "heardMs";
-
-QByteArray header(const QHttpServerRequest& request, const QByteArray& name) {
-    for (const auto& [key, value] : request.headers())
-        if (key.compare(name, Qt::CaseInsensitive) == 0) return value;
-    return {};
-}
-
-QString cookie(const QByteArray& cookies, const QByteArray& name) {
-    for (const QByteArray& part : cookies.split(';')) {
-        const QByteArray pair = part.trimmed();
-        if (pair.startsWith(name + '=')) return QString::fromLatin1(pair.mid(name.size() + 1));
-    }
-    return {};
-}
 
 // One answer with the headers every answer carries.
 void send(QHttpServerResponder&& r, Status status, const QByteArray& body, const QByteArray& type,
@@ -105,48 +92,40 @@ void WebRemote::missingHandler(const QHttpServerRequest& request, QTcpSocket* so
             [&] { sendText(makeResponder(request, socket), Status::Forbidden, "Forbidden"); });
 }
 
-bool WebRemote::loggedIn(const QHttpServerRequest& request) const {
-    return gate_->hasSession(cookie(header(request, "cookie"), kSessionCookie));
-}
-
-bool WebRemote::acceptsUpgrade(const QHttpServerRequest& request) const {
-    if (request.url().path() != QLatin1String("/ws") || !loggedIn(request)) return false;
-    // A page from anywhere else could ride on the cookie; only this server's own may connect.
-    const QByteArray origin = header(request, "origin");
-    return !origin.isEmpty() && origin == "http://" + header(request, "host");
-}
-
 bool WebRemote::answer(const QHttpServerRequest& request, QTcpSocket* socket) {
     if (ConnectionGuard* guard = ConnectionGuard::of(socket)) guard->requestHandled();
-    const bool upgrade = !header(request, "upgrade").isEmpty();
-    if (upgrade) {
-        if (!acceptsUpgrade(request)) return false;
+    const RemoteRoute route =
+        RemoteRoute::of(request.method() == QHttpServerRequest::Method::Get, request.url(),
+                        request.headers(), !request.body().isEmpty(),
+                        [this](const QString& token) { return gate_->hasSession(token); });
+    switch (route.kind) {
+    case RemoteRoute::Kind::Upgrade:
         if (ConnectionGuard* guard = ConnectionGuard::of(socket)) guard->upgraded();
         return true;
-    }
-    if (request.method() != QHttpServerRequest::Method::Get) {
+    case RemoteRoute::Kind::RefusedUpgrade:
+        return false;
+    case RemoteRoute::Kind::OnlyGet:
         sendText(makeResponder(request, socket), Status::MethodNotAllowed, "Only GET",
                  {{"Allow", "GET"}});
         return true;
-    }
-    if (!request.body().isEmpty()) {
+    case RemoteRoute::Kind::NoBodies:
         sendText(makeResponder(request, socket), Status::PayloadTooLarge, "No bodies");
         return true;
-    }
-    const QString path = request.url().path();
-    if (path == QLatin1String("/")) {
-        const QUrlQuery query(request.url());
-        if (query.hasQueryItem(QStringLiteral("pin")))
-            login(request, socket, query.queryItemValue(QStringLiteral("pin")));
-        else if (loggedIn(request))
-            send(makeResponder(request, socket), Status::Ok, RemotePages::stagePage(),
-                 "text/html; charset=utf-8");
-        else
-            send(makeResponder(request, socket), Status::Ok, RemotePages::pinPage({}),
-                 "text/html; charset=utf-8");
+    case RemoteRoute::Kind::Login:
+        login(request, socket, route.pin);
         return true;
+    case RemoteRoute::Kind::StagePage:
+        send(makeResponder(request, socket), Status::Ok, RemotePages::stagePage(),
+             "text/html; charset=utf-8");
+        return true;
+    case RemoteRoute::Kind::PinPage:
+        send(makeResponder(request, socket), Status::Ok, RemotePages::pinPage({}),
+             "text/html; charset=utf-8");
+        return true;
+    case RemoteRoute::Kind::Asset:
+        break;
     }
-    const RemotePages::File file = RemotePages::asset(path);
+    const RemotePages::File file = RemotePages::asset(route.path);
     if (file.body.isEmpty())
         sendText(makeResponder(request, socket), Status::NotFound, "Not found");
     else
@@ -159,7 +138,8 @@ void WebRemote::login(const QHttpServerRequest& request, QTcpSocket* socket, con
     switch (gate_->check(socket->peerAddress(), pin)) {
     case PinGate::Verdict::Accepted: {
         // The PIN leaves the address bar: the page is reached again without it.
-        const QByteArray cookie = kSessionCookie + '=' + gate_->openSession().toLatin1() +
+        const QByteArray cookie = RemoteRoute::kSessionCookie + '=' +
+                                  gate_->openSession().toLatin1() +
                                   "; Path=/; HttpOnly; SameSite=Strict";
         send(makeResponder(request, socket), Status::SeeOther, {}, "text/plain",
              {{"Location", "/"}, {"Set-Cookie", cookie}});
@@ -208,21 +188,22 @@ void WebRemote::takePages() {
 }
 
 void WebRemote::command(QWebSocket* page, const QString& text) {
-    const QJsonObject c = QJsonDocument::fromJson(text.toUtf8()).object();
-    const QString what = c.value(QLatin1String("do")).toString();
-    if (what == QLatin1String("next")) {
+    const RemoteCommand c = RemoteCommand::parse(text);
+    switch (c.kind) {
+    case RemoteCommand::Kind::Next:
         emit nextRequested();
-    } else if (what == QLatin1String("previous")) {
+        break;
+    case RemoteCommand::Kind::Previous:
         emit previousRequested();
-    } else if (what == QLatin1String("song")) {
-        // The row of the order the page showed, and only if that is still what is shown.
-        const int row = c.value(QLatin1String("row")).toInt(-1);
-        if (c.value(QLatin1String("setlist")).toString() == stage_.setlist && row >= 0 &&
-            row < stage_.songs.size() &&
-            c.value(QLatin1String("title")).toString() == stage_.songs.at(row))
-            emit rowRequested(row);
+        break;
+    case RemoteCommand::Kind::Song:
+        if (c.matches(stage_))
+            emit rowRequested(c.row);
         else
             page->sendTextMessage(QString::fromUtf8(stageJson_));
+        break;
+    case RemoteCommand::Kind::None:
+        break;
     }
 }
 

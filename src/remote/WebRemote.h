@@ -19,7 +19,6 @@ class RemoteListener;
 class WebRemote : public QAbstractHttpServer {
     Q_OBJECT
 public:
-    static inline const QByteArray kSessionCookie = QByteArrayLiteral("gigmora_session");
     static constexpr int kPingMs = 15000;
 
     // `clock` is for the PIN lockout (tests pass their own to skip the minute).
@@ -47,9 +46,6 @@ protected:
 
 private:
     bool answer(const QHttpServerRequest& request, QTcpSocket* socket);
-    bool loggedIn(const QHttpServerRequest& request) const;
-    // A WebSocket upgrade is taken only with a session and from the page's own origin.
-    bool acceptsUpgrade(const QHttpServerRequest& request) const;
     void login(const QHttpServerRequest& request, QTcpSocket* socket, const QString& pin);
     void takePages();
     void command(QWebSocket* page, const QString& text);
