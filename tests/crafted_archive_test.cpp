@@ -93,6 +93,13 @@ public:
         out_.append(char(0x80)).append(char(v));
         return ref;
     }
+    uint32_t utf16(const QString& s) {
+        const uint32_t ref = begin();
+        marker(0x60, uint32_t(s.size()));
+        for (QChar c : s)
+            be(c.unicode(), 2);
+        return ref;
+    }
     uint32_t array(const std::vector<uint32_t>& refs) {
         const uint32_t ref = begin();
         marker(0xA0, uint32_t(refs.size()));
@@ -175,6 +182,14 @@ TEST(CraftedArchive, SharedReferencesDecodeOnce) {
     while (leaf.typeId() == QMetaType::QVariantList)
         leaf = leaf.toList().last();
     EXPECT_EQ(leaf.toString(), "leaf");
+}
+
+// A string with a NUL inside (no archiver writes one; a hand-made file can) reads whole.
+TEST(CraftedArchive, StringsWithANulInsideReadWhole) {
+    Bplist b;
+    const QString text = QStringLiteral("é") + QChar(u'\0') + QStringLiteral("x");
+    const QByteArray archive = b.keyedArchive({b.string("$null"), b.utf16(text)});
+    EXPECT_EQ(KeyedUnarchiver::unarchiveObjectWithData(archive).toString(), text);
 }
 
 // Nesting deeper than any real archive is cut off as absent, not followed down the stack;

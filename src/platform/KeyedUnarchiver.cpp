@@ -46,11 +46,10 @@ bool readUid(plist_t node, uint64_t* out) {
 
 QString readString(plist_t node) {
     if (!node || plist_get_node_type(node) != PLIST_STRING) return {};
-    char* s = nullptr;
-    plist_get_string_val(node, &s);
-    QString out = QString::fromUtf8(s ? s : "");
-    free(s);
-    return out;
+    // Read with its length: libplist's copying reader aborts on a string with a NUL inside.
+    uint64_t length = 0;
+    const char* s = plist_get_string_ptr(node, &length);
+    return s ? QString::fromUtf8(s, qsizetype(length)) : QString();
 }
 
 bool readNumber(plist_t node, double* real, qint64* integer, bool* isInteger) {
