@@ -257,7 +257,7 @@ TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
     EXPECT_TRUE(GigmoraConfig::daw().saveBeforeSwitch);
     pick(control, 0);
     EXPECT_FALSE(app->dawControl()->managesSessions());
-    EXPECT_TRUE(app->window()->performanceView()->dawState().isEmpty());
+    EXPECT_TRUE(waitUntil([&] { return app->window()->performanceView()->dawState().isEmpty(); }));
 }
 
 // The Remote pane turns the web remote on with a PIN made for it, shows where a phone opens it

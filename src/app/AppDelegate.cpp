@@ -12,7 +12,6 @@
 #include "app/SongDetailsView.h"
 #include "app/StageRemotes.h"
 #include "daw/DawControl.h"
-#include "performance/StageSong.h"
 #include "editing/TableIdentity.h"
 #include "library/ArrayController.h"
 #include "library/LibraryFilter.h"
@@ -23,6 +22,9 @@
 #include "midi/MainMidi.h"
 #include "midi/MidiServices.h"
 #include "performance/SongRecall.h"
+#include "performance/StageRequests.h"
+#include "performance/StageSong.h"
+#include "performance/StageState.h"
 #include "performance/TriggerDispatch.h"
 #include "platform/Alerts.h"
 #include "platform/Error.h"
@@ -80,11 +82,10 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
                               [this] { return filter_->returnFilteredArray(); }, w, dawControl_},
                              this);
     dispatch_ = new TriggerDispatch({recall_, sharedPrefs_.get(), this}, this);
+    requests_ = new StageRequests(recall_, currentSetlist, this);
+    stageState_ = new StageState({filter_.get(), allSetlists, currentSetlist, dawControl_}, this);
     wireWindow(context);
-    // After the window's wiring: the next song is worked out before the remotes are told.
-    remotes_ = new StageRemotes(
-        {recall_, filter_.get(), allSetlists, currentSetlist, dawControl_, w->performanceView()},
-        this);
+    remotes_ = new StageRemotes({stageState_, requests_}, this);
     connect(remotes_, &StageRemotes::webRemoteChanged, w, &MainWindow::showRemoteIndicator);
 }
 
@@ -118,18 +119,17 @@ void AppDelegate::wireWindow(ObjectContext* context) {
         picker->reloadData();
     };
     PerformanceView* stage = w->performanceView();
-    guardedConnect(stage, &PerformanceView::nextClicked, this, "runMyScriptInController",
-                   [this] { recall_->runMyScriptInController(); });
-    guardedConnect(stage, &PerformanceView::previousClicked, this, "reverseMyScriptInController",
-                   [this] { recall_->reverseMyScriptInController(); });
-    guardedConnect(stage, &PerformanceView::goToProjectClicked, this,
-                   "goToLogicProject:", [this] { recall_->goToLogicProject(); });
-    guardedConnect(stage, &PerformanceView::recallByNumberClicked, this,
-                   "runMyScriptUsingProgChangeInController",
-                   [this] { recall_->runMyScriptUsingProgChangeInController(); });
+    connect(stage, &PerformanceView::nextClicked, requests_, &StageRequests::next);
+    connect(stage, &PerformanceView::previousClicked, requests_, &StageRequests::previous);
+    connect(stage, &PerformanceView::goToProjectClicked, requests_, &StageRequests::selected);
+    connect(stage, &PerformanceView::recallByNumberClicked, requests_,
+            &StageRequests::recordedNumber);
     guardedConnect(w->activeButton(), &QCheckBox::clicked, this,
                    "activeButton:", [this] { activeButton(); });
-    connect(dawControl_, &DawControl::stateChanged, stage, &PerformanceView::setDawState);
+    connect(stageState_, &StageState::changed, stage, [stage](const StageSnapshot& now) {
+        stage->setNextSong(now.next);
+        stage->setDawState(now.state);
+    });
     wireModes();
     addMenus(context);
     w->shouldClose = [this] {
@@ -202,13 +202,6 @@ void AppDelegate::wireModes() {
     order->addTableColumn("title", "Song");
     order->bind("content", controllers_.currentSetlist, "arrangedObjects");
     order->bind("selectionIndexes", controllers_.currentSetlist, "selectionIndexes");
-    // Queued: a trigger moves the selection, and its close command goes out first.
-    for (auto signal :
-         {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
-        connect(
-            controllers_.currentSetlist, signal, this,
-            [this] { guarded("updateNextSong", [this] { modes_->updateNextSong(); }); },
-            Qt::QueuedConnection);
     connect(modes_, &ModeSwitch::modeShown, this, &AppDelegate::modeShown);
     guardedConnect(w->topButtons(), &SegmentedControl::activated, this,
                    "shwoView:", [this] { shwoView(window_->topButtons()); });

@@ -10,6 +10,8 @@ class ArrayController;
 class DawControl;
 class OscRemote;
 class StageRemotes;
+class StageRequests;
+class StageState;
 class EditScreen;
 class LibraryFilter;
 class LibraryStack;
@@ -84,6 +86,7 @@ public:
     TriggerDispatch* dispatch() const { return dispatch_; }
     DawControl* dawControl() const { return dawControl_; }
     StageRemotes* remotes() const { return remotes_; }
+    StageState* stageState() const { return stageState_; }
     OscRemote* oscRemote() const;
     // Gigmora.conf's DAW control, taken again (at launch and when the preferences change it).
     void applyDawSettings();
@@ -124,6 +127,8 @@ private:
     TriggerDispatch* dispatch_ = nullptr;
     DawControl* dawControl_ = nullptr;
     StageRemotes* remotes_ = nullptr;
+    StageState* stageState_ = nullptr;
+    StageRequests* requests_ = nullptr;
     QAction* undoAction_ = nullptr;
     QAction* redoAction_ = nullptr;
     bool editing_ = true;

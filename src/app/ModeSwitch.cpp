@@ -108,7 +108,6 @@ void ModeSwitch::shwoView(SegmentedControl* sender) {
     if (tag == 1) {
         w->performanceView()->backgroundView()->resize(view->size());
         showCurrentSetlistName();
-        updateNextSong();
         return;
     }
     allSongs_->fetch();
@@ -126,16 +125,4 @@ void ModeSwitch::showCurrentSetlistName() {
         RangeError::checkedAt(allSetlists_->arrangedObjects(), row)->value("name");
     window_->performanceView()->setSetlistName(name.isValid() ? name.toString()
                                                               : "Selected Setlist");
-}
-
-void ModeSwitch::updateNextSong() {
-    TableView* order = window_->performanceView()->runningOrder();
-    const qsizetype row = order->selectedRow();
-    const qsizetype count = order->numberOfRows();
-    QString text;
-    if (row >= 0 && row + 1 < count)
-        text = "Next: " + order->model()->index(int(row + 1), 0).data().toString();
-    else if (count > 0 && row == count - 1)
-        text = "Last song";
-    window_->performanceView()->setNextSong(text);
 }

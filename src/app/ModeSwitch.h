@@ -27,9 +27,6 @@ public:
     // The mode view in the master view now (none while editing): the one place that looks.
     QWidget* shownModeView() const;
     QPropertyAnimation* buttonsAnimation() const { return buttonsAnimation_; }
-    // The running order's next song under the current one.
-    void updateNextSong();
-
     QPointer<QWidget> oldMasterSubview;
     QPointer<QWidget> oldMasterSubview2;
 

@@ -4,27 +4,20 @@
 #include <QString>
 #include <functional>
 
-class ArrayController;
-class DawControl;
-class LibraryFilter;
 class OscRemote;
-class PerformanceView;
-class SongRecall;
+class StageRequests;
+class StageState;
 class WebRemote;
-struct StageSnapshot;
 
 // The remotes of the stage, each on when Gigmora.conf asks for it: the OSC control surface and
-// the web remote. Both run the recall a MIDI trigger runs and are told of every change.
+// the web remote. Both ask the stage to move through the same requests as the Perform view and
+// show the stage's published snapshot.
 class StageRemotes : public QObject {
     Q_OBJECT
 public:
     struct Dependencies {
-        SongRecall* recall = nullptr;
-        LibraryFilter* filter = nullptr;
-        ArrayController* allSetlists = nullptr;
-        ArrayController* currentSetlist = nullptr;
-        DawControl* daw = nullptr;
-        PerformanceView* stage = nullptr;
+        StageState* stage = nullptr;
+        StageRequests* requests = nullptr;
     };
     explicit StageRemotes(const Dependencies& dependencies, QObject* parent = nullptr);
     ~StageRemotes() override;
@@ -34,8 +27,6 @@ public:
     // The web remote's settings, taken again (at launch and when the preferences change them).
     void applyWebSettings();
     void publish();
-    // publish() once, after the current event.
-    void schedulePublish();
 
     OscRemote* oscRemote() const { return osc_; }
     WebRemote* webRemote() const { return web_; }
@@ -48,12 +39,9 @@ signals:
 
 private:
     void startOsc();
-    StageSnapshot snapshot() const;
-    void recallRow(int row);
 
     Dependencies d_;
     OscRemote* osc_ = nullptr;
     WebRemote* web_ = nullptr;
     QString webProblem_;
-    bool publishPending_ = false; // a child, replaced whole when its settings change
 };

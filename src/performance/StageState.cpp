@@ -1,0 +1,58 @@
+#include "performance/StageState.h"
+
+#include "daw/DawControl.h"
+#include "library/ArrayController.h"
+#include "library/LibraryFilter.h"
+#include "library/ManagedObject.h"
+#include "platform/Guard.h"
+
+StageState::StageState(const Dependencies& d, QObject* parent)
+    : QObject(parent), filter_(d.filter), currentSetlist_(d.currentSetlist), daw_(d.daw) {
+    connect(d.daw, &DawControl::stateChanged, this, &StageState::schedule);
+    for (ArrayController* c : {d.allSetlists, d.currentSetlist})
+        for (auto signal :
+             {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
+            connect(c, signal, this, &StageState::schedule);
+}
+
+void StageState::schedule() {
+    // Once for all the changes one step makes, after it.
+    if (std::exchange(pending_, true)) return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            pending_ = false;
+            guarded("publishStage", [this] { publish(); });
+        },
+        Qt::QueuedConnection);
+}
+
+void StageState::publish() {
+    StageSnapshot stage = build();
+    if (stage == snapshot_) return;
+    snapshot_ = std::move(stage);
+    emit changed(snapshot_);
+}
+
+StageSnapshot StageState::build() const {
+    StageSnapshot stage;
+    if (filter_)
+        if (ManagedObject* setlist = filter_->getCurrentSetlist())
+            stage.setlist = setlist->stringValue("name");
+    if (currentSetlist_) {
+        for (ManagedObject* song : currentSetlist_->arrangedObjects())
+            stage.songs << song->stringValue("title");
+        const IndexSet selected = currentSetlist_->selectionIndexes();
+        if (!selected.isEmpty() && selected.first() < stage.songs.size()) {
+            stage.currentRow = int(selected.first());
+            stage.current = stage.songs.at(stage.currentRow);
+        }
+    }
+    const qsizetype count = stage.songs.size();
+    if (stage.currentRow >= 0 && stage.currentRow + 1 < count)
+        stage.next = QStringLiteral("Next: ") + stage.songs.at(stage.currentRow + 1);
+    else if (count > 0 && stage.currentRow == count - 1)
+        stage.next = QStringLiteral("Last song");
+    if (daw_) stage.state = daw_->stateText();
+    return stage;
+}
