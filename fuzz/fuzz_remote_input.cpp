@@ -1,4 +1,5 @@
 #include "performance/StageSnapshot.h"
+#include "remote/ConnectionGuard.h"
 #include "remote/PinGate.h"
 #include "remote/RemoteCommand.h"
 #include "remote/RemoteRoute.h"
@@ -25,7 +26,7 @@ constexpr char kPin[] = "2468";
 
 // The network cuts a request anywhere; the input's own bytes choose where.
 void meter(const QByteArray& bytes) {
-    RequestMeter m(8 * 1024);
+    RequestMeter m(ConnectionGuard::kMaxRequestBytes);
     qsizetype at = 0;
     while (at < bytes.size()) {
         const qsizetype piece = 1 + static_cast<unsigned char>(bytes[at]) % 13;
