@@ -83,8 +83,8 @@ TEST_F(DawSessions, ASetlistOfSessionsPlaysThrough) {
     EXPECT_TRUE(readFile(storePath()).contains("Ballad"));
 }
 
-// The original control changes nothing: a .logicx project is a song, a session folder is not.
-TEST_F(DawSessions, TheOriginalControlIsTheDefault) {
+// The default control changes nothing: a .logicx project is a song, a session folder is not.
+TEST_F(DawSessions, TheLogicControlIsTheDefault) {
     QFile::remove(GigmoraConfig::filePath());
     launch();
     EXPECT_FALSE(app->dawControl()->managesSessions());

@@ -13,6 +13,8 @@
 using namespace helpers;
 
 namespace {
+// liblo's LO_TT_IMMEDIATE, without its C compound literal.
+const lo_timetag kNow{0U, 1U};
 // A DAW's side of the protocol, written with liblo's own client calls (as Ardour's is), so
 // the server is tested against another implementation of OSC than its own use of it.
 class NsmClient {
@@ -33,14 +35,14 @@ public:
         lo_server_free(server_);
     }
     void announce(const char* capabilities, int major = 1) {
-        lo_send_from(nsm_, server_, LO_TT_IMMEDIATE, "/nsm/server/announce", "sssiii", "Ardour",
-                     capabilities, "ardour", major, 1, int(getpid()));
+        lo_send_from(nsm_, server_, kNow, "/nsm/server/announce", "sssiii", "Ardour", capabilities,
+                     "ardour", major, 1, int(getpid()));
     }
     void reply(const char* path, const char* message) {
-        lo_send_from(nsm_, server_, LO_TT_IMMEDIATE, "/reply", "ss", path, message);
+        lo_send_from(nsm_, server_, kNow, "/reply", "ss", path, message);
     }
     void error(const char* path, int code, const char* message) {
-        lo_send_from(nsm_, server_, LO_TT_IMMEDIATE, "/error", "sis", path, code, message);
+        lo_send_from(nsm_, server_, kNow, "/error", "sis", path, code, message);
     }
     // Runs both event loops until a message with `path` arrives.
     std::optional<Received> waitFor(const std::string& path, int timeoutMs = 3000) {

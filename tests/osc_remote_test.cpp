@@ -16,6 +16,8 @@
 using namespace helpers;
 
 namespace {
+// liblo's LO_TT_IMMEDIATE, without its C compound literal.
+const lo_timetag kNow{0U, 1U};
 // A control surface as TouchOSC is one: liblo's own client, answering on its own port.
 class Surface {
 public:
@@ -28,10 +30,8 @@ public:
         lo_address_free(target_);
         lo_server_free(server_);
     }
-    void send(const char* path) { lo_send_from(target_, server_, LO_TT_IMMEDIATE, path, ""); }
-    void song(float number) {
-        lo_send_from(target_, server_, LO_TT_IMMEDIATE, "/gigmora/song", "f", number);
-    }
+    void send(const char* path) { lo_send_from(target_, server_, kNow, path, ""); }
+    void song(float number) { lo_send_from(target_, server_, kNow, "/gigmora/song", "f", number); }
     // The last text received at `path`, once it equals `want`.
     bool heard(const std::string& path, const std::string& want, int timeoutMs = 3000) {
         return waitUntil(

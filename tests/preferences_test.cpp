@@ -234,7 +234,7 @@ TEST_F(Preferences, BrokenPositionsInTheSettingsFileStillOpen) {
 }
 
 // The DAW pane sets Gigmora.conf's DAW control at once, and the application takes it: the
-// session manager starts its DAW, the original control ends it.
+// session manager starts its DAW, the default control ends it.
 TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
     GigmoraConfig::Daw stand_in;
     stand_in.command = QString("\"%1\"").arg(FAKE_NSM_DAW);
@@ -244,7 +244,7 @@ TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
     auto* command = find<QLineEdit>("prefsDawCommand");
     auto* save = find<QCheckBox>("prefsSaveBeforeSwitch");
     ASSERT_TRUE(control && command && save);
-    EXPECT_EQ(control->currentIndex(), 0) << "the original control";
+    EXPECT_EQ(control->currentIndex(), 0) << "the default control";
     EXPECT_FALSE(command->isEnabled());
     pick(control, 1);
     EXPECT_TRUE(readFile(GigmoraConfig::filePath()).contains("control=session-manager"));

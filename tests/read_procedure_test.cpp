@@ -157,8 +157,9 @@ TEST_F(ReadProcedureWalk, NeverReadsPastTheList) {
         setCapture({0x100, 0x100, 0x100});
         const std::string jobs = run(ListBytes{buffer.get(), n});
         ASSERT_EQ(std::count(jobs.begin(), jobs.end(), 'm'), qsizetype(passes));
-        if (jobs.find('s') != std::string::npos)
+        if (jobs.find('s') != std::string::npos) {
             ASSERT_NE(bytes.find("\xF0\x00\x22\x11\x02\xF7", 0, 6), std::string::npos);
+        }
         const Capture c = capture();
         if (c.status != 0x100) {
             ASSERT_TRUE(c.status >> 4 == 0xC || c.status >> 4 == 0x9);

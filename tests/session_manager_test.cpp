@@ -169,7 +169,9 @@ TEST_F(SessionManagerTest, AnAnnouncedDawOpensTheStageSongOrThePlaceholder) {
         EXPECT_EQ(inDaw.size(), 1) << "a recalled song is not news for the stage";
         ASSERT_TRUE(waitUntil([&] { return readFile(manager.outputFile()).count("OPEN ") == 2; }));
         for (const QByteArray& line : readFile(manager.outputFile()).split('\n'))
-            if (line.startsWith("OPEN ")) EXPECT_TRUE(line.endsWith(" Gigmora DAW")) << line.data();
+            if (line.startsWith("OPEN ")) {
+                EXPECT_TRUE(line.endsWith(" Gigmora DAW")) << line.data();
+            }
     }
     for (const QString& missing : {QString(), TempHome::home() + "/sessions/Gone"}) {
         stage = missing;

@@ -210,9 +210,10 @@ TEST_F(StageSafety, AScreenReaderReadsTheStage) {
         QAccessibleInterface* i = todo.takeLast();
         if (!i || i->state().invisible) continue;
         ++seen;
-        if (auto* widget = qobject_cast<QWidget*>(i->object()))
+        if (auto* widget = qobject_cast<QWidget*>(i->object())) {
             EXPECT_FALSE(w()->editView()->isAncestorOf(widget))
                 << widget->objectName().toStdString() << " is heard on stage";
+        }
         for (int c = 0; c < i->childCount(); ++c)
             todo << i->child(c);
     }

@@ -17,7 +17,7 @@
 #include <QPropertyAnimation>
 
 namespace {
-const QRect kButtonsFrame(123, 614, 244, 20); // y up from the bottom of the master view
+const QRect kButtonsFrameFromBottom(123, 614, 244, 20); // y up from the bottom of the master view
 constexpr int kButtonsMs = 300;
 } // namespace
 
@@ -42,8 +42,8 @@ QWidget* ModeSwitch::currentView() const {
 
 void ModeSwitch::moveButtons() {
     QWidget* master = window_->masterView();
-    const QRect to(kButtonsFrame.x(), master->height() - kButtonsFrame.y() - kButtonsFrame.height(),
-                   kButtonsFrame.width(), kButtonsFrame.height());
+    const QRect to(kButtonsFrameFromBottom.x(), master->height() - kButtonsFrameFromBottom.y() - kButtonsFrameFromBottom.height(),
+                   kButtonsFrameFromBottom.width(), kButtonsFrameFromBottom.height());
     buttonsAnimation_->stop();
     buttonsAnimation_->setStartValue(window_->topButtons()->geometry());
     buttonsAnimation_->setEndValue(to);

@@ -8,7 +8,7 @@
 
 class SessionManager;
 
-// How the DAW is told to change songs, as Gigmora.conf says: the original way (the close
+// How the DAW is told to change songs, as Gigmora.conf says: the default way (the close
 // command, then the "Logic Pro X" opening, which song recall does itself), or as the session
 // manager of a DAW that Gigmora starts and keeps. It also sets what counts as a song's project.
 class DawControl : public QObject {
@@ -35,7 +35,7 @@ public:
     SessionManager* sessionManager() const { return manager_.get(); }
 
 signals:
-    // What the DAW is doing, in words for the stage; empty with the original control.
+    // What the DAW is doing, in words for the stage; empty with the default control.
     void stateChanged(const QString& text);
     // The DAW has this song without a recall having asked for it (see SessionManager).
     void songInDaw(const QString& path);

@@ -101,7 +101,7 @@ void AllSongsTableViewController::giveNextNumber(ManagedObject* song) {
         song->setValue("midiIn", qint32(highest->integerValue("midiIn")) + 1);
         return;
     }
-    song->setValue("MidiIn", 1); // not a key of Song: this ends the operation, as it always has
+    song->setValue("MidiIn", 1); // not a key of Song: this ends the operation on purpose
 }
 
 void AllSongsTableViewController::setObjectValue(TableView*, const QVariant& value,

@@ -100,8 +100,8 @@ LibraryStack::TerminateReply LibraryStack::applicationShouldTerminate() {
     alert.informativeText = localized(
         "Quitting now will lose any changes you have made since the last successful save");
     alert.buttons = {localized("Quit anyway"), localized("Cancel")};
-    // The first button keeps the application running and "Cancel" quits; people who learned
-    // this from the original expect it, so it stays.
+    // The first button keeps the application running and "Cancel" quits: reversed on purpose,
+    // and musicians who know the alert rely on it.
     if (alerts().runModal(alert) == Alerts::FirstButton) return TerminateReply::TerminateCancel;
     return TerminateReply::TerminateNow;
 }

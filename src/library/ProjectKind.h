@@ -4,7 +4,7 @@
 #include <QStringList>
 
 // What counts as a song's project, for the DAW control in use: a Logic Pro project known by
-// its extension (the original), or a DAW session folder (for Ardour, a folder holding a
+// its extension (the default), or a DAW session folder (for Ardour, a folder holding a
 // ".ardour" file; such a file stands for its folder). Drops, the open panel's callers and the
 // recall all ask here; the application sets the kind from its settings.
 class ProjectKind {

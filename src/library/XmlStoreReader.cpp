@@ -5,6 +5,7 @@
 #include "library/PersistentStore.h"
 #include "library/StoredObject.h"
 #include "platform/Error.h"
+#include "platform/ReferenceDate.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -14,7 +15,6 @@
 #include <limits>
 
 namespace {
-const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
 
 struct Failure {
     QString reason;
@@ -57,7 +57,7 @@ QVariant parseValue(QStringView type, const QString& text, AttributeType declare
         const double secs = text.trimmed().toDouble(&ok);
         if (!ok || declared != AttributeType::Date || !(std::fabs(secs) < 1e12))
             throw Failure{QStringLiteral("bad date \"%1\"").arg(text)};
-        return kReferenceDate.addMSecs(static_cast<qint64>(std::llround(secs * 1000.0)));
+        return referenceDate().addMSecs(static_cast<qint64>(std::llround(secs * 1000.0)));
     }
     const bool numeric = type == u"int16" || type == u"int32" || type == u"int64" ||
                          type == u"bool" || type == u"float" || type == u"double" ||

@@ -5,13 +5,13 @@
 #include "library/ManagedObjectModel.h"
 #include "library/ObjectContext.h"
 #include "library/PersistentStore.h"
+#include "platform/ReferenceDate.h"
 
 #include <QBuffer>
 #include <QDateTime>
 #include <charconv>
 
 namespace {
-const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
 
 bool isXmlChar(char32_t c) {
     return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
@@ -102,7 +102,7 @@ void appendValue(QByteArray& out, const QVariant& v, AttributeType t) {
             appendEscaped(out, v.toString());
         break;
     case AttributeType::Date:
-        out += QByteArray::number(kReferenceDate.msecsTo(v.toDateTime()) / 1000.0, 'f', 3);
+        out += QByteArray::number(referenceDate().msecsTo(v.toDateTime()) / 1000.0, 'f', 3);
         break;
     case AttributeType::Boolean:
         out +=

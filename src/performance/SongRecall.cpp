@@ -157,7 +157,7 @@ void SongRecall::openWithDaw() {
 }
 
 void SongRecall::openLogicFile(const QVariant&) {
-    // Both settings values mean the same DAW; each is checked on its own, as it always was.
+    // Both settings values mean the same DAW; each is checked on its own on purpose.
     if (sharedPrefs && sharedPrefs->prefsSelectedDAW.toInt() == 1) openWithDaw();
     if (sharedPrefs && sharedPrefs->prefsSelectedDAW.toInt() == 0) openWithDaw();
 }

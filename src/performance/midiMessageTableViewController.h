@@ -12,7 +12,7 @@ class LibraryFilter;
 class MainMidi;
 class ManagedObject;
 class ObjectContext;
-class TableColumn;
+struct TableColumn;
 class TableView;
 class QWidget;
 

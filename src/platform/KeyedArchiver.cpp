@@ -3,6 +3,7 @@
 #include "platform/IndexSet.h"
 #include "platform/KeyedCoding.h"
 #include "platform/PlistNode.h"
+#include "platform/ReferenceDate.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -10,7 +11,6 @@
 #include <vector>
 
 namespace {
-const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
 
 plist_t integerNode(qint64 v) {
     return plist_new_uint(static_cast<uint64_t>(v));
@@ -82,7 +82,7 @@ uint64_t KeyedArchiver::State::encodeValue(const QVariant& v) {
     }
     case QMetaType::QDateTime: {
         plist_t dict = classedDict({"NSDate", "NSObject"});
-        const double secs = kReferenceDate.msecsTo(v.toDateTime()) / 1000.0;
+        const double secs = referenceDate().msecsTo(v.toDateTime()) / 1000.0;
         plist_dict_set_item(dict, "NS.time", plist_new_real(secs));
         return add(dict);
     }

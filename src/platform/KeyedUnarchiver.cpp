@@ -3,6 +3,7 @@
 #include "platform/IndexSet.h"
 #include "platform/KeyedCoding.h"
 #include "platform/PlistNode.h"
+#include "platform/ReferenceDate.h"
 
 #include <QDateTime>
 #include <QSet>
@@ -11,7 +12,6 @@
 #include <vector>
 
 namespace {
-const QDateTime kReferenceDate = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
 constexpr int kMaxDepth = 64;
 constexpr qsizetype kMaxIndexes = 1 << 20;
 // Elements read from the archive, over the whole decoding; far above any real settings file
@@ -181,7 +181,7 @@ QVariant KeyedUnarchiver::State::decodeDict(uint64_t uid, plist_t node, KeyedUna
         if (!readNumber(dictItem(node, "NS.time"), &r, &i, &isInt) || !std::isfinite(r) ||
             std::fabs(r) > 1e14)
             return {};
-        return kReferenceDate.addMSecs(static_cast<qint64>(std::llround(r * 1000.0)));
+        return referenceDate().addMSecs(static_cast<qint64>(std::llround(r * 1000.0)));
     }
     if (cls == "NSURL" || cls == "NSMutableURL") {
         uint64_t rel = 0;

@@ -4,7 +4,7 @@
 #include <QStringList>
 
 // Gigmora's own settings beyond the settings archive, in $XDG_CONFIG_HOME/Gigmora/Gigmora.conf
-// (INI). An absent file, group or key means the original behaviour; a value that cannot be
+// (INI). An absent file, group or key means the default behaviour; a value that cannot be
 // used is read as its default, with one log line.
 class GigmoraConfig {
 public:

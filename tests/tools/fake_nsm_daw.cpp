@@ -15,6 +15,8 @@
 #include <unistd.h>
 
 namespace {
+// liblo's LO_TT_IMMEDIATE, without its C compound literal.
+const lo_timetag kNow{0U, 1U};
 struct State {
     lo_server server = nullptr;
     lo_address nsm = nullptr;
@@ -32,17 +34,16 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
     if (s->neverReply) return 0;
     std::this_thread::sleep_for(std::chrono::milliseconds(s->delayMs));
     if (!s->failOn.empty() && path.find(s->failOn) != std::string::npos)
-        lo_send_from(s->nsm, s->server, LO_TT_IMMEDIATE, "/error", "sis", "/nsm/client/open", -9,
+        lo_send_from(s->nsm, s->server, kNow, "/error", "sis", "/nsm/client/open", -9,
                      "The session is damaged");
     else
-        lo_send_from(s->nsm, s->server, LO_TT_IMMEDIATE, "/reply", "ss", "/nsm/client/open",
-                     "Loaded");
+        lo_send_from(s->nsm, s->server, kNow, "/reply", "ss", "/nsm/client/open", "Loaded");
     return 0;
 }
 
 int save(const char*, const char*, lo_arg**, int, lo_message, void* data) {
     auto* s = static_cast<State*>(data);
-    lo_send_from(s->nsm, s->server, LO_TT_IMMEDIATE, "/reply", "ss", "/nsm/client/save", "Saved");
+    lo_send_from(s->nsm, s->server, kNow, "/reply", "ss", "/nsm/client/save", "Saved");
     return 0;
 }
 } // namespace
@@ -64,8 +65,8 @@ int main(int argc, char** argv) {
     s.nsm = lo_address_new_from_url(url);
     lo_server_add_method(s.server, "/nsm/client/open", "sss", open, &s);
     lo_server_add_method(s.server, "/nsm/client/save", "", save, &s);
-    lo_send_from(s.nsm, s.server, LO_TT_IMMEDIATE, "/nsm/server/announce", "sssiii", "FakeDAW",
-                 caps.c_str(), argv[0], 1, 1, int(getpid()));
+    lo_send_from(s.nsm, s.server, kNow, "/nsm/server/announce", "sssiii", "FakeDAW", caps.c_str(),
+                 argv[0], 1, 1, int(getpid()));
     const auto started = std::chrono::steady_clock::now();
     for (;;) {
         lo_server_recv_noblock(s.server, 100);

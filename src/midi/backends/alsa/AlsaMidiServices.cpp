@@ -125,7 +125,7 @@ OSStatus AlsaMidiServices::createEndpoint(MIDIClientRef client, const QString& n
                                           MIDIEndpointRef* outEndpoint) {
     std::lock_guard lock(mutex_);
     if (!seq_ || client != clientRef_) return kMIDIInvalidClient;
-    Endpoint e{{destination, name}, -1, readProc, refCon};
+    Endpoint e{{destination, name, false, 0, {}}, -1, readProc, refCon};
     const unsigned caps = destination ? SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE
                                       : SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
     {

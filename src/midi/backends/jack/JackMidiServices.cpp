@@ -263,7 +263,7 @@ OSStatus JackMidiServices::createEndpoint(MIDIClientRef client, const QString& n
                                           MIDIEndpointRef* outEndpoint) {
     std::lock_guard lock(mutex_);
     if (client == 0 || client != clientRef_) return kMIDIInvalidClient;
-    Endpoint e{{destination, name}, freeSlot(destination)};
+    Endpoint e{{destination, name, false, 0, {}}, freeSlot(destination)};
     if (e.slot < 0) return kMIDIInvalidPort;
     // Set before the port exists, so that no event can arrive without a reader.
     if (destination) queue_.setReader(e.slot, readProc, refCon);
