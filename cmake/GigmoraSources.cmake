@@ -164,6 +164,14 @@ set(GIGMORA_SOURCES_midi
     src/midi/backends/jack/JackReconnectService.h
     src/midi/backends/none/NullMidiServices.h
 )
+set(GIGMORA_SOURCES_osc
+    src/osc/OscEndpoint.cpp
+    src/osc/OscEndpoint.h
+    src/osc/OscLog.cpp
+    src/osc/OscLog.h
+    src/osc/OscMessage.cpp
+    src/osc/OscMessage.h
+)
 set(GIGMORA_SOURCES_daw
     src/daw/DawControl.cpp
     src/daw/DawControl.h
@@ -175,18 +183,10 @@ set(GIGMORA_SOURCES_daw
     src/daw/DawRecord.h
     src/daw/NsmServer.cpp
     src/daw/NsmServer.h
-    src/daw/OscEndpoint.cpp
-    src/daw/OscEndpoint.h
-    src/daw/OscMessage.cpp
-    src/daw/OscMessage.h
     src/daw/SessionManager.cpp
     src/daw/SessionManager.h
 )
 set(GIGMORA_SOURCES_performance
-    src/performance/OscRemote.cpp
-    src/performance/OscRemote.h
-    src/performance/PerformanceLog.cpp
-    src/performance/PerformanceLog.h
     src/performance/SongRecall.cpp
     src/performance/SongRecall.h
     src/performance/StageRequests.cpp
@@ -204,6 +204,8 @@ set(GIGMORA_SOURCES_performance
 set(GIGMORA_SOURCES_remote
     src/remote/ConnectionGuard.cpp
     src/remote/ConnectionGuard.h
+    src/remote/OscRemote.cpp
+    src/remote/OscRemote.h
     src/remote/PinGate.cpp
     src/remote/PinGate.h
     src/remote/QrCode.cpp

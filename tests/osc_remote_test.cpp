@@ -2,7 +2,7 @@
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
-#include "performance/OscRemote.h"
+#include "remote/OscRemote.h"
 #include "settings/GigmoraConfig.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"

@@ -1,10 +1,10 @@
 #include "app/StageRemotes.h"
 
 #include "app/AppLog.h"
-#include "performance/OscRemote.h"
 #include "performance/StageRequests.h"
 #include "performance/StageState.h"
 #include "platform/Guard.h"
+#include "remote/OscRemote.h"
 #include "remote/WebRemote.h"
 #include "settings/GigmoraConfig.h"
 

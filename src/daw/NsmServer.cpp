@@ -1,7 +1,7 @@
 #include "daw/NsmServer.h"
 
 #include "daw/DawLog.h"
-#include "daw/OscMessage.h"
+#include "osc/OscMessage.h"
 
 namespace {
 constexpr int kErrIncompatibleApi = -2;

@@ -3,7 +3,7 @@
 #include <QHostAddress>
 #include <QObject>
 
-#include "daw/OscEndpoint.h"
+#include "osc/OscEndpoint.h"
 
 struct OscMessage;
 

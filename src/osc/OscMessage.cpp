@@ -1,4 +1,4 @@
-#include "daw/OscMessage.h"
+#include "osc/OscMessage.h"
 
 #include <cstdlib>
 #include <cstring>

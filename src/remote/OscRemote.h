@@ -4,7 +4,7 @@
 #include <QList>
 #include <QObject>
 
-#include "daw/OscEndpoint.h"
+#include "osc/OscEndpoint.h"
 
 #include "performance/StageSnapshot.h"
 

@@ -1,6 +1,6 @@
-#include "daw/OscEndpoint.h"
+#include "osc/OscEndpoint.h"
 
-#include "daw/OscMessage.h"
+#include "osc/OscMessage.h"
 #include "platform/Guard.h"
 #include "platform/PeerAddress.h"
 

@@ -1,3 +1,3 @@
-#include "performance/PerformanceLog.h"
+#include "osc/OscLog.h"
 
 Q_LOGGING_CATEGORY(lcOsc, "gigmora.osc")

@@ -1,7 +1,7 @@
-#include "performance/OscRemote.h"
+#include "remote/OscRemote.h"
 
-#include "daw/OscMessage.h"
-#include "performance/PerformanceLog.h"
+#include "osc/OscLog.h"
+#include "osc/OscMessage.h"
 
 #include <QDateTime>
 #include <cmath>
