@@ -6,6 +6,7 @@
 #include "settings/GigmoraConfig.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
+#include "support/LogCapture.h"
 
 #include <QSignalSpy>
 #include <QUdpSocket>
@@ -103,6 +104,17 @@ TEST(OscRemote, OnlyAllowedWellFormedMessagesCount) {
     EXPECT_EQ(song.size(), 0);
     surface.song(7.0f);
     EXPECT_TRUE(waitUntil([&] { return song.size() == 1; }));
+
+    // Made-up paths by the hundred: each kind of trouble is said once, and only so many.
+    LogCapture log;
+    for (int i = 0; i < 200; ++i) {
+        surface.send(QByteArray("/made/up/" + QByteArray::number(i)).constData());
+        if (i % 20 == 0) processEvents(); // within the socket's buffer
+    }
+    surface.song(8.0f);
+    ASSERT_TRUE(waitUntil([&] { return song.size() == 2; }));
+    EXPECT_LE(log.lines().filter("ignored").size(), 64);
+    EXPECT_EQ(log.lines().filter("no more are logged").size(), 1);
 }
 
 // Through the application: Gigmora.conf turns the surface on, and "/gigmora/next" runs the

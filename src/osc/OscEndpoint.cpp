@@ -46,6 +46,16 @@ void OscEndpoint::send(const OscMessage& message, const QHostAddress& to, quint1
 
 void OscEndpoint::ignore(const QString& kind) {
     if (reported_.contains(kind)) return;
+    // Kinds name paths and senders, which a flood can make up without end: the memory of what
+    // was said is bounded, and past it nothing more is said.
+    if (reported_.size() >= kMaxReportedKinds) {
+        if (reported_.size() == kMaxReportedKinds) {
+            reported_.insert(QString());
+            qCWarning(log_).noquote()
+                << who_ + QStringLiteral(": more kinds of trouble; no more are logged.");
+        }
+        return;
+    }
     reported_.insert(kind);
     qCWarning(log_).noquote() << who_ + QStringLiteral(": ignored") << kind
                               << "(said once; later ones are ignored quietly).";

@@ -32,6 +32,7 @@ public:
 
 private:
     void readPending();
+    static constexpr qsizetype kMaxReportedKinds = 64;
 
     QString who_;
     Category log_;
