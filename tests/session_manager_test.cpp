@@ -1,3 +1,4 @@
+#include "daw/DawControl.h"
 #include "daw/DawRecord.h"
 #include "daw/SessionManager.h"
 #include "support/LibraryHelpers.h"
@@ -213,14 +214,14 @@ TEST_F(SessionManagerTest, ADawThatQuitsIsNotACrash) {
 class SessionManagerTakeOver : public SessionManagerTest {
 protected:
     // A session manager in a process of its own whose DAW has loaded Opener; killed as a crash.
-    qint64 crashWithADawPlaying() {
+    qint64 crashWithADawPlaying(const QString& folder = runtime()) {
         QProcess host;
-        host.start(SESSION_MANAGER_HOST, {runtime(), session("Opener"), FAKE_NSM_DAW});
+        host.start(SESSION_MANAGER_HOST, {folder, session("Opener"), FAKE_NSM_DAW});
         EXPECT_TRUE(waitUntil([&] {
             host.waitForReadyRead(20);
             return host.peek(4096).contains("LOADED");
         }));
-        const std::optional<DawRecord> record = DawRecord::read(runtime() + "/Gigmora DAW.json");
+        const std::optional<DawRecord> record = DawRecord::read(folder + "/Gigmora DAW.json");
         EXPECT_TRUE(record && record->loaded == session("Opener"));
         ::kill(pid_t(host.processId()), SIGKILL);
         host.waitForFinished(5000);
@@ -312,4 +313,16 @@ TEST_F(SessionManagerTest, TheDawInheritsNoDescriptor) {
     EXPECT_FALSE(held.isEmpty());
     EXPECT_FALSE(held.contains(marker)) << held.join(", ").toStdString();
     EXPECT_TRUE(held.contains(manager.outputFile())) << "its output goes to the file";
+}
+
+// A Gigmora started again with the default control (the close command and the "Logic Pro X"
+// opening) ends the DAW a crashed one left: nothing would drive it, and it holds the audio.
+TEST_F(SessionManagerTakeOver, TheDefaultControlEndsALeftoverDaw) {
+    const qint64 pid = crashWithADawPlaying(DawControl::runtimeFolder());
+    ASSERT_TRUE(alive(pid));
+    DawControl control;
+    control.apply(GigmoraConfig::Daw{});
+    EXPECT_TRUE(waitUntil([&] { return !alive(pid); }));
+    EXPECT_TRUE(waitUntil(
+        [] { return !QFileInfo::exists(DawControl::runtimeFolder() + "/Gigmora DAW.json"); }));
 }

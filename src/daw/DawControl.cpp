@@ -34,6 +34,11 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
         connect(manager_.get(), &SessionManager::stateChanged, this, &DawControl::stateChanged);
         connect(manager_.get(), &SessionManager::songInDaw, this, &DawControl::songInDaw);
         manager_->start();
+    } else {
+        // A DAW an earlier Gigmora left running would hold the audio with nobody to drive it.
+        SessionManager::endRecordedDaw(
+            SessionManager::recordFileIn(runtimeFolder(), SessionManager::Options().clientId),
+            QStringLiteral("DAW"), this);
     }
     emit stateChanged(stateText());
 }

@@ -41,10 +41,14 @@ QString SessionManager::songName(const QString& path) {
     return QFileInfo(path).fileName();
 }
 
+QString SessionManager::recordFileIn(const QString& runtimeFolder, const QString& clientId) {
+    return runtimeFolder + "/" + clientId + ".json";
+}
+
 QString SessionManager::recordFile() const {
     return options_.runtimeFolder.isEmpty()
                ? QString()
-               : options_.runtimeFolder + "/" + options_.clientId + ".json";
+               : recordFileIn(options_.runtimeFolder, options_.clientId);
 }
 
 QString SessionManager::outputFile() const {
@@ -145,34 +149,44 @@ bool SessionManager::takeOverRecorded() {
         }
         delete taken;
     }
-    endRecorded(*record);
+    endRecorded();
     return true;
 }
 
-void SessionManager::endRecorded(const DawRecord& record) {
+DawProcess* SessionManager::endRecordedDaw(const QString& recordFile, const QString& name,
+                                           QObject* owner) {
+    const std::optional<DawRecord> record = DawRecord::read(recordFile);
+    auto* old = record ? new DawProcess(name, owner) : nullptr;
+    if (!old || !old->adopt(record->pid, record->startTime, QString())) {
+        delete old;
+        DawRecord::remove(recordFile);
+        return nullptr;
+    }
+    qCWarning(lcDaw).noquote() << QStringLiteral(
+                                      "The %1 left running by the last run (process %2) is ended.")
+                                      .arg(name)
+                                      .arg(record->pid);
+    QObject::connect(old, &DawProcess::exited, old, [old, recordFile] {
+        DawRecord::remove(recordFile);
+        old->deleteLater();
+    });
+    old->stop(kEndGraceMs);
+    return old;
+}
+
+void SessionManager::endRecorded() {
     // Two DAWs would fight over the audio and neither would hear the triggers: the one that
     // cannot be taken over ends before this Gigmora starts its own.
-    auto* old = new DawProcess(dawName(), this);
-    if (!old->adopt(record.pid, record.startTime, QString())) {
-        delete old;
-        DawRecord::remove(recordFile());
+    ending_ = endRecordedDaw(recordFile(), dawName(), this);
+    if (!ending_) {
         start();
         return;
     }
-    qCWarning(lcDaw).noquote()
-        << QStringLiteral("The %1 left running by the last run (process %2) cannot be taken over; "
-                          "it is ended first.")
-               .arg(dawName())
-               .arg(record.pid);
     setState(QStringLiteral("Ending the %1 left running…").arg(dawName()));
-    ending_ = old;
-    connect(old, &DawProcess::exited, this, [this, old] {
-        old->deleteLater();
+    connect(ending_, &DawProcess::exited, this, [this] {
         ending_ = nullptr;
-        DawRecord::remove(recordFile());
         guarded("SessionManager::start", [this] { start(); });
     });
-    old->stop(kEndGraceMs);
 }
 
 void SessionManager::launch() {

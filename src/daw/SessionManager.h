@@ -61,6 +61,11 @@ public:
     const NsmServer& server() const { return nsm_; }
     QString recordFile() const;
     QString outputFile() const;
+    static QString recordFileIn(const QString& runtimeFolder, const QString& clientId);
+    // Ends the DAW that `recordFile` names, left running by an earlier Gigmora (SIGTERM, then
+    // SIGKILL), and removes the record once it is gone; that process, or null when none runs.
+    static DawProcess* endRecordedDaw(const QString& recordFile, const QString& name,
+                                      QObject* owner);
 
 signals:
     void stateChanged(const QString& text);
@@ -71,7 +76,7 @@ signals:
 
 private:
     bool takeOverRecorded();
-    void endRecorded(const DawRecord& record);
+    void endRecorded();
     void launch();
     void watch(DawProcess* process);
     void announced();
