@@ -13,6 +13,7 @@
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
+#include "midi/MainMidi.h"
 #include "midi/MidiCapture.h"
 #include "midi/MidiPacketList.h"
 #include "midi/ReadProcedure.h"
@@ -239,8 +240,8 @@ int main(int argc, char** argv) {
     std::vector<double> micros;
     for (int i = 0; i < kTriggers; ++i) {
         restart();
-        MidiCapture::status = 0xC0;
-        MidiCapture::data1 = 127;
+        app.mainMidiObject()->capture().status = 0xC0;
+        app.mainMidiObject()->capture().data1 = 127;
         const auto t0 = std::chrono::steady_clock::now();
         app.checkMidi();
         const auto t1 = std::chrono::steady_clock::now();
@@ -259,7 +260,7 @@ int main(int argc, char** argv) {
         for (int i = 0; i < 20000; ++i) {
             list.clear();
             list.addPacket(0, {uint8_t(0xC0 | (i % 16)), uint8_t(i % 100)});
-            ReadProcedure::midiReadProc(list.data(), list.size(), nullptr, nullptr);
+            ReadProcedure::midiReadProc(list.data(), list.size(), app.mainMidiObject(), nullptr);
             if (i % 500 == 499) std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
         flooded = true;

@@ -132,9 +132,7 @@ set(GIGMORA_SOURCES_midi
     src/midi/EndpointTable.h
     src/midi/MainMidi.cpp
     src/midi/MainMidi.h
-    src/midi/MidiCapture.cpp
     src/midi/MidiCapture.h
-    src/midi/MidiHost.cpp
     src/midi/MidiHost.h
     src/midi/MidiLog.cpp
     src/midi/MidiLog.h

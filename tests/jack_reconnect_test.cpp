@@ -71,12 +71,8 @@ private:
 struct Gigmora {
     CountingHost host;
     JackMidiServices services;
-    MainMidi engine{services};
-    Gigmora() {
-        MidiHost::setApplicationDelegate(&host);
-        engine.createMidiPort();
-    }
-    ~Gigmora() { MidiHost::setApplicationDelegate(nullptr); }
+    MainMidi engine{services, &host};
+    Gigmora() { engine.createMidiPort(); }
 };
 
 bool connected(jack_client_t* probe, const QString& from, const QString& to) {

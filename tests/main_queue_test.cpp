@@ -11,8 +11,11 @@ namespace {
 std::vector<int> g_ran;
 constexpr int kPlain = -1;
 constexpr int kDelayed = -2;
-void plainJob() {
+void plainJob(void*) {
     g_ran.push_back(kPlain);
+}
+void countedJob(void* context) {
+    g_ran.push_back(*static_cast<int*>(context));
 }
 } // namespace
 
@@ -24,7 +27,7 @@ TEST(MainQueue, EveryJobRunsInTheOrderItWasQueuedPastAFullRing) {
     constexpr int kPairs = 50000; // 100,000 jobs: past the ring's 65,536 slots
     std::thread midi([] {
         for (int i = 0; i < kPairs; ++i) {
-            MainQueue::asyncPlain(&plainJob);
+            MainQueue::asyncPlain(&plainJob, nullptr);
             MainQueue::async([i] { g_ran.push_back(i); });
         }
     });
@@ -47,7 +50,7 @@ TEST(MainQueue, EveryJobRunsInTheOrderItWasQueuedPastAFullRing) {
     // Once drained, the ring is used again and order still holds.
     g_ran.clear();
     MainQueue::async([] { g_ran.push_back(1); });
-    MainQueue::asyncPlain(&plainJob);
+    MainQueue::asyncPlain(&plainJob, nullptr);
     MainQueue::async([] { g_ran.push_back(2); });
     ASSERT_TRUE(waitUntil([] { return g_ran.size() == 3; }));
     EXPECT_EQ(g_ran, (std::vector<int>{1, kPlain, 2}));
@@ -60,4 +63,25 @@ TEST(MainQueue, AFailingJobDoesNotStopTheQueue) {
     MainQueue::async([] { g_ran.push_back(7); });
     ASSERT_TRUE(waitUntil([] { return !g_ran.empty(); }));
     EXPECT_EQ(g_ran, std::vector<int>{7});
+}
+
+// The plain jobs waiting for an owner that goes are dropped; everything else runs, in order,
+// whether it waited in the ring or in the overflow behind it.
+TEST(MainQueue, JobsOfAnOwnerThatGoesAreDropped) {
+    g_ran.clear();
+    int gone = 1, stays = 2;
+    constexpr int kEach = 40000; // 80,000 plain jobs: the overflow holds some of them
+    std::thread midi([&] {
+        for (int i = 0; i < kEach; ++i) {
+            MainQueue::asyncPlain(&countedJob, &gone);
+            MainQueue::asyncPlain(&countedJob, &stays);
+        }
+    });
+    midi.join();
+    MainQueue::cancel(&gone);
+    MainQueue::async([] { g_ran.push_back(3); });
+    ASSERT_TRUE(waitUntil([] { return !g_ran.empty() && g_ran.back() == 3; }, 60000));
+    std::vector<int> expected(kEach, 2);
+    expected.push_back(3);
+    EXPECT_EQ(g_ran, expected);
 }

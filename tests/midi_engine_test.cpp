@@ -34,13 +34,11 @@ protected:
         TempHome::clear();
         prefs = std::make_unique<Prefs>();
         services = std::make_unique<JackMidiServices>();
-        engine = std::make_unique<MainMidi>(*services);
+        engine = std::make_unique<MainMidi>(*services, &host);
         host.prefs = prefs.get();
         host.engine = engine.get();
-        MidiHost::setApplicationDelegate(&host);
         engine->createMidiPort();
     }
-    void TearDown() override { MidiHost::setApplicationDelegate(nullptr); }
 
     std::unique_ptr<Prefs> prefs;
     std::unique_ptr<JackMidiServices> services;

@@ -1,7 +1,9 @@
+#include "midi/MainMidi.h"
 #include "midi/MidiCapture.h"
 #include "midi/MidiHost.h"
 #include "midi/MidiPacketList.h"
 #include "midi/ReadProcedure.h"
+#include "midi/backends/none/NullMidiServices.h"
 #include "support/LibraryHelpers.h"
 
 #include <QRandomGenerator>
@@ -25,35 +27,34 @@ struct Capture {
     uint64_t status, data1, data2;
     bool operator==(const Capture&) const = default;
 };
-Capture capture() {
-    return {MidiCapture::status.load(), MidiCapture::data1.load(), MidiCapture::data2.load()};
-}
-void setCapture(Capture c) {
-    MidiCapture::status = c.status;
-    MidiCapture::data1 = c.data1;
-    MidiCapture::data2 = c.data2;
-}
 } // namespace
 
 class ReadProcedureWalk : public ::testing::Test {
 protected:
-    void SetUp() override {
-        MidiHost::setApplicationDelegate(&recorder);
-        setCapture({0, 0, 0});
-    }
-    void TearDown() override { MidiHost::setApplicationDelegate(nullptr); }
+    void SetUp() override { setCapture({0, 0, 0}); }
     struct ListBytes {
         const uint8_t* data;
         size_t size;
     };
     std::string run(ListBytes list) {
         recorder.jobs.clear();
-        ReadProcedure::midiReadProc(list.data, list.size, nullptr, nullptr);
+        ReadProcedure::midiReadProc(list.data, list.size, &engine, nullptr);
         processEvents();
         return recorder.jobs;
     }
     std::string run(const MidiPacketList& list) { return run(ListBytes{list.data(), list.size()}); }
+    Capture capture() {
+        const MidiCapture& c = engine.capture();
+        return {c.status.load(), c.data1.load(), c.data2.load()};
+    }
+    void setCapture(Capture c) {
+        engine.capture().status = c.status;
+        engine.capture().data1 = c.data1;
+        engine.capture().data2 = c.data2;
+    }
     JobRecorder recorder;
+    NullMidiServices services;
+    MainMidi engine{services, &recorder};
 };
 
 TEST_F(ReadProcedureWalk, OneMessagePerPacket) {
@@ -119,7 +120,7 @@ TEST_F(ReadProcedureWalk, NeverReadsPastTheList) {
     const uint16_t longLength = 0xFFFF;
     std::memcpy(bytes.data() + 12, &longLength, 2);
     recorder.jobs.clear();
-    ReadProcedure::midiReadProc(bytes.data(), bytes.size(), nullptr, nullptr);
+    ReadProcedure::midiReadProc(bytes.data(), bytes.size(), &engine, nullptr);
     processEvents();
     EXPECT_EQ(recorder.jobs, "m") << "one packet fits, so one pass";
     EXPECT_EQ(capture(), (Capture{0xC0, 5, 6}));
@@ -128,7 +129,7 @@ TEST_F(ReadProcedureWalk, NeverReadsPastTheList) {
     MidiPacketList cut;
     cut.addPacket(0, {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7});
     recorder.jobs.clear();
-    ReadProcedure::midiReadProc(cut.data(), cut.size() - 1, nullptr, nullptr);
+    ReadProcedure::midiReadProc(cut.data(), cut.size() - 1, &engine, nullptr);
     processEvents();
     EXPECT_EQ(recorder.jobs, "m");
 

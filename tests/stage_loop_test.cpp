@@ -3,6 +3,7 @@
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
+#include "midi/MainMidi.h"
 #include "midi/MidiCapture.h"
 #include "performance/SongRecall.h"
 #include "platform/Guard.h"
@@ -74,7 +75,8 @@ TEST_F(StageLoop, SysexTriggerAndTheHoldProgram) {
     waitUntil([] { return false; }, 150);
     EXPECT_EQ(closeCommands(), 0u);
     EXPECT_EQ(selectedSetlistRow(), 1);
-    EXPECT_EQ(MidiCapture::status.load(), 1u) << "the capture is disarmed to the channel";
+    EXPECT_EQ(app->mainMidiObject()->capture().status.load(), 1u)
+        << "the capture is disarmed to the channel";
 }
 
 TEST_F(StageLoop, ASongThatIsNotAProjectSendsNothing) {

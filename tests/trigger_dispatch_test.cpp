@@ -11,28 +11,26 @@
 
 using namespace helpers;
 
-namespace {
-void capture(uint64_t status, uint64_t data1, uint64_t data2) {
-    MidiCapture::status = status;
-    MidiCapture::data1 = data1;
-    MidiCapture::data2 = data2;
-}
-} // namespace
-
 class TriggerDispatchTest : public ::testing::Test {
 protected:
     void SetUp() override {
         TempHome::clear();
         prefs = std::make_unique<Prefs>();
         dispatch = std::make_unique<TriggerDispatch>(
-            TriggerDispatch::Dependencies{&recall, prefs.get(), &sender});
+            TriggerDispatch::Dependencies{&recall, prefs.get(), &sender, &captured});
         NotificationCenter::defaultCenter().addObserver(&sender, "MidiReceived",
                                                         [this](const Notification& n) {
                                                             EXPECT_EQ(n.object, &sender);
                                                             ++received;
                                                         });
     }
+    void capture(uint64_t status, uint64_t data1, uint64_t data2) {
+        captured.status = status;
+        captured.data1 = data1;
+        captured.data2 = data2;
+    }
     QObject sender;
+    MidiCapture captured;
     std::unique_ptr<Prefs> prefs;
     SongRecall recall{SongRecall::Dependencies{}};
     std::unique_ptr<TriggerDispatch> dispatch;
@@ -47,7 +45,7 @@ TEST_F(TriggerDispatchTest, HoldProgramOnlyOnTheSelectedChannelAndOncePerCapture
     capture(0xC2, 126, 0); // channel 3
     dispatch->checkMidi();
     EXPECT_EQ(recall.kAsNumber.toInt(), 126);
-    EXPECT_EQ(MidiCapture::status.load(), 3u) << "the status now holds the channel";
+    EXPECT_EQ(captured.status.load(), 3u) << "the status now holds the channel";
     recall.kAsNumber = 0;
     dispatch->checkMidi(); // a second job for the same capture finds nothing to do
     EXPECT_EQ(recall.kAsNumber.toInt(), 0);
@@ -66,7 +64,7 @@ TEST_F(TriggerDispatchTest, SpacebarNoteIsFixedAt72WithVelocity) {
     prefs->prefsSelectedSpacebarMidiChannel = 2;
     capture(0x90, 72, 0); // velocity 0
     dispatch->checkMidiSpacebar();
-    EXPECT_EQ(MidiCapture::status.load(), 1u) << "converted before the tests";
+    EXPECT_EQ(captured.status.load(), 1u) << "converted before the tests";
     EXPECT_FALSE(recall.kAsNumber.isValid());
     capture(0x91, 60, 100); // another note on the right channel
     dispatch->checkMidiSpacebar();

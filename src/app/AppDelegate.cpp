@@ -43,8 +43,7 @@
 AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent)
     : QObject(parent), services_(std::move(services)), library_(std::make_unique<LibraryStack>()),
       sharedPrefs_(std::make_unique<Prefs>()) {
-    MidiHost::setApplicationDelegate(this);
-    mainMidiObject_ = new MainMidi(*services_, this);
+    mainMidiObject_ = new MainMidi(*services_, this, this);
     ArrayController* allSetlists = new ArrayController(this);
     ArrayController* allSongs = new ArrayController(this);
     ArrayController* currentSetlist = new ArrayController(this);
@@ -81,7 +80,8 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
                               this, mainMidiObject_, sharedPrefs_.get(), context,
                               [this] { return filter_->returnFilteredArray(); }, w, dawControl_},
                              this);
-    dispatch_ = new TriggerDispatch({recall_, sharedPrefs_.get(), this}, this);
+    dispatch_ =
+        new TriggerDispatch({recall_, sharedPrefs_.get(), this, &mainMidiObject_->capture()}, this);
     requests_ = new StageRequests(recall_, currentSetlist, this);
     stageState_ = new StageState({filter_.get(), allSetlists, currentSetlist, dawControl_}, this);
     wireWindow(context);
@@ -94,7 +94,6 @@ AppDelegate::~AppDelegate() {
     delete remotes_; // nothing reaches the remotes while the rest goes
     remotes_ = nullptr;
     NotificationCenter::defaultCenter().removeObserver(this);
-    if (MidiHost::applicationDelegate() == this) MidiHost::setApplicationDelegate(nullptr);
     window_.reset();
     delete mainMidiObject_; // before the services it uses
     mainMidiObject_ = nullptr;
@@ -226,6 +225,7 @@ void AppDelegate::activeButton() {
 
 void AppDelegate::openPreferences() {
     MyPrefsWindowController* prefs = MyPrefsWindowController::sharedPrefsWindowController();
+    prefs->setHost(this);
     connect(prefs, &MyPrefsWindowController::dawSettingsChanged, this,
             &AppDelegate::applyDawSettings, Qt::UniqueConnection);
     connect(prefs, &MyPrefsWindowController::remoteSettingsChanged, this,

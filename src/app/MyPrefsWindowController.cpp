@@ -121,9 +121,8 @@ void MyPrefsWindowController::dawControlEdited() {
 }
 
 void MyPrefsWindowController::setupToolbar() {
-    MidiHost* host = MidiHost::applicationDelegate();
-    sharedPrefs = host ? host->sharedPrefs() : nullptr;
-    sharedMainMidi = host ? host->mainMidiObject() : nullptr;
+    sharedPrefs = host_ ? host_->sharedPrefs() : nullptr;
+    sharedMainMidi = host_ ? host_->mainMidiObject() : nullptr;
     addView(ui_->logicPrefsView, "Midi");
     addView(ui_->generalPrefsView, "DAW");
     addView(remotePane_, "Remote");
@@ -212,12 +211,12 @@ void MyPrefsWindowController::PrefsMidiDevicePopUpAction() {
     const int index = ui_->prefsMidiPortPopUp->currentIndex();
     sharedPrefs->prefsSelectedMidiDevice = index;
     sharedMainMidi->perform("grabAndStoreMidiSourceAsUniqueID:"); // the action ends here
-    if (MidiHost* host = MidiHost::applicationDelegate()) host->midiDevicePopUpAction();
+    if (host_) host_->midiDevicePopUpAction();
 }
 
 void MyPrefsWindowController::PrefsMidiDeviceForDestinationPopUpAction() {
     sharedPrefs->prefsSelectedMidiOutDevice = ui_->prefsMidiOutPortPopUp->currentIndex();
-    if (MidiHost* host = MidiHost::applicationDelegate()) host->midiDevicePopUpAction();
+    if (host_) host_->midiDevicePopUpAction();
 }
 
 void MyPrefsWindowController::PrefsMidiChannelPopUpAction() {
@@ -272,8 +271,7 @@ void MyPrefsWindowController::PrefsSpacebarMidiTriggerDevicePopUpAction() {
     sharedPrefs->prefsSelectedSpacebarMidiDevice =
         ui_->prefsSpacebarMidiTriggerPortPopup->currentIndex();
     sharedMainMidi->perform("grabAndStoreMidiSpacebarSourceAsUniqueID:"); // ends here
-    if (MidiHost* host = MidiHost::applicationDelegate())
-        host->midiSpacebarTriggerDevicePopUpAction();
+    if (host_) host_->midiSpacebarTriggerDevicePopUpAction();
 }
 
 void MyPrefsWindowController::PrefsSpacebarMidiTriggerChannelPopUpAction() {

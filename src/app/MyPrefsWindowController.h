@@ -23,6 +23,8 @@ public:
     ~MyPrefsWindowController() override;
 
     static MyPrefsWindowController* sharedPrefsWindowController();
+    // The application controller whose settings and engine the panes show; set before showing.
+    void setHost(MidiHost* host) { host_ = host; }
     void setupToolbar() override;
 
     void populatePrefsPopup();
@@ -52,6 +54,7 @@ public:
     QStringList prefsWindowDestinationArray;
     Prefs* sharedPrefs = nullptr;
     MainMidi* sharedMainMidi = nullptr;
+    MidiHost* host_ = nullptr;
 
 signals:
     // The DAW control was changed and stored in Gigmora.conf.

@@ -16,27 +16,19 @@
 #include <string>
 
 namespace {
-std::atomic<MainMidi*> g_engine{nullptr};
 const QString kModel = QStringLiteral("Vantori Software");
 } // namespace
 
-MainMidi::MainMidi(MidiServices& services, QObject* parent) : QObject(parent), services_(services) {
-    g_engine.store(this);
-}
+MainMidi::MainMidi(MidiServices& services, MidiHost* host, QObject* parent)
+    : QObject(parent), services_(services), host_(host) {}
 
 MainMidi::~MainMidi() {
-    MainMidi* self = this;
-    g_engine.compare_exchange_strong(self, nullptr);
-    if (client_) services_.clientDispose(client_);
-}
-
-MainMidi* MainMidi::engineInstance() {
-    return g_engine.load();
+    if (client_) services_.clientDispose(client_); // no read procedure runs after this
+    MainQueue::cancel(this);                       // and none of its jobs
 }
 
 Prefs* MainMidi::prefs() const {
-    MidiHost* host = MidiHost::applicationDelegate();
-    return host ? host->sharedPrefs() : nullptr;
+    return host_ ? host_->sharedPrefs() : nullptr;
 }
 
 void MainMidi::createMidiPort() {
@@ -44,8 +36,7 @@ void MainMidi::createMidiPort() {
         services_.clientDispose(client_); // takes the old endpoints with it
         client_ = 0;
     }
-    services_.clientCreate(QStringLiteral("Gigmora Midi"), &MainMidi::notifyProc, nullptr,
-                           &client_);
+    services_.clientCreate(QStringLiteral("Gigmora Midi"), &MainMidi::notifyProc, this, &client_);
     services_.portDispose(inPort_);
     inPort_ = 0;
     services_.destinationCreate(client_, QStringLiteral("Gigmora Virtual Input"),
@@ -241,12 +232,10 @@ void MainMidi::startBackupTimer2() {
     });
 }
 
-void MainMidi::notifyProc(const MIDINotification* message, void*) {
+void MainMidi::notifyProc(const MIDINotification* message, void* refCon) {
     if (!message) return;
     if (message->messageID == kMIDIMsgPropertyChanged ||
         message->messageID == kMIDIMsgObjectRemoved) {
-        MidiHost* host = MidiHost::applicationDelegate();
-        if (MainMidi* engine = host ? host->mainMidiObject() : nullptr)
-            engine->checkIfSelectedDeviceRemoved();
+        if (auto* engine = static_cast<MainMidi*>(refCon)) engine->checkIfSelectedDeviceRemoved();
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "midi/MidiCapture.h"
 #include "midi/MidiTypes.h"
 
 #include <QObject>
@@ -9,6 +10,7 @@
 #include <initializer_list>
 #include <string_view>
 
+class MidiHost;
 class MidiServices;
 class ManagedObject;
 class Prefs;
@@ -23,9 +25,13 @@ public:
     static constexpr MIDIUniqueID kVirtualInputUniqueID = 19711971;
     static constexpr MIDIUniqueID kVirtualOutputUniqueID = 19731973;
 
-    explicit MainMidi(MidiServices& services, QObject* parent = nullptr);
+    // `host` (the application controller) gets the read procedure's jobs and lends its settings.
+    MainMidi(MidiServices& services, MidiHost* host, QObject* parent = nullptr);
     ~MainMidi() override;
-    static MainMidi* engineInstance();
+
+    MidiHost* host() const { return host_; }
+    // What the read procedure of "Gigmora Virtual Input" captured last.
+    MidiCapture& capture() { return capture_; }
 
     void createMidiPort();
     void disConnectFromMidiSourceWithUniqueID();
@@ -103,6 +109,8 @@ private:
     Prefs* prefs() const;
 
     MidiServices& services_;
+    MidiHost* host_;
+    MidiCapture capture_;
     MIDIClientRef client_ = 0;
     MIDIPortRef inPort_ = 0;
     MIDIPortRef inPortSpacebar_ = 0;

@@ -4,9 +4,9 @@
 #include <cstdint>
 
 // The last program change or note-on seen by the read procedure, shared with the main thread
-// without a lock: last writer wins.
+// without a lock: last writer wins. The engine holds the one its read procedure writes.
 struct MidiCapture {
-    static std::atomic<uint64_t> status;
-    static std::atomic<uint64_t> data1;
-    static std::atomic<uint64_t> data2;
+    std::atomic<uint64_t> status{0};
+    std::atomic<uint64_t> data1{0};
+    std::atomic<uint64_t> data2{0};
 };

@@ -3,7 +3,7 @@
 class MainMidi;
 class Prefs;
 
-// What the MIDI engine needs of the application controller, which registers itself here.
+// What the MIDI engine needs of the application controller, which hands itself to the engine.
 class MidiHost {
 public:
     virtual ~MidiHost() = default;
@@ -14,7 +14,4 @@ public:
     // After the preferences change a device: rebuild the ports and connections.
     virtual void midiDevicePopUpAction() {}
     virtual void midiSpacebarTriggerDevicePopUpAction() {}
-
-    static MidiHost* applicationDelegate();
-    static void setApplicationDelegate(MidiHost* host);
 };

@@ -1,6 +1,6 @@
 #include "midi/ReadProcedure.h"
 
-#include "midi/MidiCapture.h"
+#include "midi/MainMidi.h"
 #include "midi/MidiHost.h"
 #include "midi/MidiPacketList.h"
 #include "platform/MainQueue.h"
@@ -11,11 +11,11 @@
 namespace {
 constexpr uint8_t kNextSongSysex[6] = {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7};
 
-void checkMidiJob() {
-    if (MidiHost* host = MidiHost::applicationDelegate()) host->checkMidi();
+void checkMidiJob(void* engine) {
+    if (MidiHost* host = static_cast<MainMidi*>(engine)->host()) host->checkMidi();
 }
-void checkMidiWithSysexJob() {
-    if (MidiHost* host = MidiHost::applicationDelegate()) host->checkMidiWithSysex();
+void checkMidiWithSysexJob(void* engine) {
+    if (MidiHost* host = static_cast<MainMidi*>(engine)->host()) host->checkMidiWithSysex();
 }
 
 // Bytes of a packet as far as they lie inside both the packet and the list.
@@ -26,8 +26,11 @@ struct View {
 };
 } // namespace
 
-void ReadProcedure::midiReadProc(const uint8_t* list, size_t byteCount, void*, void*) {
-    if (!list || byteCount < MidiPacketList::kHeaderSize) return;
+void ReadProcedure::midiReadProc(const uint8_t* list, size_t byteCount, void* readProcRefCon,
+                                 void*) {
+    auto* engine = static_cast<MainMidi*>(readProcRefCon);
+    if (!engine || !list || byteCount < MidiPacketList::kHeaderSize) return;
+    MidiCapture& capture = engine->capture();
     uint32_t count = 0;
     std::memcpy(&count, list, sizeof count);
     if (count == 0) return;
@@ -47,21 +50,21 @@ void ReadProcedure::midiReadProc(const uint8_t* list, size_t byteCount, void*, v
                 if (v.has(j)) {
                     const uint8_t s = v.data[j];
                     if ((s >> 4) == 0xC || (s >> 4) == 0x9) {
-                        MidiCapture::status.store(s, std::memory_order_relaxed);
+                        capture.status.store(s, std::memory_order_relaxed);
                         if (v.has(j + 1))
-                            MidiCapture::data1.store(v.data[j + 1], std::memory_order_relaxed);
+                            capture.data1.store(v.data[j + 1], std::memory_order_relaxed);
                         if (v.has(j + 2))
-                            MidiCapture::data2.store(v.data[j + 2], std::memory_order_relaxed);
+                            capture.data2.store(v.data[j + 2], std::memory_order_relaxed);
                     }
                     if (v.has(j + 5) && std::memcmp(v.data + j, kNextSongSysex, 6) == 0)
-                        MainQueue::asyncPlain(checkMidiWithSysexJob);
+                        MainQueue::asyncPlain(checkMidiWithSysexJob, engine);
                 }
                 // The walk moves to the next packet once per examined byte position.
                 ++j;
                 inside = MidiPacketList::packetAt(list, byteCount, current.next, &current);
             } while (inside && j < current.length);
         }
-        MainQueue::asyncPlain(checkMidiJob);
+        MainQueue::asyncPlain(checkMidiJob, engine);
     }
 }
 

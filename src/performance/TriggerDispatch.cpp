@@ -9,17 +9,19 @@
 
 TriggerDispatch::TriggerDispatch(const Dependencies& d, QObject* parent)
     : QObject(parent), recall(d.recall), sharedPrefs(d.sharedPrefs),
-      notificationSender(d.notificationSender) {}
+      notificationSender(d.notificationSender), capture_(d.capture) {}
 
 void TriggerDispatch::checkMidi() {
     NotificationCenter::defaultCenter().post("MidiReceived", notificationSender);
-    const uint64_t status = MidiCapture::status.load(std::memory_order_relaxed);
+    if (!capture_) return;
+    MidiCapture& captured = *capture_;
+    const uint64_t status = captured.status.load(std::memory_order_relaxed);
     if ((status >> 4) != 0xC) return;
     // The capture now holds the channel, which disarms it until a new message arrives.
     const uint64_t channel = status - 191;
-    MidiCapture::status.store(channel, std::memory_order_relaxed);
+    captured.status.store(channel, std::memory_order_relaxed);
     const qint64 selected = sharedPrefs ? sharedPrefs->prefsSelectedMidiChannel.toLongLong() : 0;
-    const uint64_t program = MidiCapture::data1.load(std::memory_order_relaxed);
+    const uint64_t program = captured.data1.load(std::memory_order_relaxed);
     if (static_cast<qint64>(channel) == selected && program == kHoldProgram && recall)
         recall->kAsNumber = kHoldProgram;
     // The next-song program works on every channel; the hold program only on the chosen one.
@@ -34,11 +36,13 @@ void TriggerDispatch::checkMidiWithSysex() {
 }
 
 void TriggerDispatch::checkMidiSpacebar() {
-    const uint64_t status = MidiCapture::status.load(std::memory_order_relaxed);
+    if (!capture_) return;
+    MidiCapture& captured = *capture_;
+    const uint64_t status = captured.status.load(std::memory_order_relaxed);
     if ((status >> 4) != 0x9) return;
     const uint64_t channel = status - 143;
-    MidiCapture::status.store(channel, std::memory_order_relaxed);
-    if (MidiCapture::data1.load() != kSpacebarNote || MidiCapture::data2.load() == 0) return;
+    captured.status.store(channel, std::memory_order_relaxed);
+    if (captured.data1.load() != kSpacebarNote || captured.data2.load() == 0) return;
     const qint64 wanted =
         sharedPrefs ? sharedPrefs->prefsSelectedSpacebarMidiChannel.toLongLong() : 0;
     if (static_cast<qint64>(channel) != wanted) return;

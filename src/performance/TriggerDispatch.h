@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPointer>
 
+struct MidiCapture;
 class Prefs;
 class SongRecall;
 
@@ -18,6 +19,7 @@ public:
         SongRecall* recall = nullptr;
         Prefs* sharedPrefs = nullptr;
         QObject* notificationSender = nullptr;
+        MidiCapture* capture = nullptr; // what the read procedure captured
     };
     explicit TriggerDispatch(const Dependencies& dependencies, QObject* parent = nullptr);
 
@@ -32,4 +34,5 @@ private:
     QPointer<SongRecall> recall;
     Prefs* sharedPrefs;
     QPointer<QObject> notificationSender;
+    MidiCapture* capture_;
 };

@@ -6,6 +6,7 @@
 #include <QSocketNotifier>
 #include <QThread>
 #include <QTimer>
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cmath>
@@ -21,10 +22,11 @@ namespace {
 struct Entry {
     MainQueue::PlainJob plain = nullptr;
     MainQueue::Job* boxed = nullptr;
+    void* context = nullptr;
 
     void run() const {
         if (plain)
-            guarded("main queue job", plain);
+            guarded("main queue job", [this] { plain(context); });
         else if (boxed)
             guarded("main queue job", *boxed);
     }
@@ -129,20 +131,41 @@ private:
         int done = 0;
         Entry entry;
         while (done < kBatch) {
+            // What waits in pending_ was queued before anything now in the ring.
+            if (next_ < pending_.size()) {
+                runAndRelease(pending_[next_++]);
+                ++done;
+                continue;
+            }
             if (ring_.pop(&entry)) {
                 runAndRelease(entry);
                 ++done;
                 continue;
             }
-            if (next_ == pending_.size() && !takeOverflow()) return;
-            while (next_ < pending_.size() && done < kBatch) {
-                runAndRelease(pending_[next_++]);
-                ++done;
-            }
+            if (!takeOverflow()) return;
         }
         wake(); // more is waiting: go on in the next turn
     }
 
+public:
+    void cancel(void* context) {
+        // The ring's jobs join what pending_ still holds, behind it, so the order stays.
+        std::vector<Entry> waiting(pending_.begin() + qsizetype(next_), pending_.end());
+        Entry entry;
+        while (ring_.pop(&entry))
+            waiting.push_back(entry);
+        pending_ = std::move(waiting);
+        next_ = 0;
+        const auto drop = [context](Entry& e) {
+            if (e.plain && e.context == context) e.plain = nullptr;
+        };
+        std::for_each(pending_.begin(), pending_.end(), drop);
+        std::lock_guard lock(overflowMutex_);
+        std::for_each(overflow_.begin(), overflow_.end(), drop);
+        if (!pending_.empty()) wake();
+    }
+
+private:
     // Moves the overflow behind what the ring held; false when there was none.
     bool takeOverflow() {
         std::lock_guard lock(overflowMutex_);
@@ -189,7 +212,7 @@ SerialQueue* queue() {
 void MainQueue::async(Job job) {
     SerialQueue* q = queue();
     if (!q) return;
-    q->push(Entry{nullptr, new Job(std::move(job))});
+    q->push(Entry{nullptr, new Job(std::move(job)), nullptr});
 }
 
 void MainQueue::after(double seconds, Job job) {
@@ -201,8 +224,13 @@ void MainQueue::after(double seconds, Job job) {
                        context, [job = std::move(job)]() mutable { async(std::move(job)); });
 }
 
-void MainQueue::asyncPlain(PlainJob job) noexcept {
-    if (SerialQueue* q = g_queue.load(std::memory_order_acquire)) q->push(Entry{job, nullptr});
+void MainQueue::asyncPlain(PlainJob job, void* context) noexcept {
+    if (SerialQueue* q = g_queue.load(std::memory_order_acquire))
+        q->push(Entry{job, nullptr, context});
+}
+
+void MainQueue::cancel(void* context) {
+    if (SerialQueue* q = g_queue.load(std::memory_order_acquire)) q->cancel(context);
 }
 
 void MainQueue::install() {
