@@ -28,10 +28,6 @@ protected:
         daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
         GigmoraConfig::setDaw(daw);
     }
-    void TearDown() override {
-        EditFixture::TearDown();
-        ProjectKind::setKind(ProjectKind::Kind::LogicProject);
-    }
     // An Ardour-like session folder: a folder holding NAME.ardour.
     static QString session(const QString& name) {
         const QString folder = TempHome::home() + "/sessions/" + name;
@@ -89,6 +85,6 @@ TEST_F(DawSessions, TheLogicControlIsTheDefault) {
     launch();
     EXPECT_FALSE(app->dawControl()->managesSessions());
     EXPECT_TRUE(stage()->dawState().isEmpty());
-    EXPECT_TRUE(ProjectKind::isProject(project("Song.logicx")));
-    EXPECT_FALSE(ProjectKind::isProject(session("Opener")));
+    EXPECT_TRUE(app->dawControl()->projectKind().isProject(project("Song.logicx")));
+    EXPECT_FALSE(app->dawControl()->projectKind().isProject(session("Opener")));
 }

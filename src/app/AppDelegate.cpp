@@ -59,7 +59,13 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
     currentSetlist->setManagedObjectContext(context);
     currentSetlist->bindContentArray(allSetlists, "song");
     filter_ = std::make_unique<LibraryFilter>(allSongs, allSetlists, context);
-    controllers_ = {context, allSetlists, allSongs, currentSetlist, filter_.get()};
+    dawControl_ = new DawControl(this); // what counts as a project is its to say
+    controllers_.context = context;
+    controllers_.allSetlists = allSetlists;
+    controllers_.allSongs = allSongs;
+    controllers_.currentSetlist = currentSetlist;
+    controllers_.filter = filter_.get();
+    controllers_.projectKind = &dawControl_->projectKind();
 
     window_ = std::make_unique<MainWindow>();
     MainWindow* w = window_.get();
@@ -74,7 +80,6 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
         new SongDetailsScreen({details, controllers_, editScreen_->songList(), mainMidiObject_,
                                [this] { return modes_->shownModeView(); }},
                               this);
-    dawControl_ = new DawControl(this);
     new StageSong(currentSetlist, w->editView()->setlistTableView(), dawControl_, this);
     recall_ = new SongRecall({w->editView()->setlistTableView(), w->editView()->allSongsTableView(),
                               this, mainMidiObject_, sharedPrefs_.get(), context,

@@ -18,7 +18,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
                       settings.saveBeforeSwitch == settings_.saveBeforeSwitch &&
                       settings.loadTimeoutSeconds == settings_.loadTimeoutSeconds;
     settings_ = settings;
-    ProjectKind::setKind(managed ? ProjectKind::Kind::SessionFolder
+    projectKind_.setKind(managed ? ProjectKind::Kind::SessionFolder
                                  : ProjectKind::Kind::LogicProject);
     if (managed && same) return;
     shutdown();

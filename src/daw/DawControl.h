@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/ProjectKind.h"
 #include "settings/GigmoraConfig.h"
 
 #include <QObject>
@@ -27,6 +28,8 @@ public:
     // Takes these settings: the session manager starts its DAW now, or ends it.
     void apply(const GigmoraConfig::Daw& settings);
     bool managesSessions() const { return manager_ != nullptr; }
+    // What counts as a song's project under this control.
+    const ProjectKind& projectKind() const { return projectKind_; }
     // Puts the session in front of the DAW; false without a session manager.
     bool openSession(const QString& path);
     // Ends the DAW Gigmora started (on quit, after the library is saved).
@@ -42,6 +45,7 @@ signals:
 
 private:
     GigmoraConfig::Daw settings_;
+    ProjectKind projectKind_;
     std::function<QString()> stageSong_;
     std::unique_ptr<SessionManager> manager_;
 };

@@ -32,9 +32,11 @@ ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype row) {
 } // namespace
 
 AllSongsTableViewController::AllSongsTableViewController(const Dependencies& d, QObject* parent)
-    : QObject(parent), context_(d.library.context), allSongs_(d.library.allSongs),
-      filter_(d.library.filter), allSongsTableView(d.allSongsTableView),
-      songDetailsTableView(d.songDetailsTableView), midiMessageTableView(d.midiMessageTableView),
+    : QObject(parent),
+      projectKind_(d.library.projectKind ? *d.library.projectKind : ProjectKind::logicProjects()),
+      context_(d.library.context), allSongs_(d.library.allSongs), filter_(d.library.filter),
+      allSongsTableView(d.allSongsTableView), songDetailsTableView(d.songDetailsTableView),
+      midiMessageTableView(d.midiMessageTableView),
       setDetailControlsEnabled(d.setDetailControlsEnabled),
       updateAllSongDetailView(d.updateAllSongDetailView) {
     if (allSongs_) allSongs_->fetch();
@@ -165,7 +167,7 @@ uint32_t AllSongsTableViewController::validateDrop(TableView*, DraggingInfo& inf
                                                    DropOperation) {
     const Pasteboard& pasteboard = info.draggingPasteboard();
     for (const QString& file : pasteboard.filenames())
-        if (ProjectKind::isProject(file)) return DragOperationCopy;
+        if (projectKind_.isProject(file)) return DragOperationCopy;
     return !kMyCustomAllSongsDragType.isEmpty() && pasteboard.hasType(kMyCustomAllSongsDragType)
                ? DragOperationCopy
                : DragOperationNone;
@@ -186,8 +188,8 @@ bool AllSongsTableViewController::acceptDrop(TableView* tableView, DraggingInfo&
     const QStringList files = info.draggingPasteboard().filenames();
     if (files.isEmpty()) return false;
     for (const QString& file : files) {
-        if (!ProjectKind::isProject(file)) continue; // silently skipped
-        addSongForPath(ProjectKind::projectPath(file));
+        if (!projectKind_.isProject(file)) continue; // silently skipped
+        addSongForPath(projectKind_.projectPath(file));
         if (allSongs_) {
             allSongs_->fetch();
             allSongs_->rearrangeObjects();
@@ -215,7 +217,7 @@ void AllSongsTableViewController::addNewSessionViaMenu() {
             fileNameAsNSURL = url;
     addSongForPath(fileNameAsNSURL.isEmpty()
                        ? QString()
-                       : ProjectKind::projectPath(fileNameAsNSURL.toLocalFile()));
+                       : projectKind_.projectPath(fileNameAsNSURL.toLocalFile()));
     if (allSongs_) allSongs_->rearrangeObjects();
     reloadTables();
     if (allSongsTableView) allSongsTableView->setNeedsDisplay();

@@ -12,6 +12,7 @@
 #include <QVariantList>
 #include <functional>
 
+class ProjectKind;
 class ArrayController;
 class LibraryFilter;
 class ManagedObject;
@@ -83,6 +84,7 @@ private:
     void addSongForPath(const QString& path);
     void reloadTables();
 
+    const ProjectKind& projectKind_;
     QPointer<ObjectContext> context_;
     QPointer<ArrayController> allSongs_;
     LibraryFilter* filter_;

@@ -41,9 +41,10 @@ bool isAllSongsTableView(const TableView* t) {
 
 DragableOrderedSetTableViewDelegate::DragableOrderedSetTableViewDelegate(const Dependencies& d,
                                                                          QObject* parent)
-    : QObject(parent), context_(d.library.context), filter_(d.library.filter),
-      setlistTableView(d.setlistTableView), arrayController(d.arrayController),
-      allSetlistsArrayController(d.library.allSetlists),
+    : QObject(parent),
+      projectKind_(d.library.projectKind ? *d.library.projectKind : ProjectKind::logicProjects()),
+      context_(d.library.context), filter_(d.library.filter), setlistTableView(d.setlistTableView),
+      arrayController(d.arrayController), allSetlistsArrayController(d.library.allSetlists),
       allSongsArrayController(d.library.allSongs), aSongsTableView(d.tables.aSongsTableView),
       myTopListOfSetlistsTableView(d.tables.myTopListOfSetlistsTableView),
       songDetailsTableView(d.tables.songDetailsTableView),
@@ -146,7 +147,7 @@ uint32_t DragableOrderedSetTableViewDelegate::validateDrop(TableView* tableView,
     }
     // Files: only between rows, never on one.
     const Pasteboard& pasteboard = info.draggingPasteboard();
-    if (operation == DropOperation::Above && ProjectKind::anyProject(pasteboard.filenames()))
+    if (operation == DropOperation::Above && projectKind_.anyProject(pasteboard.filenames()))
         return DragOperationCopy;
     return pasteboard.hasType(TransferRecords::allsongTableViewType) ? DragOperationCopy
                                                                      : DragOperationNone;
@@ -242,8 +243,8 @@ bool DragableOrderedSetTableViewDelegate::acceptFiles(TableView* tableView, Drag
     if (files.isEmpty() || !context_) return false;
     qsizetype offset = 0; // grows for every file, projects or not
     for (const QString& dropped : files) {
-        const QString file = ProjectKind::projectPath(dropped);
-        if (ProjectKind::isProject(dropped)) {
+        const QString file = projectKind_.projectPath(dropped);
+        if (projectKind_.isProject(dropped)) {
             if (isAllSongsTableView(tableView)) {
                 ManagedObject* song = newSong(file);
                 // Not a key of Song: the drop ends here, the new song left in the library.
@@ -297,7 +298,7 @@ void DragableOrderedSetTableViewDelegate::addingSongViaMenu() {
     if (chosen.confirmed && context_)
         for (const QUrl& url : chosen.urls) {
             fileNameAsNSURL = url;
-            const QString path = ProjectKind::projectPath(url.toLocalFile());
+            const QString path = projectKind_.projectPath(url.toLocalFile());
             if (!songsWithPath(path, 1).isEmpty()) continue; // already in the library
             ManagedObject* song = newSong(path);
             song->setValue("MidiIn", 0); // not a key of Song: the command ends here

@@ -10,6 +10,7 @@
 #include <QUrl>
 #include <functional>
 
+class ProjectKind;
 class ArrayController;
 class LibraryFilter;
 class ManagedObject;
@@ -95,6 +96,7 @@ private:
     static void newSongFields(ManagedObject* record, const QString& path);
     void selectDropRow(TableView* tableView, qsizetype row);
 
+    const ProjectKind& projectKind_;
     QPointer<ObjectContext> context_;
     LibraryFilter* filter_;
     QPointer<TableView> setlistTableView;

@@ -5,10 +5,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <algorithm>
-#include <atomic>
 
 namespace {
-std::atomic<ProjectKind::Kind> g_kind{ProjectKind::Kind::LogicProject};
 const QString kSessionExtension = QStringLiteral("ardour");
 
 bool holdsSession(const QString& folder) {
@@ -16,15 +14,12 @@ bool holdsSession(const QString& folder) {
 }
 } // namespace
 
-void ProjectKind::setKind(Kind kind) {
-    g_kind.store(kind);
+const ProjectKind& ProjectKind::logicProjects() {
+    static const ProjectKind kind;
+    return kind;
 }
 
-ProjectKind::Kind ProjectKind::kind() {
-    return g_kind.load();
-}
-
-bool ProjectKind::isProject(const QString& path) {
+bool ProjectKind::isProject(const QString& path) const {
     if (kind() == Kind::LogicProject) return PathUtilities::pathExtension(path) == extension();
     const QFileInfo info(path);
     if (!info.exists()) return !path.isEmpty(); // a missing session: the DAW control says so
@@ -32,11 +27,12 @@ bool ProjectKind::isProject(const QString& path) {
     return info.suffix() == kSessionExtension;
 }
 
-bool ProjectKind::anyProject(const QStringList& paths) {
-    return std::any_of(paths.begin(), paths.end(), &ProjectKind::isProject);
+bool ProjectKind::anyProject(const QStringList& paths) const {
+    return std::any_of(paths.begin(), paths.end(),
+                       [this](const QString& path) { return isProject(path); });
 }
 
-QString ProjectKind::projectPath(const QString& path) {
+QString ProjectKind::projectPath(const QString& path) const {
     if (kind() == Kind::SessionFolder) {
         const QFileInfo info(path);
         if (info.isFile() && info.suffix() == kSessionExtension) return info.absolutePath();

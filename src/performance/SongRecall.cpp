@@ -23,9 +23,6 @@ ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype index) {
     return RangeError::checkedAt(songs, index);
 }
 
-bool isProject(const QVariant& path) {
-    return ProjectKind::isProject(path.toString());
-}
 } // namespace
 
 SongRecall::SongRecall(const Dependencies& d, QObject* parent)
@@ -44,6 +41,11 @@ ArrayController* SongRecall::currentSetlistController() const {
     if (!setlistTableView) return nullptr;
     return qobject_cast<ArrayController*>(
         setlistTableView->infoForBinding("content").observedObject);
+}
+
+bool SongRecall::isProject(const QVariant& path) const {
+    const ProjectKind& kind = daw ? daw->projectKind() : ProjectKind::logicProjects();
+    return kind.isProject(path.toString());
 }
 
 void SongRecall::redisplay() {

@@ -68,6 +68,8 @@ private:
     ArrayController* currentSetlistController() const;
 
     void redisplay();
+    // Whether the DAW control in use takes `path` as a song's project.
+    bool isProject(const QVariant& path) const;
     void closeAndScheduleOpening();
     void openWithDaw();
 

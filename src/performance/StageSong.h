@@ -26,4 +26,5 @@ private:
 
     QPointer<ArrayController> currentSetlist_;
     QPointer<TableView> setlistTableView_;
+    QPointer<DawControl> daw_;
 };
