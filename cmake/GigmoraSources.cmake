@@ -124,6 +124,7 @@ set(GIGMORA_SOURCES_settings
     src/settings/Prefs.h
     src/settings/SettingsLog.cpp
     src/settings/SettingsLog.h
+    src/settings/SettingsTable.h
     src/settings/Storage.cpp
     src/settings/Storage.h
 )

@@ -18,41 +18,15 @@ Prefs::Prefs() {
     QByteArray bytes;
     if (file.open(QIODevice::ReadOnly)) bytes = file.readAll();
     const Storage s = Storage::fromFileData(bytes);
-    prefsSelectedMidiDevice = s.storageSelectedMidiDevice;
-    prefsSelectedMidiOutDevice = s.storageSelectedMidiOutDevice;
-    prefsSelectedMidiChannel = s.storageSelectedMidiChannel;
-    prefsSelectedDAW = s.storageSelectedDAW;
-    prefsSelectedDAWDelay = s.storageSelectedDAWDelay;
-    prefsBackupDelay = s.storageBackupDelay;
-    prefsSelectedMidiDeviceUniqueID = s.storageSelectedMidiDeviceUniqueID;
-    prefsSelectedMidiDeviceDestinationUniqueID = s.storageSelectedMidiDeviceDestinationUniqueID;
-    prefsCreateVirtualPort = s.storageCreateVirtualPort;
-    spacebarMidiTrigger = s.storageSpacebarMidiTrigger;
-    prefsSelectedSpacebarMidiDevice = s.storageSelectedSpacebarMidiDevice;
-    prefsSelectedSpacebarMidiDeviceUniqueID = s.storageSelectedSpacebarMidiDeviceUniqueID;
-    prefsSelectedSpacebarMidiNote = s.storageSelectedSpacebarMidiNote;
-    prefsSelectedSpacebarMidiChannel = s.storageSelectedSpacebarMidiChannel;
-    prefsActive = s.storageActive;
-    prefsForceSysEventsRequest = s.storageForceSysEventsRequest;
+#define GIGMORA_LOAD(Type, prefsName, storageName, key, fresh) prefsName = s.storageName;
+    GIGMORA_SETTINGS(GIGMORA_LOAD)
+#undef GIGMORA_LOAD
 }
 
 void Prefs::applyDefaults() {
-    prefsSelectedMidiDevice = 0;
-    prefsSelectedMidiOutDevice = 0;
-    prefsSelectedMidiChannel = 1;
-    prefsSelectedDAW = 0;
-    prefsSelectedDAWDelay = 1.2f;
-    prefsBackupDelay = 1.0f;
-    spacebarMidiTrigger = false;
-    prefsSelectedMidiDeviceUniqueID = 0;
-    prefsSelectedMidiDeviceDestinationUniqueID = 0;
-    prefsCreateVirtualPort = false;
-    prefsSelectedSpacebarMidiDevice = 0;
-    prefsSelectedSpacebarMidiDeviceUniqueID = 0;
-    prefsSelectedSpacebarMidiNote = 0;
-    prefsSelectedSpacebarMidiChannel = 1;
-    prefsActive = true;
-    prefsForceSysEventsRequest = false;
+#define GIGMORA_DEFAULT(Type, prefsName, storageName, key, fresh) prefsName = Type(fresh);
+    GIGMORA_SETTINGS(GIGMORA_DEFAULT)
+#undef GIGMORA_DEFAULT
     prefsNumberOfActiveSources = QVariant();
 }
 
@@ -67,22 +41,9 @@ QString Prefs::dataFilePath() {
 
 void Prefs::saveDataToDisk() {
     Storage s;
-    s.storageSelectedMidiDevice = prefsSelectedMidiDevice;
-    s.storageSelectedMidiOutDevice = prefsSelectedMidiOutDevice;
-    s.storageSelectedMidiChannel = prefsSelectedMidiChannel;
-    s.storageSelectedDAW = prefsSelectedDAW;
-    s.storageSelectedDAWDelay = prefsSelectedDAWDelay;
-    s.storageBackupDelay = prefsBackupDelay;
-    s.storageSelectedMidiDeviceUniqueID = prefsSelectedMidiDeviceUniqueID;
-    s.storageSelectedMidiDeviceDestinationUniqueID = prefsSelectedMidiDeviceDestinationUniqueID;
-    s.storageCreateVirtualPort = prefsCreateVirtualPort;
-    s.storageSpacebarMidiTrigger = spacebarMidiTrigger;
-    s.storageSelectedSpacebarMidiDevice = prefsSelectedSpacebarMidiDevice;
-    s.storageSelectedSpacebarMidiDeviceUniqueID = prefsSelectedSpacebarMidiDeviceUniqueID;
-    s.storageSelectedSpacebarMidiNote = prefsSelectedSpacebarMidiNote;
-    s.storageSelectedSpacebarMidiChannel = prefsSelectedSpacebarMidiChannel;
-    s.storageActive = prefsActive;
-    s.storageForceSysEventsRequest = prefsForceSysEventsRequest;
+#define GIGMORA_SAVE(Type, prefsName, storageName, key, fresh) s.storageName = prefsName;
+    GIGMORA_SETTINGS(GIGMORA_SAVE)
+#undef GIGMORA_SAVE
     const QByteArray bytes = s.fileData();
     QSaveFile file(dataFilePath());
     if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size()) file.commit();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settings/SettingsTable.h"
+
 #include <QString>
 #include <QVariant>
 
@@ -12,23 +14,10 @@ public:
     static QString dataFilePath(); // creates the folder if it is missing
     void saveDataToDisk();
 
-    QVariant prefsNumberOfActiveSources;
-    QVariant prefsSelectedMidiDevice;
-    QVariant prefsSelectedMidiOutDevice;
-    QVariant prefsSelectedMidiChannel;
-    bool prefsActive = false;
-    bool spacebarMidiTrigger = false;
-    QVariant prefsSelectedSpacebarMidiDevice;
-    qint32 prefsSelectedSpacebarMidiDeviceUniqueID = 0;
-    QVariant prefsSelectedSpacebarMidiNote;
-    QVariant prefsSelectedSpacebarMidiChannel;
-    QVariant prefsSelectedDAW;
-    float prefsSelectedDAWDelay = 0.0f;
-    float prefsBackupDelay = 0.0f;
-    qint32 prefsSelectedMidiDeviceUniqueID = 0;
-    qint32 prefsSelectedMidiDeviceDestinationUniqueID = 0;
-    bool prefsCreateVirtualPort = false;
-    bool prefsForceSysEventsRequest = false;
+    QVariant prefsNumberOfActiveSources; // never saved
+#define GIGMORA_PREFS_MEMBER(Type, prefsName, storageName, key, fresh) Type prefsName{};
+    GIGMORA_SETTINGS(GIGMORA_PREFS_MEMBER)
+#undef GIGMORA_PREFS_MEMBER
 
 private:
     void applyDefaults();

@@ -9,56 +9,51 @@
 namespace {
 // Every object in the record is a number; anything else (a list, a string, a date) is left
 // out, so that it is neither used nor written back.
-QVariant decodeNumber(KeyedUnarchiver& c, const char* key) {
+void decode(KeyedUnarchiver& c, const char* key, QVariant& out) {
     const QVariant v = c.decodeObject(QLatin1String(key));
-    if (!v.isValid() || isNumberValue(v)) return v;
+    if (!v.isValid() || isNumberValue(v)) {
+        out = v;
+        return;
+    }
     qCWarning(lcStorage).noquote() << "Settings file:" << key << "holds a" << v.typeName()
                                    << "where a number belongs; it is left out.";
-    return {};
+    out = QVariant();
+}
+void decode(KeyedUnarchiver& c, const char* key, float& out) {
+    out = c.decodeFloat(key);
+}
+void decode(KeyedUnarchiver& c, const char* key, qint32& out) {
+    out = c.decodeInt32(key);
+}
+void decode(KeyedUnarchiver& c, const char* key, bool& out) {
+    out = c.decodeBool(key);
+}
+
+void encode(KeyedArchiver& c, const char* key, const QVariant& v) {
+    c.encodeObject(v, key);
+}
+void encode(KeyedArchiver& c, const char* key, float v) {
+    c.encodeFloat(v, key);
+}
+void encode(KeyedArchiver& c, const char* key, qint32 v) {
+    c.encodeInt32(v, key);
+}
+void encode(KeyedArchiver& c, const char* key, bool v) {
+    c.encodeBool(v, key);
 }
 } // namespace
 
 void Storage::encodeWithCoder(KeyedArchiver& c) const {
-    c.encodeObject(storageSelectedMidiDevice, "StorageSelectedMidiDevice");
-    c.encodeObject(storageSelectedMidiOutDevice, "StorageSelectedMidiOutDevice");
-    c.encodeObject(storageSelectedMidiChannel, "StorageSelectedMidiChannel");
-    c.encodeObject(storageSelectedDAW, "StorageSelectedDAW");
-    c.encodeFloat(storageSelectedDAWDelay, "StorageSelectedDAWDelay");
-    c.encodeFloat(storageBackupDelay, "StorageBackupDelay");
-    c.encodeInt32(storageSelectedMidiDeviceUniqueID, "StorageSelectedMidiDeviceUniqueID");
-    c.encodeInt32(storageSelectedMidiDeviceDestinationUniqueID,
-                  "StorageSelectedMidiDeviceDestinationUniqueID");
-    c.encodeBool(storageCreateVirtualPort, "StorageCreateVirtualPort");
-    c.encodeBool(storageSpacebarMidiTrigger, "StorageSpacebarMidiTrigger");
-    c.encodeObject(storageSelectedSpacebarMidiDevice, "StorageSelectedSpacebarMidiDevice");
-    c.encodeInt32(storageSelectedSpacebarMidiDeviceUniqueID,
-                  "StorageSelectedSpacebarMidiDeviceUniqueID");
-    c.encodeObject(storageSelectedSpacebarMidiNote, "StorageSelectedSpacebarMidiNote");
-    c.encodeObject(storageSelectedSpacebarMidiChannel, "StorageSelectedSpacebarMidiChannel");
-    c.encodeBool(storageActive, "StorageActive");
-    c.encodeBool(storageForceSysEventsRequest, "StorageForceSysEventsRequest");
+#define GIGMORA_ENCODE(Type, prefsName, storageName, key, fresh) encode(c, key, storageName);
+    GIGMORA_SETTINGS(GIGMORA_ENCODE)
+#undef GIGMORA_ENCODE
 }
 
 std::unique_ptr<Storage> Storage::initWithCoder(KeyedUnarchiver& c) {
     auto s = std::make_unique<Storage>();
-    s->storageSelectedMidiDevice = decodeNumber(c, "StorageSelectedMidiDevice");
-    s->storageSelectedMidiOutDevice = decodeNumber(c, "StorageSelectedMidiOutDevice");
-    s->storageSelectedMidiChannel = decodeNumber(c, "StorageSelectedMidiChannel");
-    s->storageSelectedDAW = decodeNumber(c, "StorageSelectedDAW");
-    s->storageSelectedDAWDelay = c.decodeFloat("StorageSelectedDAWDelay");
-    s->storageBackupDelay = c.decodeFloat("StorageBackupDelay");
-    s->storageSelectedMidiDeviceUniqueID = c.decodeInt32("StorageSelectedMidiDeviceUniqueID");
-    s->storageSelectedMidiDeviceDestinationUniqueID =
-        c.decodeInt32("StorageSelectedMidiDeviceDestinationUniqueID");
-    s->storageCreateVirtualPort = c.decodeBool("StorageCreateVirtualPort");
-    s->storageSpacebarMidiTrigger = c.decodeBool("StorageSpacebarMidiTrigger");
-    s->storageSelectedSpacebarMidiDevice = decodeNumber(c, "StorageSelectedSpacebarMidiDevice");
-    s->storageSelectedSpacebarMidiDeviceUniqueID =
-        c.decodeInt32("StorageSelectedSpacebarMidiDeviceUniqueID");
-    s->storageSelectedSpacebarMidiNote = decodeNumber(c, "StorageSelectedSpacebarMidiNote");
-    s->storageSelectedSpacebarMidiChannel = decodeNumber(c, "StorageSelectedSpacebarMidiChannel");
-    s->storageActive = c.decodeBool("StorageActive");
-    s->storageForceSysEventsRequest = c.decodeBool("StorageForceSysEventsRequest");
+#define GIGMORA_DECODE(Type, prefsName, storageName, key, fresh) decode(c, key, s->storageName);
+    GIGMORA_SETTINGS(GIGMORA_DECODE)
+#undef GIGMORA_DECODE
     return s;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/KeyedCoding.h"
+#include "settings/SettingsTable.h"
 
 #include <QVariant>
 #include <memory>
@@ -21,20 +22,7 @@ public:
     static Storage fromFileData(const QByteArray& bytes);
     QByteArray fileData() const;
 
-    QVariant storageSelectedMidiDevice;
-    QVariant storageSelectedMidiOutDevice;
-    QVariant storageSelectedMidiChannel;
-    QVariant storageSelectedDAW;
-    float storageSelectedDAWDelay = 0.0f;
-    float storageBackupDelay = 0.0f;
-    qint32 storageSelectedMidiDeviceUniqueID = 0;
-    qint32 storageSelectedMidiDeviceDestinationUniqueID = 0;
-    bool storageCreateVirtualPort = false;
-    bool storageSpacebarMidiTrigger = false;
-    QVariant storageSelectedSpacebarMidiDevice;
-    qint32 storageSelectedSpacebarMidiDeviceUniqueID = 0;
-    QVariant storageSelectedSpacebarMidiNote;
-    QVariant storageSelectedSpacebarMidiChannel;
-    bool storageActive = false;
-    bool storageForceSysEventsRequest = false;
+#define GIGMORA_STORAGE_MEMBER(Type, prefsName, storageName, key, fresh) Type storageName{};
+    GIGMORA_SETTINGS(GIGMORA_STORAGE_MEMBER)
+#undef GIGMORA_STORAGE_MEMBER
 };
