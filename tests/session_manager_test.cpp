@@ -262,6 +262,7 @@ TEST_F(SessionManagerTakeOver, TheNextGigmoraDrivesTheDawThatPlays) {
     manager.shutdown(2000);
     EXPECT_FALSE(alive(last));
     EXPECT_FALSE(QFileInfo::exists(manager.recordFile())) << "nothing left for the next Gigmora";
+    EXPECT_FALSE(QFileInfo::exists(runtime())) << "nor its output";
 }
 
 TEST_F(SessionManagerTakeOver, OneThatCannotBeTakenOverIsEndedFirst) {

@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcessEnvironment>
 
@@ -403,5 +404,9 @@ void SessionManager::shutdown(int graceMs) {
     process_->disconnect(this);
     process_->stopAndWait(graceMs);
     delete std::exchange(process_, nullptr);
-    if (!recordFile().isEmpty()) DawRecord::remove(recordFile());
+    if (options_.runtimeFolder.isEmpty()) return;
+    // A clean end leaves nothing for the next Gigmora to take over or read.
+    DawRecord::remove(recordFile());
+    QFile::remove(outputFile());
+    QDir().rmdir(options_.runtimeFolder);
 }
