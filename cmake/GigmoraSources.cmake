@@ -43,6 +43,8 @@ set(GIGMORA_SOURCES_platform
     src/platform/RangeValidator.cpp
     src/platform/RangeValidator.h
     src/platform/ReferenceDate.h
+    src/platform/RowScrollAnimation.cpp
+    src/platform/RowScrollAnimation.h
     src/platform/SegmentAccessible.cpp
     src/platform/SegmentAccessible.h
     src/platform/SegmentedControl.cpp

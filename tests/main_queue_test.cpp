@@ -1,5 +1,8 @@
+#include "platform/Guard.h"
 #include "platform/MainQueue.h"
+#include "platform/RangeError.h"
 #include "support/LibraryHelpers.h"
+#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 #include <thread>
@@ -63,6 +66,26 @@ TEST(MainQueue, AFailingJobDoesNotStopTheQueue) {
     MainQueue::async([] { g_ran.push_back(7); });
     ASSERT_TRUE(waitUntil([] { return !g_ran.empty(); }));
     EXPECT_EQ(g_ran, std::vector<int>{7});
+}
+
+// An action that ends by design returns on its own, with the same line a failure would give,
+// naming the entry point it ran in, also when it ran inside another.
+TEST(MainQueue, AnOperationThatEndsNamesItsEntryPoint) {
+    LogCapture log;
+    g_ran.clear();
+    MainQueue::async([] {
+        const QList<int> empty;
+        EXPECT_EQ(RangeError::atOrEnd(empty, 0), nullptr);
+        EXPECT_TRUE(guarded("inner", [] { endOperation(RangeError("inner ended")); }));
+        endOperation(RangeError("outer ended"));
+        g_ran.push_back(1);
+    });
+    ASSERT_TRUE(waitUntil([] { return !g_ran.empty(); }));
+    EXPECT_TRUE(log.contains("*** main queue job: *** -[__NSArrayI objectAtIndex:]: index 0 "
+                             "beyond bounds [0 .. -1]"));
+    EXPECT_TRUE(log.contains("*** inner: inner ended"));
+    EXPECT_TRUE(log.contains("*** main queue job: outer ended"))
+        << log.lines().join('\n').toStdString();
 }
 
 // The plain jobs waiting for an owner that goes are dropped; everything else runs, in order,

@@ -194,9 +194,9 @@ TEST_F(MidiEngine, DeviceNamesFixedAnswersAndUnknownOperations) {
     for (const char* op : {"connectToMidiSourceWithUniqueID", "populateNameCopyArrayForDestination",
                            "getUniqueIDOfMidiDestination:", "grabAndStoreMidiSourceAsUniqueID:",
                            "grabAndStoreMidiSpacebarSourceAsUniqueID:"})
-        EXPECT_THROW(engine->perform(op), UnknownOperationError) << op;
+        EXPECT_FALSE(engine->perform(op)) << op;
     const MIDIClientRef client = engine->client();
-    engine->perform("disconnectAllMidi");
+    EXPECT_TRUE(engine->perform("disconnectAllMidi"));
     EXPECT_EQ(engine->client(), client) << "empty hooks change nothing";
 }
 

@@ -11,6 +11,7 @@
 #include "platform/TableView.h"
 #include "settings/Prefs.h"
 #include "support/LibraryHelpers.h"
+#include "support/LogCapture.h"
 #include "support/StageFixture.h"
 
 #include <QDir>
@@ -152,7 +153,11 @@ TEST_F(StageLoop, PreviousSelectedAndByNumberRecalls) {
     EXPECT_EQ(openedFiles(), QStringList{kOne});
 
     // At the first row the step back is out of range: nothing is closed or opened.
-    EXPECT_FALSE(guarded("reverse", [&] { app->recall()->reverseMyScriptInController(); }));
+    {
+        LogCapture log;
+        EXPECT_FALSE(app->recall()->reverseMyScriptInController());
+        EXPECT_TRUE(log.contains("row -1 is not a row"));
+    }
     waitUntil([] { return false; }, 400);
     EXPECT_EQ(closeCommands(), 1u);
 
@@ -186,8 +191,7 @@ TEST_F(StageLoop, ByNumberWithoutASelectedSongOnlyMovesTheSelection) {
     launch();
     app->window()->editView()->allSongsTableView()->deselectAll();
     app->recall()->kAsNumber = 2;
-    EXPECT_FALSE(
-        guarded("by number", [&] { app->recall()->runMyScriptUsingProgChangeInController(); }));
+    EXPECT_FALSE(app->recall()->runMyScriptUsingProgChangeInController());
     processEvents();
     EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 1);
     waitUntil([] { return false; }, 500);

@@ -348,23 +348,25 @@ void AppDelegate::controllerMidiDeviceInitialSetAlert() {
     midiDeviceAlert_ = true;
 }
 
-void AppDelegate::rebuildMidiAfterDeviceChange() {
+bool AppDelegate::rebuildMidiAfterDeviceChange() {
     mainMidiObject_->disconnectAllMidi();
     mainMidiObject_->createMidiPort();
     // Not offered by the engine: with the virtual port off the action ends here.
-    if (!sharedPrefs_->prefsCreateVirtualPort)
-        mainMidiObject_->perform("connectToMidiSourceWithUniqueID");
+    if (!sharedPrefs_->prefsCreateVirtualPort &&
+        !mainMidiObject_->perform("connectToMidiSourceWithUniqueID"))
+        return false;
     if (sharedPrefs_->spacebarMidiTrigger)
         mainMidiObject_->connectToSpacebarMidiSourceWithUniqueID();
+    return true;
 }
 
 void AppDelegate::midiDevicePopUpAction() {
-    rebuildMidiAfterDeviceChange();
+    if (!rebuildMidiAfterDeviceChange()) return;
     midiDeviceAlert_ = false;
 }
 
 void AppDelegate::midiSpacebarTriggerDevicePopUpAction() {
-    rebuildMidiAfterDeviceChange();
+    (void)rebuildMidiAfterDeviceChange();
 }
 
 void AppDelegate::updateAllSongDetailView(qsizetype row) {

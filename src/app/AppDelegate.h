@@ -103,7 +103,7 @@ signals:
 private:
     void wireWindow(ObjectContext* context);
     void addMenus(ObjectContext* context);
-    void rebuildMidiAfterDeviceChange();
+    bool rebuildMidiAfterDeviceChange(); // false when it ended early
     void wireModes();
     // Undo and Redo: in the edit mode, with something to undo or redo.
     void updateUndoMenu();

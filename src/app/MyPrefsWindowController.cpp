@@ -184,7 +184,7 @@ void MyPrefsWindowController::populatePrefsPopup() {
 void MyPrefsWindowController::populatePrefsPopupForDestination() {
     ui_->prefsMidiOutPortPopUp->clear();
     if (!sharedMainMidi || !sharedPrefs) return;
-    sharedMainMidi->perform("populateNameCopyArrayForDestination"); // the filler ends here
+    if (!sharedMainMidi->perform("populateNameCopyArrayForDestination")) return;
     sharedMainMidi->updateMidiDeviceForDestinationPopupSelection();
     const qint64 m = integer(sharedMainMidi->mainMidiNumberOfDestinations);
     if (m == 0) ui_->prefsMidiOutPortPopUp->insertItem(0, kNoDevice);
@@ -210,7 +210,7 @@ void MyPrefsWindowController::populateMidiChannelPopup() {
 void MyPrefsWindowController::PrefsMidiDevicePopUpAction() {
     const int index = ui_->prefsMidiPortPopUp->currentIndex();
     sharedPrefs->prefsSelectedMidiDevice = index;
-    sharedMainMidi->perform("grabAndStoreMidiSourceAsUniqueID:"); // the action ends here
+    if (!sharedMainMidi->perform("grabAndStoreMidiSourceAsUniqueID:")) return;
     if (host_) host_->midiDevicePopUpAction();
 }
 
@@ -252,7 +252,7 @@ void MyPrefsWindowController::PrefsCreateVirtualPortAction() {
     sharedMainMidi->createMidiPort();
     ui_->prefsMidiPortPopUp->setEnabled(true);
     ui_->midiReceivePortLabel->setEnabled(true);
-    sharedMainMidi->perform("connectToMidiSourceWithUniqueID"); // the action ends here
+    if (!sharedMainMidi->perform("connectToMidiSourceWithUniqueID")) return;
     sharedPrefs->saveDataToDisk();
 }
 
@@ -270,7 +270,7 @@ void MyPrefsWindowController::PrefsSpacebarMidiTriggerCheckboxAction() {
 void MyPrefsWindowController::PrefsSpacebarMidiTriggerDevicePopUpAction() {
     sharedPrefs->prefsSelectedSpacebarMidiDevice =
         ui_->prefsSpacebarMidiTriggerPortPopup->currentIndex();
-    sharedMainMidi->perform("grabAndStoreMidiSpacebarSourceAsUniqueID:"); // ends here
+    if (!sharedMainMidi->perform("grabAndStoreMidiSpacebarSourceAsUniqueID:")) return;
     if (host_) host_->midiSpacebarTriggerDevicePopUpAction();
 }
 

@@ -98,12 +98,12 @@ ManagedObject* AllSongsTableViewController::highestNumberedSong() const {
     return found.isEmpty() ? nullptr : found.first();
 }
 
-void AllSongsTableViewController::giveNextNumber(ManagedObject* song) {
+bool AllSongsTableViewController::giveNextNumber(ManagedObject* song) {
     if (ManagedObject* highest = highestNumberedSong()) {
         song->setValue("midiIn", qint32(highest->integerValue("midiIn")) + 1);
-        return;
+        return true;
     }
-    song->setValue("MidiIn", 1); // not a key of Song: this ends the operation on purpose
+    return song->setValueIfKey("MidiIn", 1); // not a key of Song: the operation ends
 }
 
 void AllSongsTableViewController::setObjectValue(TableView*, const QVariant& value,
@@ -173,14 +173,14 @@ uint32_t AllSongsTableViewController::validateDrop(TableView*, DraggingInfo& inf
                : DragOperationNone;
 }
 
-void AllSongsTableViewController::addSongForPath(const QString& path) {
-    if (!songsWithPath(path).isEmpty() || !context_) return;
+bool AllSongsTableViewController::addSongForPath(const QString& path) {
+    if (!songsWithPath(path).isEmpty() || !context_) return true;
     ManagedObject* song = context_->insertNewObject("Song");
     if (!path.isNull()) {
         song->setValue("title", titleFor(path));
         song->setValue("path", path);
     }
-    giveNextNumber(song);
+    return giveNextNumber(song);
 }
 
 bool AllSongsTableViewController::acceptDrop(TableView* tableView, DraggingInfo& info,
@@ -189,7 +189,7 @@ bool AllSongsTableViewController::acceptDrop(TableView* tableView, DraggingInfo&
     if (files.isEmpty()) return false;
     for (const QString& file : files) {
         if (!projectKind_.isProject(file)) continue; // silently skipped
-        addSongForPath(projectKind_.projectPath(file));
+        if (!addSongForPath(projectKind_.projectPath(file))) return false;
         if (allSongs_) {
             allSongs_->fetch();
             allSongs_->rearrangeObjects();
@@ -215,9 +215,10 @@ void AllSongsTableViewController::addNewSessionViaMenu() {
     if (chosen.confirmed)
         for (const QUrl& url : chosen.urls)
             fileNameAsNSURL = url;
-    addSongForPath(fileNameAsNSURL.isEmpty()
-                       ? QString()
-                       : projectKind_.projectPath(fileNameAsNSURL.toLocalFile()));
+    if (!addSongForPath(fileNameAsNSURL.isEmpty()
+                            ? QString()
+                            : projectKind_.projectPath(fileNameAsNSURL.toLocalFile())))
+        return;
     if (allSongs_) allSongs_->rearrangeObjects();
     reloadTables();
     if (allSongsTableView) allSongsTableView->setNeedsDisplay();

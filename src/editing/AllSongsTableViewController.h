@@ -79,9 +79,10 @@ private:
     QList<ManagedObject*> songsWithPath(const QVariant& path) const;
     // The song above the highest number in use (a song with no number counts as 0).
     ManagedObject* highestNumberedSong() const;
-    void giveNextNumber(ManagedObject* song);
-    // A new song for a project path, unless one has that path already.
-    void addSongForPath(const QString& path);
+    // False when the numbering ended the operation.
+    bool giveNextNumber(ManagedObject* song);
+    // A new song for a project path, unless one has that path already; false as above.
+    bool addSongForPath(const QString& path);
     void reloadTables();
 
     const ProjectKind& projectKind_;

@@ -248,7 +248,8 @@ bool DragableOrderedSetTableViewDelegate::acceptFiles(TableView* tableView, Drag
             if (isAllSongsTableView(tableView)) {
                 ManagedObject* song = newSong(file);
                 // Not a key of Song: the drop ends here, the new song left in the library.
-                song->setValue("setLists", QVariant::fromValue(getCurrentSetlist()));
+                if (!song->setValueIfKey("setLists", QVariant::fromValue(getCurrentSetlist())))
+                    return false;
             } else if (isSetlistTableView(tableView) && operation == DropOperation::On) {
                 ManagedObject* setlist = getCurrentSetlist();
                 if (setlist && row < setlist->orderedObjects("song").size()) {
@@ -264,7 +265,7 @@ bool DragableOrderedSetTableViewDelegate::acceptFiles(TableView* tableView, Drag
                     ManagedObject* song = newSong(file);
                     // Not a key of Song either: the drop ends, the song unnumbered in the
                     // library and not in the setlist.
-                    song->setValue("MidiIn", 0);
+                    if (!song->setValueIfKey("MidiIn", 0)) return false;
                 }
             }
         }
@@ -301,7 +302,7 @@ void DragableOrderedSetTableViewDelegate::addingSongViaMenu() {
             const QString path = projectKind_.projectPath(url.toLocalFile());
             if (!songsWithPath(path, 1).isEmpty()) continue; // already in the library
             ManagedObject* song = newSong(path);
-            song->setValue("MidiIn", 0); // not a key of Song: the command ends here
+            if (!song->setValueIfKey("MidiIn", 0)) return; // not a key of Song: ends, unsaved
         }
     if (context_) context_->save();
 }

@@ -5,6 +5,7 @@
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
 #include "library/OrderedSetArrayValueTransformer.h"
+#include "platform/Guard.h"
 #include "platform/RangeError.h"
 
 #include <QSet>
@@ -221,14 +222,17 @@ void ArrayController::removeObject(ManagedObject* object) {
     emit arrangedObjectsChanged();
 }
 
-void ArrayController::removeObjectAtArrangedObjectIndex(qsizetype index) {
+bool ArrayController::removeObjectAtArrangedObjectIndex(qsizetype index) {
     refreshIfStale();
-    if (index < 0 || index >= arranged_.size())
-        throw RangeError(QStringLiteral("*** index %1 beyond bounds [0 .. %2]")
-                             .arg(index)
-                             .arg(arranged_.size() - 1)
-                             .toStdString());
+    if (index < 0 || index >= arranged_.size()) {
+        endOperation(RangeError(QStringLiteral("*** index %1 beyond bounds [0 .. %2]")
+                                    .arg(index)
+                                    .arg(arranged_.size() - 1)
+                                    .toStdString()));
+        return false;
+    }
     removeObject(arranged_[index]);
+    return true;
 }
 
 qsizetype ArrayController::arrangedCount() {

@@ -45,7 +45,8 @@ public:
     // Entity content: deletes the record. Relationship content: takes it out of the
     // relationship only.
     void removeObject(ManagedObject* object);
-    void removeObjectAtArrangedObjectIndex(qsizetype index); // RangeError out of range
+    // Out of range, the caller's operation ends (logged) and this gives false.
+    bool removeObjectAtArrangedObjectIndex(qsizetype index);
 
     qsizetype arrangedCount() override;
     QVariant arrangedValue(qsizetype row, const QString& key) override;

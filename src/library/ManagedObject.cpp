@@ -3,6 +3,7 @@
 #include "library/EntityDescription.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
+#include "platform/Guard.h"
 #include "platform/KeyedArchiver.h"
 #include "platform/KeyedUnarchiver.h"
 #include "platform/UnknownKeyError.h"
@@ -14,11 +15,14 @@ ManagedObject::ManagedObject(const EntityDescription* entity, ObjectContext* con
       relations_(entity->relationships().size()) {}
 
 namespace {
+UnknownKeyError unknownKeyError(const EntityDescription& e, const QString& key) {
+    return UnknownKeyError(QStringLiteral("[<%1> setValue:forUndefinedKey:]: this class is not key "
+                                          "value coding-compliant for the key %2.")
+                               .arg(e.name(), key)
+                               .toStdString());
+}
 [[noreturn]] void unknownKey(const EntityDescription& e, const QString& key) {
-    throw UnknownKeyError(QStringLiteral("[<%1> setValue:forUndefinedKey:]: this class is not key "
-                                         "value coding-compliant for the key %2.")
-                              .arg(e.name(), key)
-                              .toStdString());
+    throw unknownKeyError(e, key);
 }
 } // namespace
 
@@ -61,6 +65,15 @@ QVariant ManagedObject::coerce(int index, const QVariant& v) const {
         return v.typeId() == QMetaType::QDateTime ? v : QVariant();
     }
     return {};
+}
+
+bool ManagedObject::setValueIfKey(const QString& key, const QVariant& v) {
+    if (entity_->attributeIndex(key) < 0 && entity_->relationshipIndex(key) < 0) {
+        endOperation(unknownKeyError(*entity_, key));
+        return false;
+    }
+    setValue(key, v);
+    return true;
 }
 
 void ManagedObject::setValue(const QString& key, const QVariant& v) {

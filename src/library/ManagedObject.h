@@ -33,6 +33,9 @@ public:
     QVariant value(const QString& key) const;
     // Attributes and to-one relationships; unknown keys throw UnknownKeyError.
     void setValue(const QString& key, const QVariant& value);
+    // setValue for a write that may name a key the record lacks: that ends the caller's
+    // operation (the unknown-key line is logged) and gives false.
+    [[nodiscard]] bool setValueIfKey(const QString& key, const QVariant& value);
     // The integer reading of an attribute: absent reads as 0.
     qint64 integerValue(const QString& key) const;
     QString stringValue(const QString& key) const;

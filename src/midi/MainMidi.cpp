@@ -92,7 +92,7 @@ int MainMidi::returnMidiDeviceForDestinationUsingUniqueID(MIDIUniqueID) const {
     return 101;
 }
 
-void MainMidi::perform(std::string_view selector) {
+bool MainMidi::perform(std::string_view selector) {
     static const struct {
         const char* name;
         void (MainMidi::*op)();
@@ -114,10 +114,11 @@ void MainMidi::perform(std::string_view selector) {
     for (const auto& o : kOperations)
         if (selector == o.name) {
             (this->*o.op)();
-            return;
+            return true;
         }
-    throw UnknownOperationError("-[MainMidi " + std::string(selector) +
-                                "]: unrecognized selector sent to instance");
+    endOperation(UnknownOperationError("-[MainMidi " + std::string(selector) +
+                                       "]: unrecognized selector sent to instance"));
+    return false;
 }
 
 void MainMidi::send(std::initializer_list<uint8_t> bytes) {

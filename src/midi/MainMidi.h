@@ -53,9 +53,10 @@ public:
     void checkIfSelectedDeviceRemoved() {}
     void populateNameCopyArray() {}
 
-    // Asks the engine for an operation by name. Operations it does not offer throw
-    // UnknownOperationError; the engine never gains them.
-    void perform(std::string_view selector);
+    // Asks the engine for an operation by name. One it does not offer ends the caller's
+    // operation (the unknown-operation line is logged) and returns false; the engine never
+    // gains them.
+    [[nodiscard]] bool perform(std::string_view selector);
 
     void sendOneZeroFour();
     void sendOneZeroFive();

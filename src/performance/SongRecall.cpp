@@ -19,10 +19,11 @@
 #include <QWidget>
 
 namespace {
+// The song at `index`; outside the list the recall ends there (nullptr).
 ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype index) {
-    return RangeError::checkedAt(songs, index);
+    ManagedObject* const* song = RangeError::atOrEnd(songs, index);
+    return song ? *song : nullptr;
 }
-
 } // namespace
 
 SongRecall::SongRecall(const Dependencies& d, QObject* parent)
@@ -57,9 +58,9 @@ void SongRecall::closeAndScheduleOpening() {
     mainThreadOpenLogicFile(controllerFileToOpen);
 }
 
-void SongRecall::runMyScriptInController() {
+bool SongRecall::runMyScriptInController() {
     ArrayController* controller = currentSetlistController();
-    if (!controller || !setlistTableView) return;
+    if (!controller || !setlistTableView) return false;
     const qsizetype r = setlistTableView->selectedRow();
     const qsizetype n = controller->arrangedObjects().size();
     // Unsigned, as the platform compares: no selection (-1) and an empty list never pass.
@@ -76,33 +77,38 @@ void SongRecall::runMyScriptInController() {
     if (current >= 0) controller->setSelectionIndex(current);
     const QList<ManagedObject*> songs = controller->arrangedObjects();
     ManagedObject* song = songAt(songs, hasNext ? r + 1 : r); // no wrap-around: the last re-opens
+    if (!song) return false;
     controllerFileToOpen = song->value("path");
     if (isProject(controllerFileToOpen)) {
         closeAndScheduleOpening();
         selectedScript = QVariant();
     }
+    return true;
 }
 
-void SongRecall::reverseMyScriptInController() {
+bool SongRecall::reverseMyScriptInController() {
     ArrayController* controller = currentSetlistController();
-    if (!controller || !setlistTableView) return;
+    if (!controller || !setlistTableView) return false;
     const qsizetype r = setlistTableView->selectedRow();
-    setlistTableView->selectRowIndexes({r - 1}, false); // no guard for the first row, by design
+    // No guard for the first row, by design: the row before it ends the recall.
+    if (!setlistTableView->selectRowIndexes({r - 1}, false)) return false;
     setlistTableView->reloadData();
     redisplay();
     NotificationCenter::defaultCenter().post("ProgChangeNumber", notificationSender);
     const qsizetype current = setlistTableView->selectedRow();
     if (current >= 0) controller->setSelectionIndex(current);
     ManagedObject* song = songAt(controller->arrangedObjects(), current);
+    if (!song) return false;
     controllerFileToOpen = song->value("path");
     if (isProject(controllerFileToOpen)) closeAndScheduleOpening();
+    return true;
 }
 
-void SongRecall::runMyScriptUsingProgChangeInController() {
-    if (!context) return;
+bool SongRecall::runMyScriptUsingProgChangeInController() {
+    if (!context) return false;
     const QList<ManagedObject*> matches = context->executeFetchRequest(
         {"Song", Predicate::withFormat("midiIn == %@", {kAsNumber}), {}, 0});
-    if (matches.isEmpty() || !returnFilteredArray) return;
+    if (matches.isEmpty() || !returnFilteredArray) return false;
     const QList<ManagedObject*> filtered = returnFilteredArray();
     for (ManagedObject* match : matches) {
         const qsizetype p = filtered.indexOf(match);
@@ -114,7 +120,7 @@ void SongRecall::runMyScriptUsingProgChangeInController() {
             self->redisplay();
         });
         // The entry at the list's current selection; with none this fails and ends the recall.
-        songAt(filtered, aSongsTableView ? aSongsTableView->selectedRow() : -1);
+        if (!songAt(filtered, aSongsTableView ? aSongsTableView->selectedRow() : -1)) return false;
         ManagedObject* first = matches.first();
         controllerFileToOpen = first->value("path");
         if (isProject(controllerFileToOpen)) {
@@ -124,6 +130,7 @@ void SongRecall::runMyScriptUsingProgChangeInController() {
             [[maybe_unused]] const auto& messages = first->orderedObjects("midiMessage");
         }
     }
+    return true;
 }
 
 void SongRecall::goToLogicProject() {

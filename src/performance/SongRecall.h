@@ -40,9 +40,11 @@ public:
     };
     explicit SongRecall(const Dependencies& dependencies, QObject* parent = nullptr);
 
-    void runMyScriptInController();
-    void reverseMyScriptInController();
-    void runMyScriptUsingProgChangeInController();
+    // Each gives false when the recall ended without reaching a song (nothing to recall, or
+    // a row outside the list, which is logged).
+    bool runMyScriptInController();
+    bool reverseMyScriptInController();
+    bool runMyScriptUsingProgChangeInController();
     void goToLogicProject();
     void mainThreadOpenLogicFile(const QVariant& ignored);
     void openLogicFile(const QVariant& ignored);

@@ -74,7 +74,7 @@ QVariant midiMessageTableViewController::objectValue(TableView*, const QString& 
     midiMessageToReturn = RangeError::checkedAt(song->orderedObjects("midiMessage"), row);
     if (!engine) return {};
     // The engine has no such refresh: the cell ends here, empty.
-    engine->perform("populateNameCopyArrayForDestination");
+    if (!engine->perform("populateNameCopyArrayForDestination")) return {};
     const QStringList destinations = engine->mNameCopyArrayForDest;
     if (column == QLatin1String("messagetype")) return midiMessageToReturn->value("mMmessageType");
     if (column == QLatin1String("channel")) return midiMessageToReturn->value("mMchannel");
@@ -99,7 +99,8 @@ void midiMessageTableViewController::setObjectValue(TableView*, const QVariant& 
         if (column == QLatin1String("messagetype")) m->setValue("mMmessageType", value.toInt());
         if (column == QLatin1String("interface")) {
             m->setValue("mMinterface", value);
-            if (engine) engine->perform("getUniqueIDOfMidiDestination:"); // the edit ends here
+            // Not offered by the engine: the edit ends here, unsaved.
+            if (engine && !engine->perform("getUniqueIDOfMidiDestination:")) return;
         }
         if (column == QLatin1String("channel")) m->setValue("mMchannel", value.toInt());
         if (column == QLatin1String("progorccnumber"))

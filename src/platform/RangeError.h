@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Guard.h"
 #include "platform/PlatformError.h"
 
 #include <QList>
@@ -10,14 +11,26 @@ class RangeError : public PlatformError {
 public:
     using PlatformError::PlatformError;
 
-    // list[index], or this error in the platform's words when the index is outside.
+    // The platform's words for `index` outside a list of `size` entries.
+    static RangeError beyondBounds(qsizetype index, qsizetype size) {
+        return RangeError(QStringLiteral("*** -[__NSArrayI objectAtIndex:]: index %1 beyond "
+                                         "bounds [0 .. %2]")
+                              .arg(index)
+                              .arg(size - 1)
+                              .toStdString());
+    }
+
+    // list[index]; outside it this error is a fault.
     template <typename T> static const T& checkedAt(const QList<T>& list, qsizetype index) {
-        if (index < 0 || index >= list.size())
-            throw RangeError(QStringLiteral("*** -[__NSArrayI objectAtIndex:]: index %1 beyond "
-                                            "bounds [0 .. %2]")
-                                 .arg(index)
-                                 .arg(list.size() - 1)
-                                 .toStdString());
+        if (index < 0 || index >= list.size()) throw beyondBounds(index, list.size());
         return list[index];
+    }
+
+    // list[index] where an index outside it ends the caller's operation by design: then the
+    // error is logged and this gives nullptr.
+    template <typename T> static const T* atOrEnd(const QList<T>& list, qsizetype index) {
+        if (index >= 0 && index < list.size()) return &list[index];
+        endOperation(beyondBounds(index, list.size()));
+        return nullptr;
     }
 };

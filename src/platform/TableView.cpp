@@ -17,10 +17,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
-#include <QPropertyAnimation>
-#include <QScrollBar>
 #include <QTimer>
-#include <cmath>
 
 TableView::TableView(QWidget* parent)
     : QTableView(parent), model_(new TableViewModel(this)),
@@ -167,17 +164,20 @@ void TableView::applySelection(const IndexSet& rows) {
                                           QItemSelectionModel::NoUpdate);
 }
 
-void TableView::selectRowIndexes(const IndexSet& rows, bool extendSelection) {
-    // A negative row is no row at all and fails; rows past the end are ignored, as an empty
-    // table's row 0 is.
+bool TableView::selectRowIndexes(const IndexSet& rows, bool extendSelection) {
+    // A negative row is no row at all and ends the caller's operation; rows past the end are
+    // ignored, as an empty table's row 0 is.
     const qsizetype count = numberOfRows();
     IndexSet target;
     for (auto r : rows.indexes()) {
-        if (r < 0)
-            throw RangeError(QStringLiteral("-[TableView selectRowIndexes:byExtendingSelection:]: "
-                                            "row %1 is not a row")
-                                 .arg(r)
-                                 .toStdString());
+        if (r < 0) {
+            endOperation(
+                RangeError(QStringLiteral("-[TableView selectRowIndexes:byExtendingSelection:]: "
+                                          "row %1 is not a row")
+                               .arg(r)
+                               .toStdString()));
+            return false;
+        }
         if (r < count) target.add(r);
     }
     if (extendSelection) {
@@ -186,6 +186,7 @@ void TableView::selectRowIndexes(const IndexSet& rows, bool extendSelection) {
             target.add(r);
     }
     applySelection(target);
+    return true;
 }
 
 void TableView::deselectAll() {
@@ -253,21 +254,7 @@ void TableView::scrollRowToVisible(qsizetype row, bool animate) {
         scrollTo(model_->index(static_cast<int>(row), 0), QAbstractItemView::EnsureVisible);
         return;
     }
-    QScrollBar* bar = verticalScrollBar();
-    const QRect r = rectOfRow(row);
-    // The row's top, lowered by half of what the row is taller than the clip view (never
-    // raised): an ordinary row comes to the top edge.
-    const int top = r.top() + bar->value();
-    const double excess = std::round((r.height() - viewport()->height()) * 0.5);
-    const int target = std::clamp(top + std::max(0, int(excess)), bar->minimum(), bar->maximum());
-    if (!scrollAnimation_) scrollAnimation_ = new QPropertyAnimation(this);
-    scrollAnimation_->stop();
-    scrollAnimation_->setTargetObject(bar);
-    scrollAnimation_->setPropertyName("value");
-    scrollAnimation_->setDuration(250);
-    scrollAnimation_->setStartValue(bar->value());
-    scrollAnimation_->setEndValue(target);
-    scrollAnimation_->start();
+    scroll_.scroll(verticalScrollBar(), rectOfRow(row), viewport()->height());
 }
 
 void TableView::moveRowAtIndex(qsizetype from, qsizetype to) {
@@ -302,10 +289,6 @@ void TableView::registerForDraggedTypes(const QStringList& types) {
 
 const QStringList& TableView::registeredDraggedTypes() const {
     return drops_->registeredDraggedTypes();
-}
-
-void TableView::setDraggingSourceOperationMask(uint32_t mask, bool local) {
-    (local ? localMask_ : remoteMask_) = mask;
 }
 
 void TableView::setDropRow(qsizetype row, DropOperation operation) {

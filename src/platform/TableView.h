@@ -3,6 +3,7 @@
 #include "platform/ArrangedContent.h"
 #include "platform/DragOperation.h"
 #include "platform/IndexSet.h"
+#include "platform/RowScrollAnimation.h"
 #include "platform/TableCellEdit.h"
 #include "platform/TableColumn.h"
 #include "platform/TableViewDelegate.h"
@@ -56,8 +57,9 @@ public:
     qsizetype numberOfRows();
     qsizetype selectedRow(); // -1 without a selection
     IndexSet selectedRowIndexes();
-    // A negative row throws RangeError; rows past the end are ignored.
-    void selectRowIndexes(const IndexSet& rows, bool extendSelection);
+    // A negative row ends the caller's operation (the range error is logged) and gives false;
+    // rows past the end are ignored.
+    bool selectRowIndexes(const IndexSet& rows, bool extendSelection);
     void deselectAll();
     void setAllowsMultipleSelection(bool allows);
     QRect rectOfRow(qsizetype row) const; // viewport coordinates, the table's whole width
@@ -66,7 +68,7 @@ public:
     // several times in one turn, it runs once, afterwards.
     void reloadData();
     void scrollRowToVisible(qsizetype row, bool animate = false);
-    QPropertyAnimation* scrollAnimation() const { return scrollAnimation_; }
+    QPropertyAnimation* scrollAnimation() const { return scroll_.animation(); }
     void setNeedsDisplay() { viewport()->update(); }
     void beginUpdates() { ++updatesDepth_; }
     void moveRowAtIndex(qsizetype from, qsizetype to);
@@ -79,7 +81,9 @@ public:
 
     void registerForDraggedTypes(const QStringList& types);
     const QStringList& registeredDraggedTypes() const;
-    void setDraggingSourceOperationMask(uint32_t mask, bool local);
+    void setDraggingSourceOperationMask(uint32_t mask, bool local) {
+        (local ? localMask_ : remoteMask_) = mask;
+    }
     uint32_t draggingSourceOperationMask(bool local) const {
         return local ? localMask_ : remoteMask_;
     }
@@ -150,7 +154,7 @@ private:
     bool reloadPending_ = false;
     bool reloadScheduled_ = false;
     int updatesDepth_ = 0;
-    QPropertyAnimation* scrollAnimation_ = nullptr;
+    RowScrollAnimation scroll_{this};
     QList<SortDescriptor> sortDescriptors_;
     uint32_t localMask_ = DragOperationEvery;
     uint32_t remoteMask_ = DragOperationCopy;
