@@ -199,3 +199,8 @@ void ManagedObject::decodeAttributes(KeyedUnarchiver& coder) {
     for (size_t i = 0; i < attrs.size(); ++i)
         setValue(attrs[i].name, coder.decodeObject(attrs[i].name));
 }
+
+void ManagedObject::encodeOrderedRelation(KeyedArchiver& coder, const QString& key) const {
+    const QList<ManagedObject*>& related = orderedObjects(key);
+    coder.encodeOrderedSet(QList<const KeyedCoding*>(related.begin(), related.end()), key);
+}

@@ -51,6 +51,8 @@ public:
     void encodeWithCoder(KeyedArchiver& coder) const override;
     // Sets every attribute of the entity from the archive under its own name.
     void decodeAttributes(KeyedUnarchiver& coder);
+    // A to-many relationship into the archive as an ordered set under its own name.
+    void encodeOrderedRelation(KeyedArchiver& coder, const QString& key) const;
 
     // Raw access for the store and the context; no bookkeeping.
     const QVariant& attributeAt(int index) const { return values_[index]; }

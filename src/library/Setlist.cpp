@@ -13,10 +13,7 @@ void Setlist::awakeFromInsert() {
 void Setlist::encodeWithCoder(KeyedArchiver& coder) const {
     coder.encodeObject(value("dateCreated"), "dateCreated");
     coder.encodeObject(value("name"), "name");
-    QList<const KeyedCoding*> songs;
-    for (auto* s : orderedObjects("song"))
-        songs.append(s);
-    coder.encodeOrderedSet(songs, "song");
+    encodeOrderedRelation(coder, "song");
 }
 
 std::unique_ptr<ManagedObject> Setlist::initWithCoder(KeyedUnarchiver& coder,

@@ -15,10 +15,7 @@ void Song::encodeWithCoder(KeyedArchiver& coder) const {
     coder.encodeObject(value("path"), "path");
     coder.encodeObject(value("progOrCcNumber"), "progOrCcNumber");
     coder.encodeObject(value("title"), "title");
-    QList<const KeyedCoding*> messages;
-    for (auto* m : orderedObjects("midiMessage"))
-        messages.append(m);
-    coder.encodeOrderedSet(messages, "midiMessage");
+    encodeOrderedRelation(coder, "midiMessage");
     coder.encodeObject(relatedObject("setlist"), "setlist");
 }
 

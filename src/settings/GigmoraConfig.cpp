@@ -63,16 +63,28 @@ std::optional<bool> boolean(const QVariant& v) {
     return std::nullopt;
 }
 
-// Sets `into` from the group's `key` when `parse` takes its value; says so when it does not.
-template <typename T, typename Parse>
-void take(const QSettings& file, const char* key, const char* group, Parse parse, T& into) {
-    const QVariant v = file.value(QLatin1String(key));
-    if (!v.isValid()) return;
-    if (const auto parsed = parse(v))
-        into = *parsed;
-    else
-        unusable(key, v, group);
-}
+// One group of the file, read key by key.
+class GroupReader {
+public:
+    explicit GroupReader(const char* group)
+        : file_(GigmoraConfig::filePath(), QSettings::IniFormat), group_(group) {
+        file_.beginGroup(QLatin1String(group));
+    }
+    QVariant value(const char* key) const { return file_.value(QLatin1String(key)); }
+    // Sets `into` from `key` when `parse` takes its value; says so when it does not.
+    template <typename T, typename Parse> void take(const char* key, Parse parse, T& into) const {
+        const QVariant v = value(key);
+        if (!v.isValid()) return;
+        if (const auto parsed = parse(v))
+            into = *parsed;
+        else
+            unusable(key, v, group_);
+    }
+
+private:
+    QSettings file_;
+    const char* group_;
+};
 
 // Writes the group's values at once; a file that cannot be written is said.
 void store(const char* group, std::initializer_list<std::pair<const char*, QVariant>> values) {
@@ -96,19 +108,19 @@ QString GigmoraConfig::filePath() {
 }
 
 GigmoraConfig::Daw GigmoraConfig::daw() {
-    QSettings file(filePath(), QSettings::IniFormat);
-    file.beginGroup(QStringLiteral("daw"));
+    const GroupReader file("daw");
     Daw daw;
     const auto control = [](const QVariant& v) -> std::optional<Daw::Control> {
         if (v.toString() == QLatin1String(kSessionManager)) return Daw::Control::SessionManager;
         if (v.toString() == QLatin1String(kLogic)) return Daw::Control::Logic;
         return std::nullopt;
     };
-    take(file, "control", "daw", control, daw.control);
-    take(file, "command", "daw",
-         text([](const QString& c) { return !QProcess::splitCommand(c).isEmpty(); }), daw.command);
-    take(file, "saveBeforeSwitch", "daw", boolean, daw.saveBeforeSwitch);
-    take(file, "loadTimeout", "daw", between(1, kMaxLoadTimeoutSeconds), daw.loadTimeoutSeconds);
+    file.take("control", control, daw.control);
+    file.take("command",
+              text([](const QString& c) { return !QProcess::splitCommand(c).isEmpty(); }),
+              daw.command);
+    file.take("saveBeforeSwitch", boolean, daw.saveBeforeSwitch);
+    file.take("loadTimeout", between(1, kMaxLoadTimeoutSeconds), daw.loadTimeoutSeconds);
     return daw;
 }
 
@@ -121,12 +133,11 @@ void GigmoraConfig::setDaw(const Daw& daw) {
 }
 
 GigmoraConfig::Osc GigmoraConfig::osc() {
-    QSettings file(filePath(), QSettings::IniFormat);
-    file.beginGroup(QStringLiteral("osc"));
+    const GroupReader file("osc");
     Osc osc;
-    take(file, "enabled", "osc", boolean, osc.enabled);
-    take(file, "port", "osc", port, osc.port);
-    take(file, "allow", "osc", list, osc.allow);
+    file.take("enabled", boolean, osc.enabled);
+    file.take("port", port, osc.port);
+    file.take("allow", list, osc.allow);
     return osc;
 }
 
@@ -145,21 +156,20 @@ QString GigmoraConfig::makePin() {
 }
 
 GigmoraConfig::Remote GigmoraConfig::remote() {
-    QSettings file(filePath(), QSettings::IniFormat);
-    file.beginGroup(QStringLiteral("remote"));
+    const GroupReader file("remote");
     Remote remote;
-    take(file, "enabled", "remote", boolean, remote.enabled);
-    take(file, "port", "remote", port, remote.port);
-    if (const QVariant v = file.value(QStringLiteral("pin")); v.isValid()) {
+    file.take("enabled", boolean, remote.enabled);
+    file.take("port", port, remote.port);
+    if (const QVariant v = file.value("pin"); v.isValid()) {
         if (isPin(v.toString()))
             remote.pin = v.toString();
         else
             qCWarning(lcStorage).noquote()
                 << "Gigmora.conf: [remote] pin must be 4 to 8 digits; a new one will be made.";
     }
-    take(file, "address", "remote",
-         text([](const QString& a) { return a.isEmpty() || !QHostAddress(a).isNull(); }),
-         remote.address);
+    file.take("address",
+              text([](const QString& a) { return a.isEmpty() || !QHostAddress(a).isNull(); }),
+              remote.address);
     return remote;
 }
 
