@@ -131,6 +131,8 @@ set(GIGMORA_SOURCES_settings
     src/settings/Storage.h
 )
 set(GIGMORA_SOURCES_midi
+    src/midi/ConnectionKeeper.cpp
+    src/midi/ConnectionKeeper.h
     src/midi/EndpointIdentity.h
     src/midi/EndpointTable.h
     src/midi/MainMidi.cpp
@@ -149,10 +151,14 @@ set(GIGMORA_SOURCES_midi
     src/midi/MidiTypes.h
     src/midi/ReadProcedure.cpp
     src/midi/ReadProcedure.h
+    src/midi/backends/alsa/AlsaConnectionKeeper.cpp
+    src/midi/backends/alsa/AlsaConnectionKeeper.h
     src/midi/backends/alsa/AlsaMidiCodec.cpp
     src/midi/backends/alsa/AlsaMidiCodec.h
     src/midi/backends/alsa/AlsaMidiServices.cpp
     src/midi/backends/alsa/AlsaMidiServices.h
+    src/midi/backends/jack/JackConnectionKeeper.cpp
+    src/midi/backends/jack/JackConnectionKeeper.h
     src/midi/backends/jack/JackEventRing.cpp
     src/midi/backends/jack/JackEventRing.h
     src/midi/backends/jack/JackMidiServices.cpp

@@ -8,28 +8,15 @@
 #include <cerrno>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <time.h>
 #include <unistd.h>
 #include <vector>
 
 namespace {
 constexpr size_t kMaxEvent = 0x10000;
 constexpr int kTickMs = 100;
-// How long after an unsubscription we look whether a port went away with it.
-constexpr int kJudgeAfterMs = 500;
 
 // alsa-lib prints its own errors to standard error; the backend reports in one line instead.
 void quietAlsaError(const char*, int, const char*, int, const char*, ...) {}
-
-int64_t nowMs() {
-    struct timespec ts;
-    clock_gettime(CLOCK_MONOTONIC, &ts);
-    return int64_t(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
-}
-
-uint64_t addressId(int client, int port) {
-    return (uint64_t(uint32_t(client)) << 32) | uint32_t(port);
-}
 } // namespace
 
 bool AlsaMidiServices::sequencerIsAvailable() {
@@ -137,7 +124,7 @@ OSStatus AlsaMidiServices::createEndpoint(MIDIClientRef client, const QString& n
     if (e.port < 0) return kMIDIInvalidPort;
     const MIDIEndpointRef ref = endpoints_.insert(e);
     if (outEndpoint) *outEndpoint = ref;
-    restorePending_ = true; // a rebuilt port gets its remembered subscriptions back
+    keeper_.requestRestore(); // a rebuilt port gets its remembered subscriptions back
     return kMidiNoErr;
 }
 
@@ -203,130 +190,12 @@ OSStatus AlsaMidiServices::received(MIDIEndpointRef source, const MidiPacketList
     return kMidiNoErr;
 }
 
-QString AlsaMidiServices::portName(int client, int port) {
-    snd_seq_client_info_t* cinfo;
-    snd_seq_port_info_t* pinfo;
-    snd_seq_client_info_alloca(&cinfo);
-    snd_seq_port_info_alloca(&pinfo);
-    if (!seq_ || snd_seq_get_any_client_info(seq_, client, cinfo) < 0 ||
-        snd_seq_get_any_port_info(seq_, client, port, pinfo) < 0)
-        return {};
-    return QString::fromUtf8(snd_seq_client_info_get_name(cinfo)) + ':' +
-           QString::fromUtf8(snd_seq_port_info_get_name(pinfo));
-}
-
-bool AlsaMidiServices::findPort(const QString& name, int* client, int* port) {
-    if (!seq_) return false;
-    const int self = snd_seq_client_id(seq_);
-    snd_seq_client_info_t* cinfo;
-    snd_seq_port_info_t* pinfo;
-    snd_seq_client_info_alloca(&cinfo);
-    snd_seq_port_info_alloca(&pinfo);
-    snd_seq_client_info_set_client(cinfo, -1);
-    while (snd_seq_query_next_client(seq_, cinfo) >= 0) {
-        const int c = snd_seq_client_info_get_client(cinfo);
-        if (c == self) continue;
-        const QString clientName = QString::fromUtf8(snd_seq_client_info_get_name(cinfo));
-        if (!name.startsWith(clientName + ':')) continue;
-        snd_seq_port_info_set_client(pinfo, c);
-        snd_seq_port_info_set_port(pinfo, -1);
-        while (snd_seq_query_next_port(seq_, pinfo) >= 0) {
-            if (clientName + ':' + QString::fromUtf8(snd_seq_port_info_get_name(pinfo)) != name)
-                continue;
-            *client = c;
-            *port = snd_seq_port_info_get_port(pinfo);
-            return true;
-        }
-    }
-    return false;
-}
-
-void AlsaMidiServices::subscriptionChanged(const snd_seq_event_t& ev, bool subscribed) {
-    const snd_seq_addr_t sender = ev.data.connect.sender;
-    const snd_seq_addr_t dest = ev.data.connect.dest;
-    QString own;
-    snd_seq_addr_t peer{};
-    uint64_t generation = 0;
-    {
-        std::lock_guard lock(mutex_);
-        const int self = seq_ ? snd_seq_client_id(seq_) : -1;
-        for (const auto& e : endpoints_.all()) {
-            const snd_seq_addr_t& mine = e.destination ? dest : sender;
-            if (mine.client == self && mine.port == e.port) {
-                own = e.name;
-                peer = e.destination ? sender : dest;
-            }
-        }
-        generation = generation_;
-    }
-    if (own.isEmpty()) return;
-    QString name;
-    {
-        std::lock_guard io(ioMutex_);
-        name = portName(peer.client, peer.port);
-    }
-    if (name.isEmpty()) return; // the peer is gone: the route stays remembered
-    if (subscribed)
-        routes_.connected(own, name);
-    else
-        routes_.disconnected({own, name, addressId(peer.client, peer.port), generation, nowMs()});
-}
-
-void AlsaMidiServices::restoreRoutes() {
-    struct Own {
-        QString name;
-        int port;
-        bool destination;
-    };
-    std::vector<Own> own;
-    {
-        std::lock_guard lock(mutex_);
-        for (const auto& e : endpoints_.all())
-            own.push_back({e.name, e.port, e.destination});
-    }
-    std::lock_guard io(ioMutex_);
-    for (const Own& o : own)
-        for (const QString& peer : routes_.peersOf(o.name)) {
-            int client = 0, port = 0;
-            if (!findPort(peer, &client, &port)) continue;
-            const int rc = o.destination ? snd_seq_connect_from(seq_, o.port, client, port)
-                                         : snd_seq_connect_to(seq_, o.port, client, port);
-            if (rc == 0)
-                qCInfo(lcAlsa).noquote()
-                    << "Restored the MIDI connection"
-                    << (o.destination ? peer + " -> " + o.name : o.name + " -> " + peer);
-        }
-}
-
-void AlsaMidiServices::judgeDisconnections() {
-    const auto due = routes_.takeDue(nowMs() - kJudgeAfterMs);
-    if (due.empty()) return;
-    uint64_t generation;
-    {
-        std::lock_guard lock(mutex_);
-        generation = generation_;
-    }
-    std::lock_guard io(ioMutex_);
-    for (const auto& d : due) {
-        int client = 0, port = 0;
-        // Our ports were rebuilt since, or the peer went away: the route stays remembered.
-        if (d.generation != generation || !findPort(d.peer, &client, &port)) {
-            restorePending_ = true;
-            continue;
-        }
-        if (addressId(client, port) == d.peerId)
-            routes_.forget(d.own, d.peer);
-        else
-            restorePending_ = true; // kept: it may be back already
-    }
-}
-
 void AlsaMidiServices::announcement(const snd_seq_event_t& ev) {
     MIDINotificationMessageID id = kMIDIMsgSetupChanged;
     switch (ev.type) {
     case SND_SEQ_EVENT_PORT_START:
         id = kMIDIMsgObjectAdded;
-        restorePending_ = true; // a remembered peer may be back
+        keeper_.requestRestore(); // a remembered peer may be back
         break;
     case SND_SEQ_EVENT_PORT_EXIT:
         id = kMIDIMsgObjectRemoved;
@@ -336,7 +205,7 @@ void AlsaMidiServices::announcement(const snd_seq_event_t& ev) {
         break;
     case SND_SEQ_EVENT_PORT_SUBSCRIBED:
     case SND_SEQ_EVENT_PORT_UNSUBSCRIBED:
-        subscriptionChanged(ev, ev.type == SND_SEQ_EVENT_PORT_SUBSCRIBED);
+        keeper_.subscriptionChanged(ev, ev.type == SND_SEQ_EVENT_PORT_SUBSCRIBED);
         break;
     default:
         break;
@@ -408,7 +277,6 @@ void AlsaMidiServices::receiveLoop() {
             proc(scratch_.data(), scratch_.size(), refCon, nullptr);
         }
         if (error) usleep(kTickMs * 1000); // no busy loop while the error lasts
-        if (restorePending_.exchange(false)) restoreRoutes();
-        judgeDisconnections();
+        keeper_.tick();
     }
 }

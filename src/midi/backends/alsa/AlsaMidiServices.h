@@ -2,8 +2,8 @@
 
 #include "midi/EndpointTable.h"
 #include "midi/MidiPacketList.h"
-#include "midi/MidiRoutes.h"
 #include "midi/MidiServices.h"
+#include "midi/backends/alsa/AlsaConnectionKeeper.h"
 
 #include <QHash>
 #include <atomic>
@@ -18,8 +18,8 @@ class AlsaMidiCodec;
 // MIDI through the ALSA sequencer: one client with a writable port (the destination) and a
 // readable port (the source). ALSA has no place for a unique ID or model, so this backend
 // keeps them for its own ports. A receive thread calls the read procedures, turns the
-// system's port announcements into notifications, and remembers and restores the
-// subscriptions of our ports like the JACK backend does with its connections.
+// system's port announcements into notifications, and has the keeper remember and restore the
+// subscriptions of our ports.
 class AlsaMidiServices : public MidiServices {
 public:
     AlsaMidiServices();
@@ -43,6 +43,8 @@ public:
     OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) override;
 
 private:
+    friend class AlsaConnectionKeeper; // reads our ports and asks the sequencer under our locks
+
     struct Endpoint : EndpointIdentity {
         int port = -1;
         MIDIReadProc readProc = nullptr;
@@ -53,12 +55,7 @@ private:
                             MIDIEndpointRef* outEndpoint) override;
     void receiveLoop();
     void announcement(const snd_seq_event_t& ev);
-    void subscriptionChanged(const snd_seq_event_t& ev, bool subscribed);
-    void restoreRoutes();
-    void judgeDisconnections();
-    QString portName(int client, int port); // "client:port" names, or empty; with ioMutex_
-    bool findPort(const QString& name, int* client, int* port); // with ioMutex_
-    void closeClient(std::unique_lock<std::mutex>& lock);       // with mutex_ held through `lock`
+    void closeClient(std::unique_lock<std::mutex>& lock); // with mutex_ held through `lock`
 
     std::mutex mutex_;   // the state below
     std::mutex ioMutex_; // the sequencer handle, shared by the receive thread and senders
@@ -71,9 +68,8 @@ private:
     EndpointTable<Endpoint> endpoints_;
     MIDINotifyProc notifyProc_ = nullptr;
     void* notifyRefCon_ = nullptr;
-    MidiRoutes routes_;
-    uint64_t generation_ = 0;
-    std::atomic<bool> restorePending_{false};
+    uint64_t generation_ = 0; // which build of our ports is live
+    AlsaConnectionKeeper keeper_{*this};
     std::atomic<bool> stopping_{false};
     std::thread receiver_;
     MidiPacketList scratch_;

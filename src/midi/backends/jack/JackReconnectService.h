@@ -1,21 +1,21 @@
 #pragma once
 
-#include "midi/MidiRoutes.h"
-
 #include <QString>
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 #include <jack/types.h>
 
+class JackConnectionKeeper;
+
 // Keeps the JACK backend connected, on a thread of its own: it connects the client when a
 // server appears (also after a start without one), drops a client whose server went away so
-// that the next server gets it rebuilt, and keeps our ports' connections: remembered as they
-// are made, restored after a rebuild or when a peer comes back, forgotten only when someone
-// undoes one while both ports stay. Nothing here holds a lock the sending thread waits on.
+// that the next server gets it rebuilt, and gives the keeper of our ports' connections its
+// turns. Nothing here holds a lock the sending thread waits on.
 class JackReconnectService {
 public:
     struct OwnPort {
@@ -44,17 +44,14 @@ public:
     void serverGone() { serverGone_.store(true); }
     void connectionChanged(jack_client_t* client, jack_port_id_t a, jack_port_id_t b,
                            bool connected);
-    void requestRestore() { restorePending_.store(true); }
+    void requestRestore();
 
 private:
     void loop();
-    void restoreRoutes();
-    void judgeDisconnections();
 
     Backend backend_;
-    MidiRoutes routes_;
+    std::unique_ptr<JackConnectionKeeper> keeper_; // after backend_, which it reads
     std::atomic<bool> serverGone_{false};
-    std::atomic<bool> restorePending_{false};
     std::atomic<bool> stopping_{false};
     std::thread thread_;
 };
