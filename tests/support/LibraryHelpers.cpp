@@ -3,6 +3,7 @@
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
+#include "platform/MainQueue.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -10,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QThread>
+#include <memory>
 
 namespace helpers {
 QString storeFolder() {
@@ -52,6 +54,12 @@ bool waitUntil(const std::function<bool()>& done, int timeoutMs) {
         QThread::msleep(1);
     }
     return true;
+}
+
+bool waitForMainQueue(double delaySeconds, int timeoutMs) {
+    auto ran = std::make_shared<bool>(false);
+    MainQueue::after(delaySeconds, [ran] { *ran = true; });
+    return waitUntil([&] { return *ran; }, timeoutMs + int(delaySeconds * 1000));
 }
 
 void processEvents() {

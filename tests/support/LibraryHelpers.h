@@ -16,5 +16,9 @@ ManagedObject* addSong(ObjectContext& c, const QString& title, const QString& pa
 ManagedObject* addSetlist(ObjectContext& c, const QString& name);
 // Runs the event loop until `done` or the timeout; true when done.
 bool waitUntil(const std::function<bool()>& done, int timeoutMs = 5000);
+// Runs the event loop until a job queued on the main queue now (after `delaySeconds`, as
+// MainQueue::after counts it) has run: every job queued, or timed to join the queue no later,
+// has run by then. True when it ran within the timeout.
+bool waitForMainQueue(double delaySeconds = 0, int timeoutMs = 5000);
 void processEvents();
 } // namespace helpers

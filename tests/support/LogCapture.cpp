@@ -1,17 +1,26 @@
 #include "support/LogCapture.h"
 
+#include <QMutex>
+
 namespace {
+QMutex g_mutex;
 QStringList g_lines;
 QtMessageHandler g_previous = nullptr;
 
 void collect(QtMsgType type, const QMessageLogContext& context, const QString& message) {
-    g_lines << message;
+    {
+        QMutexLocker lock(&g_mutex);
+        g_lines << message;
+    }
     if (g_previous) g_previous(type, context, message);
 }
 } // namespace
 
 LogCapture::LogCapture() {
-    g_lines.clear();
+    {
+        QMutexLocker lock(&g_mutex);
+        g_lines.clear();
+    }
     g_previous = qInstallMessageHandler(collect);
 }
 
@@ -21,11 +30,18 @@ LogCapture::~LogCapture() {
 }
 
 QStringList LogCapture::lines() const {
+    QMutexLocker lock(&g_mutex);
     return g_lines;
 }
 
 bool LogCapture::contains(const QString& text) const {
-    for (const QString& line : g_lines)
-        if (line.contains(text)) return true;
-    return false;
+    return count(text) > 0;
+}
+
+qsizetype LogCapture::count(const QString& text) const {
+    QMutexLocker lock(&g_mutex);
+    qsizetype n = 0;
+    for (const QString& line : std::as_const(g_lines))
+        n += line.contains(text) ? 1 : 0;
+    return n;
 }

@@ -4,8 +4,10 @@
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
+#include "midi/MainMidi.h"
 #include "midi/MidiServices.h"
 #include "midi/backends/jack/JackMidiServices.h"
+#include "platform/NotificationCenter.h"
 #include "platform/TableView.h"
 #include "settings/Prefs.h"
 #include "support/JackAvailable.h"
@@ -37,6 +39,7 @@ void StageFixture::SetUp() {
 }
 
 void StageFixture::TearDown() {
+    NotificationCenter::defaultCenter().removeObserver(&midiListener);
     midi.reset();
     app.reset();
     Alerts::setShared(nullptr);
@@ -61,6 +64,8 @@ void StageFixture::makeSetlist(const QStringList& paths) {
 
 void StageFixture::launch() {
     app->applicationDidFinishLaunching();
+    NotificationCenter::defaultCenter().addObserver(&midiListener, "MidiReceived",
+                                                    [this](const Notification&) { ++midiReceived; });
     midi = std::make_unique<JackTestClient>();
     ASSERT_TRUE(midi->connectToGigmora());
     processEvents();
@@ -87,6 +92,28 @@ size_t StageFixture::closeCommands() {
 
 bool StageFixture::waitForCloseCommands(size_t count, int timeoutMs) {
     return waitUntil([&] { return closeCommands() >= count; }, timeoutMs);
+}
+
+bool StageFixture::sendAndWaitHandled(std::vector<uint8_t> bytes, int timeoutMs) {
+    const int before = midiReceived;
+    midi->send(std::move(bytes));
+    return waitUntil([&] { return midiReceived > before; }, timeoutMs);
+}
+
+bool StageFixture::waitForOutput(int timeoutMs) {
+    const auto marks = [&] {
+        size_t n = 0;
+        for (const auto& e : midi->received())
+            n += e.bytes == std::vector<uint8_t>{0xC0, 0x68} ? 1 : 0;
+        return n;
+    };
+    const size_t before = marks();
+    app->mainMidiObject()->sendOneZeroFour();
+    return waitUntil([&] { return marks() > before; }, timeoutMs);
+}
+
+double StageFixture::dawDelay() const {
+    return static_cast<double>(app->sharedPrefs()->prefsSelectedDAWDelay);
 }
 
 qsizetype StageFixture::selectedSetlistRow() const {

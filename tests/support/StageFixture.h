@@ -10,9 +10,11 @@
 #include "support/JackTestClient.h"
 #include "support/ScriptedAlerts.h"
 
+#include <QObject>
 #include <QStringList>
 #include <gtest/gtest.h>
 #include <memory>
+#include <vector>
 
 class ManagedObject;
 
@@ -33,6 +35,15 @@ protected:
     bool waitForOpened(qsizetype count, int timeoutMs = 5000) const;
     bool waitForCloseCommands(size_t count, int timeoutMs = 5000);
     size_t closeCommands();
+    // Sends `bytes` to Gigmora's input and waits until Gigmora has dealt with them (it
+    // announces every message it reads before acting on it, on the main thread).
+    bool sendAndWaitHandled(std::vector<uint8_t> bytes, int timeoutMs = 5000);
+    // Has Gigmora send a harmless program change (104) and waits for it: whatever Gigmora sent
+    // before it has arrived by then.
+    bool waitForOutput(int timeoutMs = 5000);
+    // The DAW delay now set, in seconds: an opening scheduled so far has run once the main
+    // queue has run a job timed this far ahead.
+    double dawDelay() const;
     qsizetype selectedSetlistRow() const;
     void selectSetlistRow(qsizetype row);
 
@@ -41,4 +52,6 @@ protected:
     std::unique_ptr<JackTestClient> midi;
     QList<ManagedObject*> songs;
     QString openedLog;
+    int midiReceived = 0; // messages Gigmora has read and announced
+    QObject midiListener;
 };
