@@ -67,13 +67,13 @@ TEST_F(StageLoop, SysexTriggerAndTheHoldProgram) {
 
     // 126 only counts on the selected channel, and only records the number.
     midi->clearReceived();
-    midi->send({0xC3, 0x7E});
-    waitUntil([] { return false; }, 150);
+    ASSERT_TRUE(sendAndWaitHandled({0xC3, 0x7E}));
     EXPECT_EQ(app->recall()->kAsNumber.toInt(), 0);
     midi->send({0xC0, 0x7E});
     EXPECT_TRUE(waitUntil([&] { return app->recall()->kAsNumber.toInt() == 126; }));
-    midi->send({0xC0, 0x05});
-    waitUntil([] { return false; }, 150);
+    ASSERT_TRUE(sendAndWaitHandled({0xC0, 0x05}));
+    ASSERT_TRUE(waitForMainQueue()); // a selection it moved has moved
+    ASSERT_TRUE(waitForOutput());
     EXPECT_EQ(closeCommands(), 0u);
     EXPECT_EQ(selectedSetlistRow(), 1);
     EXPECT_EQ(app->mainMidiObject()->capture().status.load(), 1u)
@@ -84,10 +84,13 @@ TEST_F(StageLoop, ASongThatIsNotAProjectSendsNothing) {
     makeSetlist({kOne, project("notes.txt")});
     launch();
     selectSetlistRow(0);
+    QSignalSpy requests(app->recall(), &SongRecall::projectOpenRequested);
     midi->send({0xC0, 0x7F});
     EXPECT_TRUE(waitUntil([&] { return selectedSetlistRow() == 1; }));
-    waitUntil([] { return false; }, 500);
+    ASSERT_TRUE(waitForOutput());
+    ASSERT_TRUE(waitForMainQueue(dawDelay())); // an opening would have been asked for
     EXPECT_EQ(closeCommands(), 0u);
+    EXPECT_TRUE(requests.isEmpty());
     EXPECT_TRUE(openedFiles().isEmpty());
     EXPECT_EQ(app->recall()->controllerFileToOpen.toString(), project("notes.txt"));
 }
@@ -158,7 +161,7 @@ TEST_F(StageLoop, PreviousSelectedAndByNumberRecalls) {
         EXPECT_FALSE(app->recall()->reverseMyScriptInController());
         EXPECT_TRUE(log.contains("row -1 is not a row"));
     }
-    waitUntil([] { return false; }, 400);
+    ASSERT_TRUE(waitForOutput());
     EXPECT_EQ(closeCommands(), 1u);
 
     selectSetlistRow(2);
@@ -167,6 +170,7 @@ TEST_F(StageLoop, PreviousSelectedAndByNumberRecalls) {
     EXPECT_EQ(openedFiles().last(), kThree);
 
     // Song 2 by number: the library song is shown, the setlist copy of the same path is not.
+    QSignalSpy requests(app->recall(), &SongRecall::projectOpenRequested);
     app->window()->editView()->allSongsTableView()->selectRowIndexes({0}, false);
     app->recall()->kAsNumber = 2;
     app->recall()->runMyScriptUsingProgChangeInController();
@@ -174,7 +178,8 @@ TEST_F(StageLoop, PreviousSelectedAndByNumberRecalls) {
     processEvents();
     EXPECT_EQ(openedFiles().last(), kTwo);
     EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 1);
-    waitUntil([] { return false; }, 400);
+    ASSERT_TRUE(waitForMainQueue(dawDelay()));
+    EXPECT_EQ(requests.size(), 1) << "asked once";
     EXPECT_EQ(openedFiles().size(), 3) << "opened once";
 
     // Another DAW setting: the close goes out, nothing opens.
@@ -182,20 +187,24 @@ TEST_F(StageLoop, PreviousSelectedAndByNumberRecalls) {
     const size_t closes = closeCommands();
     app->recall()->goToLogicProject();
     ASSERT_TRUE(waitForCloseCommands(closes + 1));
-    waitUntil([] { return false; }, 500);
+    ASSERT_TRUE(waitForMainQueue(dawDelay()));
+    EXPECT_EQ(requests.size(), 1);
     EXPECT_EQ(openedFiles().size(), 3);
 }
 
 TEST_F(StageLoop, ByNumberWithoutASelectedSongOnlyMovesTheSelection) {
     makeSetlist({kOne, kTwo});
     launch();
+    QSignalSpy requests(app->recall(), &SongRecall::projectOpenRequested);
     app->window()->editView()->allSongsTableView()->deselectAll();
     app->recall()->kAsNumber = 2;
     EXPECT_FALSE(app->recall()->runMyScriptUsingProgChangeInController());
     processEvents();
     EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 1);
-    waitUntil([] { return false; }, 500);
+    ASSERT_TRUE(waitForOutput());
+    ASSERT_TRUE(waitForMainQueue(dawDelay()));
     EXPECT_EQ(closeCommands(), 0u);
+    EXPECT_TRUE(requests.isEmpty());
     EXPECT_TRUE(openedFiles().isEmpty());
 }
 
@@ -222,7 +231,8 @@ TEST_F(StageLoop, NextWithNoSelectionOrAnEmptySetlistDoesNothing) {
     midi->send({0xC0, 0x7F});
     ASSERT_TRUE(waitUntil([&] { return announced == 2; }));
     QSignalSpy requests(app->recall(), &SongRecall::projectOpenRequested);
-    waitUntil([&] { return !requests.isEmpty(); }, 500);
+    ASSERT_TRUE(waitForOutput());
+    ASSERT_TRUE(waitForMainQueue(dawDelay()));
     EXPECT_EQ(closeCommands(), 0u);
     EXPECT_TRUE(requests.isEmpty());
     NotificationCenter::defaultCenter().removeObserver(&listener);
