@@ -9,6 +9,7 @@
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
+#include <QTimer>
 #include <gtest/gtest.h>
 #include <jack/metadata.h>
 
@@ -38,6 +39,15 @@ protected:
         host.prefs = prefs.get();
         host.engine = engine.get();
         engine->createMidiPort();
+    }
+
+    // A message none of the engine's own sends make, sent from the engine's source: once it
+    // has arrived, whatever went out before it has too.
+    static inline const Bytes kMarker{0xF0, 0x7D, 0x01, 0xF7};
+    void sendMarker() {
+        MidiPacketList list;
+        list.addPacket(0, kMarker.data(), uint16_t(kMarker.size()));
+        ASSERT_EQ(services->received(engine->sourceVirtualsrc(), list), kMidiNoErr);
     }
 
     std::unique_ptr<Prefs> prefs;
@@ -121,11 +131,13 @@ TEST_F(MidiEngine, EveryControlMessageGoesOutOneMessagePerEvent) {
     for (const auto& c : cases) {
         daw.clearReceived();
         (engine.get()->*c.send)();
+        sendMarker();
         const size_t messages = c.bytes.size() == 12 ? 4 : 1;
-        ASSERT_TRUE(daw.waitForEvents(messages));
-        waitUntil([] { return false; }, 30); // nothing else follows
-        const auto got = daw.received();
-        ASSERT_EQ(got.size(), messages);
+        ASSERT_TRUE(daw.waitForEvents(messages + 1));
+        auto got = daw.received();
+        ASSERT_EQ(got.size(), messages + 1) << "nothing else comes before the marker";
+        EXPECT_EQ(got.back().bytes, kMarker);
+        got.pop_back();
         Bytes all;
         for (const auto& e : got) {
             EXPECT_EQ(e.bytes.size(), c.bytes.size() / messages);
@@ -144,10 +156,11 @@ TEST_F(MidiEngine, EveryControlMessageGoesOutOneMessagePerEvent) {
     list.addPacket(0, huge.data(), uint16_t(huge.size()));
     list.addPacket(0, {0xC0, 0x68});
     EXPECT_EQ(services->received(engine->sourceVirtualsrc(), list), kMidiNoErr);
-    ASSERT_TRUE(daw.waitForEvents(1));
-    waitUntil([] { return false; }, 30);
-    ASSERT_EQ(daw.received().size(), 1u);
+    sendMarker();
+    ASSERT_TRUE(daw.waitForEvents(2));
+    ASSERT_EQ(daw.received().size(), 2u);
     EXPECT_EQ(daw.received()[0].bytes, (Bytes{0xC0, 0x68}));
+    EXPECT_EQ(daw.received()[1].bytes, kMarker);
 }
 
 TEST_F(MidiEngine, BackupTimersFireOnceEachAndAreNotCancelled) {
@@ -162,12 +175,17 @@ TEST_F(MidiEngine, BackupTimersFireOnceEachAndAreNotCancelled) {
     EXPECT_EQ(engine->backupTimer()->interval(), 150);
     EXPECT_EQ(engine->backupTimer2()->interval(), 300) << "twice the delay";
     EXPECT_TRUE(engine->backupTimer2()->isSingleShot());
-    waitUntil([] { return false; }, 200);
+    // All three have fired; none is left to fire again.
+    for (const QTimer* timer : engine->findChildren<QTimer*>())
+        EXPECT_FALSE(timer->isActive()) << timer->interval() << " ms";
+    sendMarker();
+    ASSERT_TRUE(daw.waitForEvents(4));
     const auto got = daw.received();
-    ASSERT_EQ(got.size(), 3u);
+    ASSERT_EQ(got.size(), 4u);
     EXPECT_EQ(got[0].bytes, (Bytes{0xC0, 0x69}));
     EXPECT_EQ(got[1].bytes, (Bytes{0xC0, 0x69}));
     EXPECT_EQ(got[2].bytes, (Bytes{0xC0, 0x6B})) << "twice the delay, so last";
+    EXPECT_EQ(got[3].bytes, kMarker);
     EXPECT_NE(engine->backupTimer2(), nullptr);
 }
 
