@@ -5,6 +5,7 @@
 #include "support/JackAvailable.h"
 #include "support/JackTestClient.h"
 #include "support/LibraryHelpers.h"
+#include "support/LogCapture.h"
 #include "support/TempHome.h"
 
 #include <QCoreApplication>
@@ -126,9 +127,13 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     EXPECT_TRUE(waitUntil(routed)) << "restored after the rebuild";
 
     peer.reset();
-    server.stop();
-    // libjack does not take a client of a dead server being closed while another opens.
-    waitUntil([] { return false; }, 600);
+    {
+        // libjack does not take a client of a dead server being closed while another opens:
+        // Gigmora lets go of its dead client first.
+        LogCapture log;
+        server.stop();
+        ASSERT_TRUE(waitUntil([&] { return log.contains("The JACK server went away"); }));
+    }
     ASSERT_TRUE(server.start());
     peer = std::make_unique<JackTestClient>("foot");
     ASSERT_TRUE(peer->isOpen());
@@ -203,8 +208,11 @@ TEST(JackReconnect, ClientAndEndpointsComeBackWithTheServer) {
         EXPECT_FALSE(probe.portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty());
     }
 
-    server.stop();
-    waitUntil([] { return false; }, 600);
+    {
+        LogCapture log;
+        server.stop();
+        ASSERT_TRUE(waitUntil([&] { return log.contains("The JACK server went away"); }));
+    }
     ASSERT_TRUE(server.start());
     bool back = waitUntil(
         [&] {
