@@ -85,9 +85,12 @@ TEST(OscRemote, OnlyAllowedWellFormedMessagesCount) {
     OscRemote remote;
     ASSERT_TRUE(remote.listen(0, {"192.0.2.7"})); // loopback not allowed
     QSignalSpy next(&remote, &OscRemote::nextRequested);
-    Surface stranger(remote.port());
-    stranger.send("/gigmora/next");
-    waitUntil([] { return false; }, 200);
+    {
+        LogCapture refused;
+        Surface stranger(remote.port());
+        stranger.send("/gigmora/next");
+        ASSERT_TRUE(waitUntil([&] { return refused.contains("a sender that is not allowed"); }));
+    }
     EXPECT_EQ(next.size(), 0);
 
     OscRemote open;
@@ -99,8 +102,11 @@ TEST(OscRemote, OnlyAllowedWellFormedMessagesCount) {
           QByteArray(4000, '/')})
         raw.writeDatagram(p, QHostAddress::LocalHost, open.port());
     Surface surface(open.port());
-    surface.song(500.0f);
-    waitUntil([] { return false; }, 200);
+    {
+        LogCapture ignored;
+        surface.song(500.0f);
+        ASSERT_TRUE(waitUntil([&] { return ignored.contains("without a number from 0 to 127"); }));
+    }
     EXPECT_EQ(song.size(), 0);
     surface.song(7.0f);
     EXPECT_TRUE(waitUntil([&] { return song.size() == 1; }));
