@@ -44,6 +44,8 @@ public:
     void error(const char* path, int code, const char* message) {
         lo_send_from(nsm_, server_, kNow, "/error", "sis", path, code, message);
     }
+    // An announce without its arguments.
+    void emptyAnnounce() { lo_send_from(nsm_, server_, kNow, "/nsm/server/announce", ""); }
     // Runs both event loops until a message with `path` arrives.
     std::optional<Received> waitFor(const std::string& path, int timeoutMs = 3000) {
         std::optional<Received> found;
@@ -170,8 +172,10 @@ TEST(NsmServer, HostileTrafficIsIgnored) {
     NsmClient stranger(server.url());
     stranger.reply("/nsm/client/open", "Loaded");
     stranger.error("/nsm/client/open", -1, "no");
-    processEvents();
-    waitUntil([] { return false; }, 300);
+    // Refused and logged too, after all of the above.
+    stranger.emptyAnnounce();
+    ASSERT_TRUE(waitUntil([&] { return log.contains("an announce without its name"); }));
+    EXPECT_TRUE(server.hasClient()) << "the DAW is still the client";
     EXPECT_EQ(replied.size(), 0);
     EXPECT_EQ(failed.size(), 0);
     int notOsc = 0;
