@@ -154,8 +154,16 @@ TEST_F(ArdourStage, LeftAloneThenASetlistPlaysThroughOnProgramChange127) {
     // name than the fixed one.
     for (const QString& name : dawJackClients(midi->client()))
         EXPECT_EQ(name, "Gigmora DAW");
-    // Nobody triggers anything while the band sets up.
-    waitUntil([] { return false; }, 45000);
+    // Nobody triggers anything while the band sets up: 45 s in which Ardour neither ends nor
+    // is replaced, and the stage keeps its song.
+    SessionManager* manager = app->dawControl()->sessionManager();
+    EXPECT_FALSE(waitUntil(
+        [&] {
+            return DawProcess::startTimeOf(pid) == 0 || manager->dawProcessId() != pid ||
+                   !stage->dawState().startsWith("Opener loaded (");
+        },
+        45000))
+        << "left alone: " << stage->dawState().toStdString();
     EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "the same Ardour";
     EXPECT_TRUE(stage->dawState().startsWith("Opener loaded (")) << stage->dawState().toStdString();
     EXPECT_EQ(selectedSetlistRow(), 0) << "the stage is on the song Ardour has";
@@ -205,7 +213,14 @@ TEST_F(ArdourStage, AGigmoraKilledMidSetLeavesOneArdourThatTheNextDrives) {
     const qint64 pid = DawRecord::read(recordFile)->pid;
     ::kill(pid_t(first.processId()), SIGKILL);
     ASSERT_TRUE(first.waitForFinished(5000));
-    waitUntil([] { return false; }, 2000);
+    {
+        // The server lets the killed Gigmora's client go once no process holds its sockets:
+        // Ardour inherited none of them.
+        JackTestClient probe("gigmora-probe-crash");
+        EXPECT_TRUE(
+            waitUntil([&] { return probe.countPortsNamed("Gigmora Virtual Input") == 0; }, 10000))
+            << "the killed Gigmora's JACK client stays";
+    }
     ASSERT_EQ(DawProcess::startTimeOf(pid) != 0, true) << "Ardour plays on without Gigmora";
 
     app = std::make_unique<AppDelegate>(std::make_unique<JackMidiServices>());
