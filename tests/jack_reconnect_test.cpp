@@ -114,6 +114,11 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     Gigmora g;
     const QString in = "Gigmora Midi:Gigmora Virtual Input";
     const QString out = "Gigmora Midi:Gigmora Virtual Output";
+    LogCapture log;
+    // How many lines so far say `text`.
+    const auto said = [&](const QString& text) {
+        return log.lines().filter(text).size();
+    };
     auto peer = std::make_unique<JackTestClient>("foot");
     ASSERT_TRUE(peer->connect(in, out));
     auto routed = [&] {
@@ -121,19 +126,16 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
                connected(peer->client(), out, "foot:in");
     };
     ASSERT_TRUE(waitUntil(routed));
-    waitUntil([] { return false; }, 100); // the connect notifications reach Gigmora
+    ASSERT_TRUE(waitUntil([&] { return said("Remembered the MIDI connection") == 2; }));
 
     g.engine.createMidiPort(); // what the device pop-ups and the virtual-port box do
     EXPECT_TRUE(waitUntil(routed)) << "restored after the rebuild";
 
     peer.reset();
-    {
-        // libjack does not take a client of a dead server being closed while another opens:
-        // Gigmora lets go of its dead client first.
-        LogCapture log;
-        server.stop();
-        ASSERT_TRUE(waitUntil([&] { return log.contains("The JACK server went away"); }));
-    }
+    // libjack does not take a client of a dead server being closed while another opens:
+    // Gigmora lets go of its dead client first.
+    server.stop();
+    ASSERT_TRUE(waitUntil([&] { return log.contains("The JACK server went away"); }));
     ASSERT_TRUE(server.start());
     peer = std::make_unique<JackTestClient>("foot");
     ASSERT_TRUE(peer->isOpen());
@@ -143,17 +145,23 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     EXPECT_TRUE(waitUntil([&] { return g.host.checks > 0; }));
 
     // The peer goes away and comes back: remembered, restored again.
+    const qsizetype kept = said("to make again");
     peer.reset();
-    waitUntil([] { return false; }, 800);
+    ASSERT_TRUE(waitUntil([&] { return said("to make again") == kept + 2; }));
     peer = std::make_unique<JackTestClient>("foot");
     EXPECT_TRUE(waitUntil(routed)) << "restored when the peer came back";
 
     // Someone undoes the input connection: it is not made again at the next rebuild.
     ASSERT_EQ(jack_disconnect(peer->client(), "foot:out", in.toUtf8().constData()), 0);
-    waitUntil([] { return false; }, 800);
+    ASSERT_TRUE(waitUntil([&] {
+        return log.contains("Forgot the MIDI connection of Gigmora Virtual Input with foot:out");
+    }));
     g.engine.createMidiPort();
     EXPECT_TRUE(waitUntil([&] { return connected(peer->client(), out, "foot:in"); }));
-    waitUntil([] { return false; }, 300);
+    // A second rebuild's restoring starts only after the first's has ended.
+    const qsizetype restored = said("Restored the MIDI connection");
+    g.engine.createMidiPort();
+    ASSERT_TRUE(waitUntil([&] { return said("Restored the MIDI connection") > restored; }));
     EXPECT_FALSE(connected(peer->client(), "foot:out", in));
 }
 

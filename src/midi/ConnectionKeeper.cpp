@@ -13,7 +13,9 @@ int64_t keeperNowMs() {
 } // namespace
 
 void ConnectionKeeper::connected(const QString& own, const QString& peer) {
-    routes_.connected(own, peer);
+    if (routes_.connected(own, peer))
+        qCInfo(logCategory()).noquote()
+            << "Remembered the MIDI connection of" << own << "with" << peer;
 }
 
 void ConnectionKeeper::disconnected(const QString& own, const QString& peer, uint64_t peerId,
@@ -48,9 +50,14 @@ void ConnectionKeeper::judgeDisconnections() {
         // route stays remembered, and may be due for restoring already.
         const std::optional<uint64_t> id =
             held.live && d.generation == held.generation ? peerIdentity(d.peer) : std::nullopt;
-        if (id == d.peerId)
+        if (id == d.peerId) {
             routes_.forget(d.own, d.peer);
-        else
+            qCInfo(logCategory()).noquote()
+                << "Forgot the MIDI connection of" << d.own << "with" << d.peer << "(undone)";
+        } else {
             restorePending_.store(true);
+            qCInfo(logCategory()).noquote()
+                << "Kept the MIDI connection of" << d.own << "with" << d.peer << "to make again";
+        }
     }
 }

@@ -1,9 +1,11 @@
 #include "midi/MidiRoutes.h"
 
-void MidiRoutes::connected(const QString& own, const QString& peer) {
+bool MidiRoutes::connected(const QString& own, const QString& peer) {
     std::lock_guard lock(mutex_);
     QStringList& peers = routes_[own];
-    if (!peers.contains(peer)) peers.append(peer);
+    if (peers.contains(peer)) return false;
+    peers.append(peer);
+    return true;
 }
 
 void MidiRoutes::disconnected(Disconnection d) {

@@ -22,7 +22,8 @@ public:
         int64_t atMs;
     };
 
-    void connected(const QString& own, const QString& peer);
+    // False when the connection was remembered already.
+    bool connected(const QString& own, const QString& peer);
     void disconnected(Disconnection d);
     // Disconnections that happened at or before `untilMs`, taken out for judgement.
     std::vector<Disconnection> takeDue(int64_t untilMs);
