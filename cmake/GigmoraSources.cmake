@@ -171,6 +171,14 @@ set(GIGMORA_SOURCES_midi
     src/midi/backends/jack/JackReconnectService.h
     src/midi/backends/none/NullMidiServices.h
 )
+set(GIGMORA_SOURCES_audio
+    src/audio/AudioLog.cpp
+    src/audio/AudioLog.h
+    src/audio/AudioRouter.cpp
+    src/audio/AudioRouter.h
+    src/audio/RouterMix.cpp
+    src/audio/RouterMix.h
+)
 set(GIGMORA_SOURCES_osc
     src/osc/OscEndpoint.cpp
     src/osc/OscEndpoint.h

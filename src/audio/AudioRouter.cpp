@@ -1,0 +1,137 @@
+#include "audio/AudioRouter.h"
+
+#include "audio/AudioLog.h"
+
+#include <QRegularExpression>
+#include <algorithm>
+
+#include <jack/jack.h>
+
+namespace {
+const char* const kInstanceNames[] = {"Gigmora DAW", "Gigmora DAW B"};
+
+// jack_get_ports' and jack_port_get_all_connections' lists, freed as JACK wants.
+struct PortList {
+    const char** names;
+    ~PortList() { jack_free(names); }
+    QStringList list() const {
+        QStringList out;
+        for (const char** n = names; n && *n; ++n)
+            out << QString::fromUtf8(*n);
+        return out;
+    }
+};
+} // namespace
+
+void AudioRouter::ClientCloser::operator()(jack_client_t* client) const {
+    jack_deactivate(client);
+    jack_client_close(client);
+}
+
+AudioRouter::AudioRouter(Options options) : options_(std::move(options)) {}
+
+AudioRouter::~AudioRouter() = default;
+
+QString AudioRouter::inputName(int instance, int channel) {
+    return QStringLiteral("%1 in %2").arg(QLatin1String(kInstanceNames[instance])).arg(channel + 1);
+}
+
+QString AudioRouter::outputName(int channel) {
+    return QStringLiteral("out %1").arg(channel + 1);
+}
+
+bool AudioRouter::start(QString* error) {
+    if (client_) return true;
+    jack_status_t status;
+    std::unique_ptr<jack_client_t, ClientCloser> client(jack_client_open(
+        kClientName, jack_options_t(JackNoStartServer | JackUseExactName), &status));
+    if (!client) {
+        // A server that is there refuses an exact name only when another client has it.
+        *error = status & JackServerFailed
+                     ? QStringLiteral("no JACK server")
+                     : QStringLiteral("another \"%1\" is on the JACK server").arg(kClientName);
+        return false;
+    }
+    for (int i = 0; i < RouterMix::kInstances; ++i)
+        for (int c = 0; c < RouterMix::kChannels; ++c)
+            inputs_[size_t(i)][size_t(c)] =
+                jack_port_register(client.get(), inputName(i, c).toUtf8().constData(),
+                                   JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+    for (int c = 0; c < RouterMix::kChannels; ++c)
+        outputs_[size_t(c)] =
+            jack_port_register(client.get(), outputName(c).toUtf8().constData(),
+                               JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput | JackPortIsTerminal, 0);
+    const auto ports = {inputs_[0][0], inputs_[0][1], inputs_[1][0],
+                        inputs_[1][1], outputs_[0],   outputs_[1]};
+    if (std::find(ports.begin(), ports.end(), nullptr) != ports.end()) {
+        *error = QStringLiteral("its ports could not be made");
+        return false;
+    }
+    const jack_nframes_t rate = jack_get_sample_rate(client.get());
+    mix_.setFades(options_.crossfade, uint32_t(uint64_t(options_.spilloverMs) * rate / 1000));
+    jack_set_process_callback(client.get(), &AudioRouter::process, this);
+    if (jack_activate(client.get()) != 0) {
+        *error = QStringLiteral("the JACK server refused to run it");
+        return false;
+    }
+    client_ = std::move(client);
+    connectOutputs();
+    return true;
+}
+
+void AudioRouter::connectOutputs() {
+    for (int c = 0; c < RouterMix::kChannels && c < options_.outputs.size(); ++c) {
+        const QString to = options_.outputs[c].trimmed();
+        if (to.isEmpty()) continue;
+        if (jack_connect(client_.get(), jack_port_name(outputs_[size_t(c)]),
+                         to.toUtf8().constData()) != 0)
+            qCWarning(lcAudio).noquote() << "Could not connect" << outputName(c) << "to" << to;
+    }
+}
+
+bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QString& mainMark) {
+    if (!client_ || instance < 0 || instance >= RouterMix::kInstances) return false;
+    const QString pattern =
+        QStringLiteral("^%1:.*%2")
+            .arg(QRegularExpression::escape(dawClient), QRegularExpression::escape(mainMark));
+    const PortList found{jack_get_ports(client_.get(), pattern.toUtf8().constData(),
+                                        JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput)};
+    QStringList mains = found.list();
+    if (mains.isEmpty()) return false;
+    std::sort(mains.begin(), mains.end());
+    for (int c = 0; c < mains.size(); ++c) {
+        const QByteArray from = mains[c].toUtf8();
+        jack_port_t* port = jack_port_by_name(client_.get(), from.constData());
+        if (!port) continue;
+        const QByteArray mine =
+            c < RouterMix::kChannels
+                ? QByteArray(jack_port_name(inputs_[size_t(instance)][size_t(c)]))
+                : QByteArray();
+        // What the session brought along would make this instance heard past the router.
+        const PortList connections{jack_port_get_all_connections(client_.get(), port)};
+        for (const QString& to : connections.list())
+            if (to.toUtf8() != mine)
+                jack_disconnect(client_.get(), from.constData(), to.toUtf8().constData());
+        if (!mine.isEmpty() && !jack_port_connected_to(port, mine.constData()))
+            jack_connect(client_.get(), from.constData(), mine.constData());
+    }
+    return true;
+}
+
+jack_nframes_t AudioRouter::sampleRate() const {
+    return client_ ? jack_get_sample_rate(client_.get()) : 0;
+}
+
+int AudioRouter::process(jack_nframes_t frames, void* self) {
+    auto* router = static_cast<AudioRouter*>(self);
+    RouterMix::Inputs in;
+    RouterMix::Outputs out;
+    for (size_t i = 0; i < RouterMix::kInstances; ++i)
+        for (size_t c = 0; c < RouterMix::kChannels; ++c)
+            in[i][c] =
+                static_cast<const float*>(jack_port_get_buffer(router->inputs_[i][c], frames));
+    for (size_t c = 0; c < RouterMix::kChannels; ++c)
+        out[c] = static_cast<float*>(jack_port_get_buffer(router->outputs_[c], frames));
+    router->mix_.process(in, out, frames);
+    return 0;
+}

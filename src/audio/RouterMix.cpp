@@ -1,0 +1,54 @@
+#include "audio/RouterMix.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numbers>
+
+void RouterMix::setFades(uint32_t crossfade, uint32_t spillover) {
+    crossfade_.store(crossfade, std::memory_order_relaxed);
+    spillover_.store(spillover, std::memory_order_relaxed);
+}
+
+void RouterMix::swapTo(int instance) {
+    if (instance >= 0 && instance < kInstances) target_.store(instance, std::memory_order_release);
+}
+
+bool RouterMix::audible(int instance) const {
+    return instance >= 0 && instance < kInstances &&
+           audible_[size_t(instance)].load(std::memory_order_acquire);
+}
+
+void RouterMix::process(const Inputs& in, const Outputs& out, uint32_t frames) {
+    const int target = target_.load(std::memory_order_acquire);
+    const uint32_t crossfade = crossfade_.load(std::memory_order_relaxed);
+    const uint32_t fall = std::max(crossfade, spillover_.load(std::memory_order_relaxed));
+    const float up = crossfade == 0 ? 1.0f : 1.0f / float(crossfade);
+    const float down = fall == 0 ? 1.0f : 1.0f / float(fall);
+
+    bool settled = true;
+    for (int i = 0; i < kInstances; ++i)
+        settled &= position_[size_t(i)] == (i == target ? 1.0f : 0.0f);
+    if (settled) {
+        // The common case: one instance, untouched.
+        for (int c = 0; c < kChannels; ++c)
+            std::memcpy(out[size_t(c)], in[size_t(target)][size_t(c)], frames * sizeof(float));
+    } else {
+        constexpr float kQuarterTurn = std::numbers::pi_v<float> / 2.0f;
+        for (uint32_t s = 0; s < frames; ++s) {
+            float mixed[kChannels] = {};
+            for (int i = 0; i < kInstances; ++i) {
+                float& p = position_[size_t(i)];
+                p = i == target ? std::min(1.0f, p + up) : std::max(0.0f, p - down);
+                if (p == 0.0f) continue;
+                const float gain = p == 1.0f ? 1.0f : std::sin(p * kQuarterTurn);
+                for (int c = 0; c < kChannels; ++c)
+                    mixed[c] += gain * in[size_t(i)][size_t(c)][s];
+            }
+            for (int c = 0; c < kChannels; ++c)
+                out[size_t(c)][s] = mixed[c];
+        }
+    }
+    for (int i = 0; i < kInstances; ++i)
+        audible_[size_t(i)].store(position_[size_t(i)] > 0.0f, std::memory_order_release);
+}

@@ -1,0 +1,234 @@
+#include "audio/AudioRouter.h"
+#include "audio/RouterMix.h"
+#include "support/JackAvailable.h"
+#include "support/LibraryHelpers.h"
+
+#include <QString>
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <vector>
+
+#include <jack/jack.h>
+
+using namespace helpers;
+
+namespace {
+// Two instances, each a constant on its own channel: instance 0 only on channel 0 and
+// instance 1 only on channel 1, so that each output channel is exactly one instance's gain.
+struct Buffers {
+    explicit Buffers(uint32_t frames)
+        : a0(frames, 1.0f), a1(frames, 0.0f), b0(frames, 0.0f), b1(frames, 1.0f), out0(frames),
+          out1(frames) {}
+    RouterMix::Inputs in() const { return {{{a0.data(), a1.data()}, {b0.data(), b1.data()}}}; }
+    RouterMix::Outputs out() { return {out0.data(), out1.data()}; }
+    std::vector<float> a0, a1, b0, b1, out0, out1;
+};
+
+// One period through the mix; the gains of both instances, sample by sample.
+struct Period {
+    std::vector<float> gainA, gainB;
+};
+Period run(RouterMix& mix, uint32_t frames) {
+    Buffers b(frames);
+    mix.process(b.in(), b.out(), frames);
+    return {b.out0, b.out1};
+}
+} // namespace
+
+// A swap takes effect at the first sample of the next period; the equal-power crossfade keeps
+// the sum of the squared gains at one all through it, and after it only the new instance is
+// heard. Without a crossfade the swap is a cut at that first sample.
+TEST(RouterMix, SwapsInThePeriodAfterItIsArmedWithAnEqualPowerCrossfade) {
+    RouterMix mix;
+    mix.setFades(64, 0);
+    Period p = run(mix, 256);
+    EXPECT_TRUE(std::all_of(p.gainA.begin(), p.gainA.end(), [](float g) { return g == 1.0f; }));
+    EXPECT_TRUE(std::all_of(p.gainB.begin(), p.gainB.end(), [](float g) { return g == 0.0f; }));
+    EXPECT_FALSE(mix.audible(1));
+
+    mix.swapTo(1);
+    p = run(mix, 256);
+    EXPECT_GT(p.gainB[0], 0.0f) << "heard from the first sample";
+    for (uint32_t s = 0; s < 256; ++s) {
+        EXPECT_NEAR(p.gainA[s] * p.gainA[s] + p.gainB[s] * p.gainB[s], 1.0f, 1e-5) << s;
+        if (s > 0) {
+            EXPECT_GE(p.gainB[s], p.gainB[s - 1]) << s;
+        }
+    }
+    EXPECT_EQ(p.gainA[63], 0.0f);
+    EXPECT_EQ(p.gainB[63], 1.0f) << "done after 64 samples";
+    EXPECT_FALSE(mix.audible(0));
+    EXPECT_TRUE(mix.audible(1));
+
+    mix.setFades(0, 0);
+    mix.swapTo(0);
+    p = run(mix, 32);
+    EXPECT_EQ(p.gainA[0], 1.0f);
+    EXPECT_EQ(p.gainB[0], 0.0f);
+}
+
+// With a spillover the song left behind fades out over it, under the new one, and counts as
+// heard until it has gone.
+TEST(RouterMix, TheSpilloverRingsOnUnderTheNewSong) {
+    RouterMix mix;
+    mix.setFades(64, 1000);
+    run(mix, 128);
+    mix.swapTo(1);
+    Period p = run(mix, 512);
+    EXPECT_EQ(p.gainB[63], 1.0f);
+    EXPECT_GT(p.gainA[511], 0.0f) << "still ringing";
+    for (uint32_t s = 1; s < 512; ++s)
+        EXPECT_LE(p.gainA[s], p.gainA[s - 1]) << s;
+    EXPECT_TRUE(mix.audible(0));
+    p = run(mix, 512);
+    EXPECT_EQ(p.gainA[488], 0.0f) << "gone after 1000 samples";
+    EXPECT_FALSE(mix.audible(0));
+}
+
+// Swaps that come faster than the crossfade turn the fades round where they stand: no gain
+// jumps from one sample to the next by more than one step of the fade.
+TEST(RouterMix, RapidSwapsNeverJump) {
+    RouterMix mix;
+    mix.setFades(100, 0);
+    float last = 1.0f;
+    const float step = std::sin(std::acos(-1.0f) / 2.0f / 100.0f) + 1e-4f;
+    for (int swap = 0; swap < 10; ++swap) {
+        mix.swapTo(swap % 2 == 0 ? 1 : 0);
+        const Period p = run(mix, 30);
+        for (float g : p.gainA) {
+            EXPECT_LE(std::abs(g - last), step) << "swap " << swap;
+            last = g;
+        }
+    }
+    const Period settled = run(mix, 256);
+    EXPECT_EQ(settled.gainA.back(), 1.0f) << "the last swap (to the first instance) wins";
+    EXPECT_EQ(settled.gainB.back(), 0.0f);
+}
+
+namespace {
+// A JACK client of the test's: stereo "Master/audio_out" ports that play a constant, as a DAW's
+// master bus would, and a stereo input that notes the level of each period it hears.
+class AudioProbe {
+public:
+    explicit AudioProbe(const QString& name, float level = 0.0f) : level_(level) {
+        client_ = jack_client_open(name.toUtf8().constData(), JackNoStartServer, nullptr);
+        if (!client_) return;
+        for (int c = 0; c < 2; ++c) {
+            out_[c] = jack_port_register(
+                client_, QStringLiteral("Master/audio_out %1").arg(c + 1).toUtf8().constData(),
+                JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+            in_[c] =
+                jack_port_register(client_, QStringLiteral("in %1").arg(c + 1).toUtf8().constData(),
+                                   JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+        }
+        heard_.resize(kPeriods);
+        jack_set_process_callback(client_, &AudioProbe::process, this);
+        jack_activate(client_);
+    }
+    ~AudioProbe() {
+        if (!client_) return;
+        jack_deactivate(client_);
+        jack_client_close(client_);
+    }
+    bool isOpen() const { return client_ != nullptr; }
+    jack_client_t* client() const { return client_; }
+    QString inputName(int c) const { return QString::fromUtf8(jack_port_name(in_[c])); }
+    QString outputName(int c) const { return QString::fromUtf8(jack_port_name(out_[c])); }
+
+    struct Heard {
+        jack_nframes_t start; // the period's first frame
+        float first, last;    // its first and last sample, left channel
+    };
+    // The periods heard so far.
+    std::vector<Heard> heard() const {
+        const size_t n = std::min<size_t>(count_.load(std::memory_order_acquire), kPeriods);
+        return {heard_.begin(), heard_.begin() + long(n)};
+    }
+    jack_nframes_t now() const { return jack_frame_time(client_); }
+    jack_nframes_t period() const { return jack_get_buffer_size(client_); }
+
+private:
+    static constexpr size_t kPeriods = 100000;
+    static int process(jack_nframes_t frames, void* self) {
+        auto* p = static_cast<AudioProbe*>(self);
+        for (int c = 0; c < 2; ++c) {
+            auto* out = static_cast<float*>(jack_port_get_buffer(p->out_[c], frames));
+            std::fill(out, out + frames, p->level_);
+        }
+        const auto* in = static_cast<const float*>(jack_port_get_buffer(p->in_[0], frames));
+        const size_t n = p->count_.load(std::memory_order_relaxed);
+        if (n < kPeriods) {
+            p->heard_[n] = {jack_last_frame_time(p->client_), in[0], in[frames - 1]};
+            p->count_.store(n + 1, std::memory_order_release);
+        }
+        return 0;
+    }
+
+    jack_client_t* client_ = nullptr;
+    jack_port_t* out_[2] = {};
+    jack_port_t* in_[2] = {};
+    const float level_;
+    std::vector<Heard> heard_;
+    std::atomic<size_t> count_{0};
+};
+} // namespace
+
+// On the real server: each instance's master outputs reach the router only (a connection the
+// session brought along to the speakers is cut), the outputs hear the active instance, and a
+// swap is heard within two periods of being armed, with no silent period between the songs.
+TEST(AudioRouter, RoutesTheActiveInstanceAndSwapsWithinTwoPeriods) {
+    REQUIRE_JACK();
+    AudioProbe listener("router listener");
+    ASSERT_TRUE(listener.isOpen());
+    AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora DAW B", 0.5f);
+    ASSERT_TRUE(a.isOpen() && b.isOpen());
+    // As a session restores its connections: straight to the speakers.
+    ASSERT_EQ(jack_connect(a.client(), a.outputName(0).toUtf8().constData(),
+                           listener.inputName(1).toUtf8().constData()),
+              0);
+
+    AudioRouter router({{listener.inputName(0), listener.inputName(1)}, 64, 0});
+    QString error;
+    ASSERT_TRUE(router.start(&error)) << error.toStdString();
+    ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));
+    ASSERT_TRUE(router.routeInstance(1, "Gigmora DAW B", "Master/audio_out"));
+    EXPECT_FALSE(jack_port_connected_to(jack_port_by_name(a.client(), a.outputName(0).toUtf8()),
+                                        listener.inputName(1).toUtf8().constData()))
+        << "only the router hears an instance";
+    EXPECT_FALSE(router.routeInstance(1, "Nobody", "Master/audio_out"));
+
+    const auto levelNow = [&] {
+        const auto h = listener.heard();
+        return h.empty() ? -1.0f : h.back().last;
+    };
+    ASSERT_TRUE(waitUntil([&] { return levelNow() == 0.25f; })) << "the first instance";
+
+    for (int swap = 0; swap < 6; ++swap) {
+        const int to = swap % 2 == 0 ? 1 : 0;
+        const float level = to == 1 ? 0.5f : 0.25f;
+        const jack_nframes_t armed = listener.now();
+        const size_t before = listener.heard().size();
+        router.swapTo(to);
+        ASSERT_TRUE(waitUntil([&] { return levelNow() == level; })) << "swap " << swap;
+        const auto heard = listener.heard();
+        for (size_t i = before; i < heard.size(); ++i) {
+            EXPECT_GT(std::min(heard[i].first, heard[i].last), 0.2f) << "no silent period";
+            if (heard[i].last == level) {
+                const jack_nframes_t periods = (heard[i].start - armed) / listener.period();
+                EXPECT_LE(periods, 2u) << "swap " << swap;
+                break;
+            }
+        }
+    }
+}
+
+// A second router on the same server is refused by name, and says so.
+TEST(AudioRouter, OneRouterAServer) {
+    REQUIRE_JACK();
+    AudioRouter first({{}, 64, 0}), second({{}, 64, 0});
+    QString error;
+    ASSERT_TRUE(first.start(&error)) << error.toStdString();
+    EXPECT_FALSE(second.start(&error));
+    EXPECT_EQ(error, "another \"Gigmora Audio\" is on the JACK server");
+}
