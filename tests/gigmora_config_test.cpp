@@ -49,6 +49,37 @@ TEST_F(GigmoraConfigTest, UnusableValuesKeepTheirDefaults) {
     EXPECT_EQ(GigmoraConfig::daw().loadTimeoutSeconds, 45);
 }
 
+// The standby DAW's settings: off and on the system's first playback pair by default; outputs
+// written by hand read as a list, an empty value as none; crossfade and spillover within their
+// ranges; what is written reads back.
+TEST_F(GigmoraConfigTest, StandbySettings) {
+    const GigmoraConfig::Daw fresh = GigmoraConfig::daw();
+    EXPECT_FALSE(fresh.standby);
+    EXPECT_EQ(fresh.outputs, (QStringList{"system:playback_1", "system:playback_2"}));
+    EXPECT_EQ(fresh.mainOutputs, "Master/audio_out");
+    EXPECT_EQ(fresh.crossfadeSamples, 64);
+    EXPECT_EQ(fresh.spilloverMs, 0);
+
+    write("[daw]\nstandby=true\noutputs=mixer:in_7, mixer:in_8\ncrossfade=48001\n"
+          "spillover=2500\nmainOutputs=\n");
+    LogCapture log;
+    GigmoraConfig::Daw daw = GigmoraConfig::daw();
+    EXPECT_TRUE(daw.standby);
+    EXPECT_EQ(daw.outputs, (QStringList{"mixer:in_7", "mixer:in_8"}));
+    EXPECT_EQ(daw.crossfadeSamples, 64) << "past the limit";
+    EXPECT_EQ(daw.spilloverMs, 2500);
+    EXPECT_EQ(daw.mainOutputs, "Master/audio_out");
+    EXPECT_EQ(log.lines().filter("Gigmora.conf").size(), 2);
+
+    write("[daw]\noutputs=\n");
+    EXPECT_TRUE(GigmoraConfig::daw().outputs.isEmpty()) << "connected nowhere";
+
+    daw.outputs = {"system:playback_3", "system:playback_4"};
+    daw.crossfadeSamples = 0;
+    GigmoraConfig::setDaw(daw);
+    EXPECT_TRUE(GigmoraConfig::daw() == daw);
+}
+
 // A PIN is 4 to 8 ASCII digits, and a made one is one.
 TEST_F(GigmoraConfigTest, Pins) {
     for (const char* pin : {"0123", "12345678"})

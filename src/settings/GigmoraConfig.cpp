@@ -55,6 +55,17 @@ std::optional<QStringList> list(const QVariant& v) {
     return kept;
 }
 
+// Port names, from a list or from text with commas; an empty value is an empty list.
+std::optional<QStringList> portNames(const QVariant& v) {
+    const QStringList parts = v.typeId() == QMetaType::QStringList
+                                  ? v.toStringList()
+                                  : v.toString().split(QLatin1Char(','));
+    QStringList names;
+    for (const QString& p : parts)
+        if (!p.trimmed().isEmpty()) names << p.trimmed();
+    return names;
+}
+
 // "true" or "false", else nothing.
 std::optional<bool> boolean(const QVariant& v) {
     const QString text = v.toString().toLower();
@@ -121,6 +132,11 @@ GigmoraConfig::Daw GigmoraConfig::daw() {
               daw.command);
     file.take("saveBeforeSwitch", boolean, daw.saveBeforeSwitch);
     file.take("loadTimeout", between(1, kMaxLoadTimeoutSeconds), daw.loadTimeoutSeconds);
+    file.take("standby", boolean, daw.standby);
+    file.take("outputs", portNames, daw.outputs);
+    file.take("mainOutputs", text([](const QString& m) { return !m.isEmpty(); }), daw.mainOutputs);
+    file.take("crossfade", between(0, kMaxCrossfadeSamples), daw.crossfadeSamples);
+    file.take("spillover", between(0, kMaxSpilloverMs), daw.spilloverMs);
     return daw;
 }
 
@@ -129,7 +145,12 @@ void GigmoraConfig::setDaw(const Daw& daw) {
     store("daw", {{"control", QString::fromLatin1(managed ? kSessionManager : kLogic)},
                   {"command", daw.command},
                   {"saveBeforeSwitch", daw.saveBeforeSwitch},
-                  {"loadTimeout", daw.loadTimeoutSeconds}});
+                  {"loadTimeout", daw.loadTimeoutSeconds},
+                  {"standby", daw.standby},
+                  {"outputs", daw.outputs.join(QStringLiteral(", "))},
+                  {"mainOutputs", daw.mainOutputs},
+                  {"crossfade", daw.crossfadeSamples},
+                  {"spillover", daw.spilloverMs}});
 }
 
 GigmoraConfig::Osc GigmoraConfig::osc() {

@@ -15,12 +15,24 @@ public:
         QString command = QStringLiteral("ardour"); // the DAW the session manager starts
         bool saveBeforeSwitch = false;
         int loadTimeoutSeconds = 60;
+        // A second DAW holds the next song loaded; Gigmora's audio router swaps which one is
+        // heard (with the session manager only).
+        bool standby = false;
+        // Where the router's output pair goes; empty: nowhere.
+        QStringList outputs{QStringLiteral("system:playback_1"),
+                            QStringLiteral("system:playback_2")};
+        // What marks a DAW's main outputs among its ports (Ardour's Master bus).
+        QString mainOutputs = QStringLiteral("Master/audio_out");
+        int crossfadeSamples = 64; // the equal-power crossfade at a swap
+        int spilloverMs = 0;       // how long the song left behind rings on, fading
         bool operator==(const Daw&) const = default;
 
         // The command split as a desktop entry's Exec line is (quotes, no shell).
         QStringList program() const;
     };
     static constexpr int kMaxLoadTimeoutSeconds = 600;
+    static constexpr int kMaxCrossfadeSamples = 48000;
+    static constexpr int kMaxSpilloverMs = 10000;
 
     // The OSC control surface (TouchOSC, Open Stage Control): off unless asked for.
     struct Osc {
