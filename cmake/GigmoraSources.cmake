@@ -200,6 +200,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/NsmServer.h
     src/daw/SessionManager.cpp
     src/daw/SessionManager.h
+    src/daw/StandbyDaws.cpp
+    src/daw/StandbyDaws.h
 )
 set(GIGMORA_SOURCES_performance
     src/performance/SongRecall.cpp

@@ -1,6 +1,7 @@
 #include "daw/DawControl.h"
 
 #include "daw/SessionManager.h"
+#include "daw/StandbyDaws.h"
 #include "library/ProjectKind.h"
 
 #include <QCryptographicHash>
@@ -14,9 +15,7 @@ DawControl::~DawControl() {
 
 void DawControl::apply(const GigmoraConfig::Daw& settings) {
     const bool managed = settings.control == GigmoraConfig::Daw::Control::SessionManager;
-    const bool same = manager_ && settings.program() == settings_.program() &&
-                      settings.saveBeforeSwitch == settings_.saveBeforeSwitch &&
-                      settings.loadTimeoutSeconds == settings_.loadTimeoutSeconds;
+    const bool same = managesSessions() && settings == settings_;
     settings_ = settings;
     projectKind_.setKind(managed ? ProjectKind::Kind::SessionFolder
                                  : ProjectKind::Kind::LogicProject);
@@ -30,15 +29,29 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
         options.placeholder = placeholderPath();
         options.runtimeFolder = runtimeFolder();
         options.stageSong = stageSong_;
-        manager_ = std::make_unique<SessionManager>(std::move(options));
-        connect(manager_.get(), &SessionManager::stateChanged, this, &DawControl::stateChanged);
-        connect(manager_.get(), &SessionManager::songInDaw, this, &DawControl::songInDaw);
-        manager_->start();
+        if (settings.standby) {
+            StandbyDaws::Options two;
+            two.daw = std::move(options);
+            two.router = {settings.outputs, uint32_t(settings.crossfadeSamples),
+                          uint32_t(settings.spilloverMs)};
+            two.mainOutputs = settings.mainOutputs;
+            two.songAfter = songAfter_;
+            standby_ = std::make_unique<StandbyDaws>(std::move(two));
+            connect(standby_.get(), &StandbyDaws::stateChanged, this, &DawControl::stateChanged);
+            connect(standby_.get(), &StandbyDaws::songInDaw, this, &DawControl::songInDaw);
+            standby_->start();
+        } else {
+            manager_ = std::make_unique<SessionManager>(std::move(options));
+            connect(manager_.get(), &SessionManager::stateChanged, this, &DawControl::stateChanged);
+            connect(manager_.get(), &SessionManager::songInDaw, this, &DawControl::songInDaw);
+            manager_->start();
+        }
     } else {
         // A DAW an earlier Gigmora left running would hold the audio with nobody to drive it.
-        SessionManager::endRecordedDaw(
-            SessionManager::recordFileIn(runtimeFolder(), SessionManager::Options().clientId),
-            QStringLiteral("DAW"), this);
+        for (int i = 0; i < StandbyDaws::kInstances; ++i)
+            SessionManager::endRecordedDaw(
+                SessionManager::recordFileIn(runtimeFolder(), StandbyDaws::clientId(i)),
+                QStringLiteral("DAW"), this);
     }
     emit stateChanged(stateText());
 }
@@ -59,17 +72,28 @@ QString DawControl::runtimeFolder() {
 }
 
 bool DawControl::openSession(const QString& path) {
-    if (!manager_) return false;
-    manager_->open(path);
-    return true;
+    if (standby_)
+        standby_->open(path);
+    else if (manager_)
+        manager_->open(path);
+    return managesSessions();
+}
+
+bool DawControl::swapsAtOnce(const QString& path) const {
+    return standby_ && standby_->swapsAtOnce(path);
+}
+
+SessionManager* DawControl::sessionManager() const {
+    return standby_ ? standby_->instance(standby_->active()) : manager_.get();
 }
 
 void DawControl::shutdown() {
-    if (!manager_) return;
-    manager_->shutdown();
+    if (standby_) standby_->shutdown();
+    standby_.reset();
+    if (manager_) manager_->shutdown();
     manager_.reset();
 }
 
 QString DawControl::stateText() const {
-    return manager_ ? manager_->stateText() : QString();
+    return standby_ ? standby_->stateText() : manager_ ? manager_->stateText() : QString();
 }

@@ -8,6 +8,7 @@
 #include <memory>
 
 class SessionManager;
+class StandbyDaws;
 
 // How the DAW is told to change songs, as Gigmora.conf says: the default way (the close
 // command, then the "Logic Pro X" opening, which song recall does itself), or as the session
@@ -21,21 +22,30 @@ public:
     // The session folder of the song the stage is on (empty for none), opened whenever the
     // DAW announces itself. Set before the first `apply`.
     void setStageSong(std::function<QString()> stageSong) { stageSong_ = std::move(stageSong); }
+    // The song after a song in the running order (empty after the last), which a standby DAW
+    // holds ready. Set before the first `apply`.
+    void setSongAfter(std::function<QString(const QString&)> songAfter) {
+        songAfter_ = std::move(songAfter);
+    }
     // Where the DAW's placeholder session and its record for the next Gigmora live.
     static QString placeholderPath();
     static QString runtimeFolder();
 
     // Takes these settings: the session manager starts its DAW now, or ends it.
     void apply(const GigmoraConfig::Daw& settings);
-    bool managesSessions() const { return manager_ != nullptr; }
+    bool managesSessions() const { return manager_ != nullptr || standby_ != nullptr; }
     // What counts as a song's project under this control.
     const ProjectKind& projectKind() const { return projectKind_; }
     // Puts the session in front of the DAW; false without a session manager.
     bool openSession(const QString& path);
+    // The session is loaded in a standby DAW and opening it swaps at once: no DAW delay.
+    bool swapsAtOnce(const QString& path) const;
     // Ends the DAW Gigmora started (on quit, after the library is saved).
     void shutdown();
     QString stateText() const;
-    SessionManager* sessionManager() const { return manager_.get(); }
+    // The one DAW's manager, or the active instance's with a standby.
+    SessionManager* sessionManager() const;
+    StandbyDaws* standbyDaws() const { return standby_.get(); }
 
 signals:
     // What the DAW is doing, in words for the stage; empty with the default control.
@@ -47,5 +57,7 @@ private:
     GigmoraConfig::Daw settings_;
     ProjectKind projectKind_;
     std::function<QString()> stageSong_;
+    std::function<QString(const QString&)> songAfter_;
     std::unique_ptr<SessionManager> manager_;
+    std::unique_ptr<StandbyDaws> standby_;
 };

@@ -32,7 +32,11 @@ SessionManager::~SessionManager() {
 }
 
 QString SessionManager::dawName() const {
-    const QString program = options_.program.value(0);
+    return options_.name.isEmpty() ? nameOf(options_.program) : options_.name;
+}
+
+QString SessionManager::nameOf(const QStringList& command) {
+    const QString program = command.value(0);
     QString name = QFileInfo(program).fileName();
     if (!name.isEmpty()) name[0] = name[0].toUpper();
     return name.isEmpty() ? QStringLiteral("The DAW") : name;

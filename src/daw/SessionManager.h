@@ -32,6 +32,8 @@ public:
         // The DAW's id: DAWs such as Ardour name their JACK client after it, so it stays the
         // same from song to song.
         QString clientId = QStringLiteral("Gigmora DAW");
+        // How the DAW is called on stage; empty: after its program ("Ardour").
+        QString name;
         // Opened when the stage has no song (the DAW makes it the first time); empty: none.
         QString placeholder;
         // Where the running DAW is written down for the next Gigmora; empty: nowhere.
@@ -55,7 +57,13 @@ public:
     void shutdown(int graceMs = kEndGraceMs);
 
     QString stateText() const { return state_; }
+    QString dawName() const;                           // "Ardour", or the name it was given
+    static QString nameOf(const QStringList& program); // "Ardour" for "/usr/bin/ardour7"
     QString loadedPath() const { return loaded_; }
+    // The session being opened, else the one waiting to be; empty when neither.
+    QString pendingPath() const { return loading_.isEmpty() ? waiting_ : loading_; }
+    // The DAW runs and has announced itself.
+    bool isUp() const { return process_ && nsm_.hasClient(); }
     bool placeholderLoaded() const;
     qint64 dawProcessId() const;
     const NsmServer& server() const { return nsm_; }
@@ -93,7 +101,7 @@ private:
     void writeRecord();
     void setState(const QString& text);
     void setLoadedState(qint64 ms);
-    QString dawName() const;
+
     static QString songName(const QString& path);
 
     Options options_;

@@ -148,8 +148,11 @@ void SongRecall::goToLogicProject() {
 }
 
 void SongRecall::mainThreadOpenLogicFile(const QVariant&) {
+    // The delay gives a DAW time to close its song; a standby DAW holding the next one ready
+    // needs none.
+    const bool swaps = daw && daw->swapsAtOnce(controllerFileToOpen.toString());
     const double delay =
-        sharedPrefs ? static_cast<double>(sharedPrefs->prefsSelectedDAWDelay) : 0.0;
+        sharedPrefs && !swaps ? static_cast<double>(sharedPrefs->prefsSelectedDAWDelay) : 0.0;
     MainQueue::after(delay, [self = QPointer<SongRecall>(this)] {
         if (self) self->openLogicFile(self->controllerFileToOpen);
     });

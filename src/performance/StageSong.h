@@ -20,6 +20,8 @@ public:
 
     // The song's session folder; empty when the stage has no song.
     QString path() const;
+    // The song after `song` in the current setlist; empty after the last or for none.
+    QString songAfter(const QString& song) const;
 
 private:
     void follow(const QString& path);

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "audio/AudioRouter.h"
+#include "daw/SessionManager.h"
+
+#include <QObject>
+#include <QTimer>
+#include <array>
+#include <functional>
+#include <memory>
+
+// Two DAW instances and Gigmora's audio router, for song changes without a gap: the active
+// instance is heard, the standby holds the next song loaded, and a recall of that song swaps
+// them inside one JACK period, with no DAW delay. Any other song is loaded into the standby
+// while the current one keeps sounding, and swapped in the moment it is loaded. The instance
+// left behind then loads the song after the new current one (once its spillover has rung
+// out). Without the router, or while the standby is down, one DAW does everything as it
+// always has.
+class StandbyDaws : public QObject {
+    Q_OBJECT
+public:
+    static constexpr int kInstances = 2;
+    struct Options {
+        // As for one DAW; the ids, names, placeholders and songs are made per instance.
+        SessionManager::Options daw;
+        AudioRouter::Options router;
+        QString mainOutputs = QStringLiteral("Master/audio_out");
+        // The song after `path` in the running order; empty after the last.
+        std::function<QString(const QString&)> songAfter;
+    };
+    static QString clientId(int instance); // "Gigmora DAW", "Gigmora DAW B"
+
+    explicit StandbyDaws(Options options, QObject* parent = nullptr);
+    ~StandbyDaws() override;
+
+    void start();
+    // The recall's song.
+    void open(const QString& path);
+    // Whether `open(path)` would swap at once (the standby has it loaded).
+    bool swapsAtOnce(const QString& path) const;
+    void shutdown();
+
+    QString stateText() const { return state_; }
+    int active() const { return active_; }
+    bool routed() const { return routed_; }
+    SessionManager* instance(int i) const { return daws_[size_t(i)].get(); }
+    const AudioRouter& router() const { return router_; }
+
+signals:
+    void stateChanged(const QString& text);
+    void songInDaw(const QString& path);
+
+private:
+    int standby() const { return 1 - active_; }
+    bool standbyUp() const;
+    void loadedIn(int instance, const QString& path);
+    void swap();
+    // The song the standby should hold: the one asked for, else the one after the current.
+    QString nextSong() const;
+    void prepareStandby();
+    void updateState();
+
+    Options options_;
+    AudioRouter router_;
+    std::array<std::unique_ptr<SessionManager>, kInstances> daws_;
+    bool routed_ = false;
+    int active_ = 0;
+    QString wanted_; // asked for, being loaded into the standby
+    QString state_;
+    QTimer spillover_; // the instance left behind loads only once it is silent
+};

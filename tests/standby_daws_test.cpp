@@ -1,0 +1,120 @@
+#include "daw/StandbyDaws.h"
+#include "support/JackAvailable.h"
+#include "support/LibraryHelpers.h"
+#include "support/TempHome.h"
+
+#include <QDir>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+using namespace helpers;
+
+// Two stand-in DAWs (tests/tools/fake_nsm_daw, real processes speaking the protocol) under the
+// standby scheduling, with the router on the test's JACK server.
+class StandbyDawsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TempHome::clear();
+        for (const char* name : {"Opener", "Ballad", "Encore"})
+            songs_ << session(name);
+    }
+    static QString session(const QString& name) {
+        const QString path = TempHome::home() + "/sessions/" + name;
+        QDir().mkpath(path);
+        return path;
+    }
+    // The running order Opener, Ballad, Encore; the stage stands on `stage_`.
+    StandbyDaws::Options options(int delayMs = 200) {
+        StandbyDaws::Options o;
+        o.daw.program = {FAKE_NSM_DAW, "--delay", QString::number(delayMs)};
+        o.daw.loadTimeoutMs = 5000;
+        o.daw.placeholder = session("Placeholder");
+        o.daw.stageSong = [this] { return stage_; };
+        o.router = {{}, 64, 0};
+        o.songAfter = [this](const QString& song) {
+            const qsizetype at = songs_.indexOf(song);
+            return at >= 0 && at + 1 < songs_.size() ? songs_[at + 1] : QString();
+        };
+        return o;
+    }
+    static bool ready(const StandbyDaws& d, const QString& playing, const QString& next) {
+        return d.stateText() == playing + " playing · next: " + next + " ready";
+    }
+    QStringList songs_;
+    QString stage_;
+};
+
+// Launched on the first song, the standby takes the second; a trigger for it swaps at once
+// (no load, the router's target moves), and the instance left behind loads the third. A song
+// that is not ready keeps the current one heard until it is loaded; after the last song the
+// standby idles.
+TEST_F(StandbyDawsTest, TheStandbyAlwaysHoldsTheNextSong) {
+    REQUIRE_JACK();
+    stage_ = songs_[0];
+    StandbyDaws daws(options());
+    daws.start();
+    ASSERT_TRUE(daws.routed());
+    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000))
+        << daws.stateText().toStdString();
+    EXPECT_EQ(daws.router().target(), 0);
+    EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[0]);
+
+    ASSERT_TRUE(daws.swapsAtOnce(songs_[1]));
+    daws.open(songs_[1]);
+    EXPECT_EQ(daws.router().target(), 1) << "swapped in the call";
+    EXPECT_EQ(daws.active(), 1);
+    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Ballad", "Encore"); }, 10000))
+        << daws.stateText().toStdString();
+    EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[2]);
+
+    // Back to the opener: not ready anywhere, so Ballad sounds on while it loads.
+    EXPECT_FALSE(daws.swapsAtOnce(songs_[0]));
+    daws.open(songs_[0]);
+    EXPECT_EQ(daws.router().target(), 1);
+    EXPECT_TRUE(daws.stateText().contains("next: Opener loading…"))
+        << daws.stateText().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return daws.router().target() == 0; }, 10000));
+    EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[0]);
+    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000))
+        << "Ballad stays ready: it is the next song already";
+
+    // To the last song: loaded into the standby, swapped, and nothing follows it.
+    daws.open(songs_[2]);
+    ASSERT_TRUE(waitUntil([&] { return daws.stateText() == "Encore playing"; }, 10000))
+        << daws.stateText().toStdString();
+    daws.open(songs_[2]);
+    EXPECT_EQ(daws.stateText(), "Encore playing") << "the song playing is not opened again";
+}
+
+// A recall while the standby loads another song: the latest wins and is swapped in when it is
+// loaded, never the one it was loading before.
+TEST_F(StandbyDawsTest, ARecallDuringALoadSwapsToTheLatest) {
+    REQUIRE_JACK();
+    stage_ = songs_[0];
+    StandbyDaws daws(options(400));
+    daws.start();
+    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000));
+    daws.open(songs_[1]); // swap; instance 0 starts loading Encore
+    ASSERT_TRUE(waitUntil([&] { return daws.stateText().contains("Encore loading"); }));
+    daws.open(songs_[0]);
+    ASSERT_TRUE(waitUntil([&] { return daws.router().target() == 0; }, 10000));
+    EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[0]);
+}
+
+// With the standby down, one DAW does everything, as without a standby, and the stage says so.
+TEST_F(StandbyDawsTest, ADeadStandbyFallsBackToOneDaw) {
+    REQUIRE_JACK();
+    stage_ = songs_[0];
+    StandbyDaws daws(options());
+    daws.start();
+    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000));
+    const qint64 standby = daws.instance(1)->dawProcessId();
+    ASSERT_EQ(::kill(pid_t(standby), SIGKILL), 0);
+    ASSERT_TRUE(waitUntil([&] { return !daws.instance(1)->isUp(); }));
+    EXPECT_TRUE(daws.stateText().startsWith("Opener playing · standby: "))
+        << daws.stateText().toStdString();
+    daws.open(songs_[2]);
+    ASSERT_TRUE(waitUntil([&] { return daws.instance(0)->loadedPath() == songs_[2]; }, 10000));
+    EXPECT_EQ(daws.router().target(), 0) << "the one DAW loaded it itself";
+    ASSERT_TRUE(waitUntil([&] { return daws.instance(1)->isUp(); }, 10000)) << "it comes back";
+}
