@@ -69,7 +69,10 @@ bool AudioRouter::start(QString* error) {
     }
     const jack_nframes_t rate = jack_get_sample_rate(client.get());
     mix_.setFades(options_.crossfade, uint32_t(uint64_t(options_.spilloverMs) * rate / 1000));
+    mix_.setTriggers(options_.triggers);
     jack_set_process_callback(client.get(), &AudioRouter::process, this);
+    jack_set_port_registration_callback(client.get(), &AudioRouter::portRegistered, this);
+    jack_set_port_connect_callback(client.get(), &AudioRouter::portConnected, this);
     if (jack_activate(client.get()) != 0) {
         *error = QStringLiteral("the JACK server refused to run it");
         return false;
@@ -118,8 +121,21 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QS
     return true;
 }
 
+bool AudioRouter::hasInput(int instance) const {
+    return client_ && instance >= 0 && instance < RouterMix::kInstances &&
+           jack_port_connected(inputs_[size_t(instance)][0]) > 0;
+}
+
 jack_nframes_t AudioRouter::sampleRate() const {
     return client_ ? jack_get_sample_rate(client_.get()) : 0;
+}
+
+void AudioRouter::portRegistered(jack_port_id_t, int, void* self) {
+    static_cast<AudioRouter*>(self)->graphChanged_.store(true);
+}
+
+void AudioRouter::portConnected(jack_port_id_t, jack_port_id_t, int, void* self) {
+    static_cast<AudioRouter*>(self)->graphChanged_.store(true);
 }
 
 int AudioRouter::process(jack_nframes_t frames, void* self) {

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <array>
+#include <atomic>
 #include <memory>
 
 #include <jack/types.h>
@@ -21,6 +22,8 @@ public:
         QStringList outputs;     // where the output pair goes; empty: nowhere
         uint32_t crossfade = 64; // samples
         uint32_t spilloverMs = 0;
+        // Next-song triggers counted in real time (see RouterMix::setTriggers); may be null.
+        const std::atomic<uint32_t>* triggers = nullptr;
     };
 
     explicit AudioRouter(Options options);
@@ -32,28 +35,40 @@ public:
     // server or when the name is taken.
     bool start(QString* error);
     bool isRunning() const { return client_ != nullptr; }
+    // Closes the client (before the DAWs it listens to go).
+    void stop() { client_.reset(); }
     // "Gigmora DAW in 1", "Gigmora DAW B in 2": the short names of the inputs.
     static QString inputName(int instance, int channel);
     static QString outputName(int channel); // "out 1", "out 2"
     // The DAW instance heard from the next period on; the one heard now.
     void swapTo(int instance) { mix_.swapTo(instance); }
+    // The instance the next trigger swaps to by itself, in the period it arrives; -1: none.
+    void arm(int instance) { mix_.arm(instance); }
     int target() const { return mix_.target(); }
     bool audible(int instance) const { return mix_.audible(instance); }
     // Connects the main outputs of the JACK client `dawClient` (its audio outputs whose names
     // contain `mainMark`, in name order) to the instance's inputs, and cuts every other
     // connection they have; false when the client shows no such outputs.
     bool routeInstance(int instance, const QString& dawClient, const QString& mainMark);
+    // Something is connected to the instance's inputs: swapping to it will be heard.
+    bool hasInput(int instance) const;
     jack_nframes_t sampleRate() const;
+    // Whether ports came or went or connections changed on the server since the last call: a
+    // DAW registers its ports again after a load and restores its session's connections.
+    bool takeGraphChange() { return graphChanged_.exchange(false); }
 
 private:
     struct ClientCloser {
         void operator()(jack_client_t* client) const;
     };
     static int process(jack_nframes_t frames, void* self);
+    static void portRegistered(jack_port_id_t, int, void* self);
+    static void portConnected(jack_port_id_t, jack_port_id_t, int, void* self);
     void connectOutputs();
 
     Options options_;
     RouterMix mix_;
+    std::atomic<bool> graphChanged_{false};
     std::unique_ptr<jack_client_t, ClientCloser> client_;
     std::array<std::array<jack_port_t*, RouterMix::kChannels>, RouterMix::kInstances> inputs_{};
     std::array<jack_port_t*, RouterMix::kChannels> outputs_{};

@@ -25,6 +25,12 @@ public:
     int target() const { return target_.load(std::memory_order_acquire); }
     // Any thread: whether the instance is heard at all, as of the last period processed.
     bool audible(int instance) const;
+    // A count that grows with every next-song trigger, read by the real-time side; set before
+    // processing starts. With `instance` armed, the next trigger swaps to it in the period it
+    // is seen, without waiting for anyone; -1 disarms.
+    void setTriggers(const std::atomic<uint32_t>* triggers);
+    void arm(int instance) { armed_.store(instance, std::memory_order_release); }
+    int armed() const { return armed_.load(std::memory_order_acquire); }
 
     // The real-time side: `frames` samples of every input to every output.
     void process(const Inputs& in, const Outputs& out, uint32_t frames);
@@ -34,6 +40,9 @@ private:
     std::atomic<uint32_t> crossfade_{0};
     std::atomic<uint32_t> spillover_{0};
     std::array<std::atomic<bool>, kInstances> audible_{true, false};
+    std::atomic<int> armed_{-1};
+    const std::atomic<uint32_t>* triggers_ = nullptr;
     // The real-time side's own.
     std::array<float, kInstances> position_{1.0f, 0.0f};
+    uint32_t triggersSeen_ = 0;
 };
