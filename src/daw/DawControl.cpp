@@ -33,7 +33,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
             StandbyDaws::Options two;
             two.daw = std::move(options);
             two.router = {settings.outputs, uint32_t(settings.crossfadeSamples),
-                          uint32_t(settings.spilloverMs)};
+                          uint32_t(settings.spilloverMs), triggers_};
             two.mainOutputs = settings.mainOutputs;
             two.songAfter = songAfter_;
             standby_ = std::make_unique<StandbyDaws>(std::move(two));

@@ -21,6 +21,20 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
     spillover_.setInterval(int(options_.router.spilloverMs));
     connect(&spillover_, &QTimer::timeout, this,
             [this] { guarded("StandbyDaws::prepareStandby", [this] { prepareStandby(); }); });
+    // A DAW registers its ports again after a load, later than its answer, and brings the
+    // session's connections along: they are cut as soon as they appear.
+    graph_.setInterval(100);
+    connect(&graph_, &QTimer::timeout, this, [this] {
+        guarded("StandbyDaws::route", [this] {
+            if (router_.takeGraphChange()) {
+                quiet_.start();
+                for (int i = 0; i < kInstances; ++i)
+                    route(i);
+            }
+            // JACK reports a connection before every view of it shows it: looked at each time.
+            swapIfReady();
+        });
+    });
     for (int i = 0; i < kInstances; ++i) {
         SessionManager::Options o = options_.daw;
         o.clientId = clientId(i);
@@ -58,8 +72,12 @@ void StandbyDaws::start() {
     if (!routed_)
         qCWarning(lcDaw).noquote() << "The audio router could not start (" + error +
                                           "): one DAW plays, without a standby.";
+    quiet_.start();
     daws_[0]->start();
-    if (routed_) daws_[1]->start();
+    if (routed_) {
+        daws_[1]->start();
+        graph_.start();
+    }
     updateState();
 }
 
@@ -70,11 +88,32 @@ bool StandbyDaws::standbyUp() const {
 bool StandbyDaws::swapsAtOnce(const QString& path) const {
     const SessionManager& s = *daws_[size_t(standby())];
     return standbyUp() && !spillover_.isActive() && s.pendingPath().isEmpty() && !path.isEmpty() &&
-           s.loadedPath() == path;
+           s.loadedPath() == path && heard(standby());
+}
+
+bool StandbyDaws::heard(int instance) const {
+    // A DAW answers a load before it has registered its ports again (Ardour does): the ports
+    // connected now may be about to go. Only once the server has been quiet for a moment do
+    // the connected ones stay.
+    const QElapsedTimer& loaded = loadedAt_[size_t(instance)];
+    return router_.hasInput(instance) && loaded.isValid() && loaded.elapsed() >= kSettleMs &&
+           quiet_.elapsed() >= kQuietMs;
+}
+
+void StandbyDaws::swapIfReady() {
+    if (!wanted_.isEmpty() && swapsAtOnce(wanted_))
+        swap();
+    else
+        updateState();
 }
 
 void StandbyDaws::open(const QString& path) {
     SessionManager& current = *daws_[size_t(active_)];
+    if (router_.target() != active_) {
+        // The trigger swapped by itself, in real time: this is its recall.
+        if (swapsAtOnce(path)) return swap();
+        router_.swapTo(active_); // it was another song's: the current one sounds on
+    }
     if (!standbyUp()) {
         current.open(path); // one DAW, as without a standby
         return;
@@ -95,19 +134,23 @@ void StandbyDaws::open(const QString& path) {
 }
 
 void StandbyDaws::loadedIn(int instance, const QString& path) {
-    if (routed_) {
-        // A session brings its own connections along; only the router may hear a DAW.
-        if (!router_.routeInstance(instance, clientId(instance), options_.mainOutputs))
-            qCWarning(lcDaw).noquote()
-                << clientId(instance) << "shows no main outputs named" << options_.mainOutputs;
-    }
-    if (instance == standby() && !wanted_.isEmpty() && path == wanted_)
-        swap();
+    loadedAt_[size_t(instance)].start();
+    if (routed_ && !route(instance))
+        qCInfo(lcDaw).noquote() << clientId(instance) << "shows no main outputs named"
+                                << options_.mainOutputs << "yet";
+    if (instance == standby() && path == wanted_)
+        swapIfReady();
     else
         updateState();
 }
 
+bool StandbyDaws::route(int instance) {
+    // A session brings its own connections along; only the router may hear a DAW.
+    return router_.routeInstance(instance, clientId(instance), options_.mainOutputs);
+}
+
 void StandbyDaws::swap() {
+    router_.arm(-1);
     router_.swapTo(standby());
     active_ = standby();
     wanted_.clear();
@@ -146,15 +189,29 @@ void StandbyDaws::updateState() {
         else if (!s.pendingPath().isEmpty())
             text += QStringLiteral(" · next: %1 loading…").arg(songName(s.pendingPath()));
         else if (!s.loadedPath().isEmpty() && s.loadedPath() == nextSong())
-            text += QStringLiteral(" · next: %1 ready").arg(songName(s.loadedPath()));
+            text += (heard(standby()) ? QStringLiteral(" · next: %1 ready")
+                                      : QStringLiteral(" · next: %1 loading…"))
+                        .arg(songName(s.loadedPath()));
     }
+    rearm();
     if (text == state_) return;
     state_ = text;
     emit stateChanged(text);
 }
 
+void StandbyDaws::rearm() {
+    // The next trigger recalls the song after the stage's: if the standby holds it, heard by
+    // the router, the trigger itself swaps.
+    const QString stage = options_.daw.stageSong ? options_.daw.stageSong() : QString();
+    const QString next =
+        stage.isEmpty() || !options_.songAfter ? QString() : options_.songAfter(stage);
+    router_.arm(router_.target() == active_ && swapsAtOnce(next) ? standby() : -1);
+}
+
 void StandbyDaws::shutdown() {
     spillover_.stop();
+    graph_.stop();
+    router_.stop();
     for (auto& daw : daws_)
         if (daw) daw->shutdown();
 }

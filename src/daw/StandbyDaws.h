@@ -3,6 +3,7 @@
 #include "audio/AudioRouter.h"
 #include "daw/SessionManager.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <array>
@@ -53,12 +54,20 @@ signals:
 private:
     int standby() const { return 1 - active_; }
     bool standbyUp() const;
+    // The instance's song reaches the router and will go on reaching it.
+    bool heard(int instance) const;
     void loadedIn(int instance, const QString& path);
+    // Connects each instance's main outputs to the router only; false for one showing none.
+    bool route(int instance);
     void swap();
+    // Swaps to the song asked for once the standby has it loaded and heard by the router.
+    void swapIfReady();
     // The song the standby should hold: the one asked for, else the one after the current.
     QString nextSong() const;
     void prepareStandby();
     void updateState();
+    // Arms the router to swap by itself on the next trigger when the standby is ready for it.
+    void rearm();
 
     Options options_;
     AudioRouter router_;
@@ -68,4 +77,9 @@ private:
     QString wanted_; // asked for, being loaded into the standby
     QString state_;
     QTimer spillover_; // the instance left behind loads only once it is silent
+    QTimer graph_;     // looks whether the DAWs' ports changed, to route them again
+    static constexpr int kSettleMs = 500; // after a load
+    static constexpr int kQuietMs = 300;  // after the last change of ports or connections
+    std::array<QElapsedTimer, kInstances> loadedAt_;
+    QElapsedTimer quiet_;
 };

@@ -2,8 +2,11 @@
 // announces itself at NSM_URL and answers each open after a delay, as a DAW loading a session
 // does. Options: --caps CAPS (":switch:" by default), --delay MS, --never-reply (never answers
 // an open), --fail-on TEXT (answers an open whose path holds TEXT with /error), --quit-after
-// MS (says why and exits with status 3 after MS, as a DAW giving up does). Prints "OPEN <path>
+// MS (says why and exits with status 3 after MS, as a DAW giving up does), --jack (with the
+// first open, a JACK client named after the client id, with the main outputs "Master/audio_out
+// 1" and "2" that Ardour has, before it answers). Prints "OPEN <path>
 // <client id>" for every open it gets, so a test can read what it was asked.
+#include <jack/jack.h>
 #include <lo/lo.h>
 
 #include <chrono>
@@ -24,6 +27,8 @@ struct State {
     bool neverReply = false;
     std::string failOn;
     int quitAfterMs = -1;
+    bool jack = false;
+    jack_client_t* client = nullptr; // lives as long as the process
 };
 
 int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
@@ -33,6 +38,15 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
     std::fflush(stdout);
     if (s->neverReply) return 0;
     std::this_thread::sleep_for(std::chrono::milliseconds(s->delayMs));
+    if (s->jack && !s->client) {
+        s->client =
+            jack_client_open(reinterpret_cast<const char*>(argv[2]), JackNoStartServer, nullptr);
+        if (s->client) {
+            for (const char* port : {"Master/audio_out 1", "Master/audio_out 2"})
+                jack_port_register(s->client, port, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+            jack_activate(s->client);
+        }
+    }
     if (!s->failOn.empty() && path.find(s->failOn) != std::string::npos)
         lo_send_from(s->nsm, s->server, kNow, "/error", "sis", "/nsm/client/open", -9,
                      "The session is damaged");
@@ -55,6 +69,7 @@ int main(int argc, char** argv) {
         if (!std::strcmp(argv[i], "--caps") && i + 1 < argc) caps = argv[++i];
         if (!std::strcmp(argv[i], "--delay") && i + 1 < argc) s.delayMs = std::atoi(argv[++i]);
         if (!std::strcmp(argv[i], "--never-reply")) s.neverReply = true;
+        if (!std::strcmp(argv[i], "--jack")) s.jack = true;
         if (!std::strcmp(argv[i], "--fail-on") && i + 1 < argc) s.failOn = argv[++i];
         if (!std::strcmp(argv[i], "--quit-after") && i + 1 < argc)
             s.quitAfterMs = std::atoi(argv[++i]);
