@@ -90,6 +90,12 @@ void MyPrefsWindowController::connectControls() {
     wire(u.prefsDawCommand, &QLineEdit::editingFinished, this, "dawCommand", &C::dawControlEdited);
     wire(u.prefsSaveBeforeSwitch, &QCheckBox::clicked, this, "saveBeforeSwitch",
          &C::dawControlEdited);
+    wire(u.prefsStandby, &QCheckBox::clicked, this, "standby", &C::dawControlEdited);
+    wire(u.prefsAudioOutputs, &QLineEdit::editingFinished, this, "outputs", &C::dawControlEdited);
+    wire(u.prefsMainOutputs, &QLineEdit::editingFinished, this, "mainOutputs",
+         &C::dawControlEdited);
+    wire(u.prefsCrossfade, &QSpinBox::editingFinished, this, "crossfade", &C::dawControlEdited);
+    wire(u.prefsSpillover, &QSpinBox::editingFinished, this, "spillover", &C::dawControlEdited);
 }
 
 void MyPrefsWindowController::showDawControl() {
@@ -101,6 +107,15 @@ void MyPrefsWindowController::showDawControl() {
     u.prefsSaveBeforeSwitch->setChecked(daw.saveBeforeSwitch);
     u.prefsDawCommand->setEnabled(managed);
     u.prefsSaveBeforeSwitch->setEnabled(managed);
+    u.prefsStandby->setChecked(daw.standby);
+    u.prefsStandby->setEnabled(managed);
+    u.prefsAudioOutputs->setText(daw.outputs.join(QStringLiteral(", ")));
+    u.prefsMainOutputs->setText(daw.mainOutputs);
+    u.prefsCrossfade->setValue(daw.crossfadeSamples);
+    u.prefsSpillover->setValue(daw.spilloverMs);
+    for (QWidget* w : std::initializer_list<QWidget*>{u.prefsAudioOutputs, u.prefsMainOutputs,
+                                                      u.prefsCrossfade, u.prefsSpillover})
+        w->setEnabled(managed && daw.standby);
 }
 
 void MyPrefsWindowController::dawControlEdited() {
@@ -112,9 +127,15 @@ void MyPrefsWindowController::dawControlEdited() {
                       : GigmoraConfig::Daw::Control::Logic;
     if (!u.prefsDawCommand->text().trimmed().isEmpty()) daw.command = u.prefsDawCommand->text();
     daw.saveBeforeSwitch = u.prefsSaveBeforeSwitch->isChecked();
-    if (daw.control == before.control && daw.command == before.command &&
-        daw.saveBeforeSwitch == before.saveBeforeSwitch)
-        return;
+    daw.standby = u.prefsStandby->isChecked();
+    daw.outputs.clear();
+    for (const QString& port : u.prefsAudioOutputs->text().split(QLatin1Char(',')))
+        if (!port.trimmed().isEmpty()) daw.outputs << port.trimmed();
+    if (!u.prefsMainOutputs->text().trimmed().isEmpty())
+        daw.mainOutputs = u.prefsMainOutputs->text().trimmed();
+    daw.crossfadeSamples = u.prefsCrossfade->value();
+    daw.spilloverMs = u.prefsSpillover->value();
+    if (daw == before) return;
     GigmoraConfig::setDaw(daw);
     showDawControl();
     emit dawSettingsChanged();
