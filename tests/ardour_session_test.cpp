@@ -8,9 +8,9 @@
 #include "settings/GigmoraConfig.h"
 #include "settings/Prefs.h"
 #include "support/LibraryHelpers.h"
+#include "support/RealArdour.h"
 #include "support/StageFixture.h"
 #include "support/TempHome.h"
-#include "support/XvfbDisplay.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -21,70 +21,6 @@
 #include <signal.h>
 
 using namespace helpers;
-
-namespace {
-// Whether a window is titled after the session ("*" marks one with unsaved changes).
-bool titled(const QString& name) {
-    QProcess search;
-    search.start("xdotool", {"search", "--name", "^\\*?" + name + " - Ardour$"});
-    search.waitForFinished(5000);
-    return !search.readAllStandardOutput().trimmed().isEmpty();
-}
-
-// A session with a stereo Master bus, made by Ardour's own tool (the empty-session tool makes
-// none, and a song without one reaches no speaker).
-QString ardourSession(const QString& name) {
-    const QString folder = TempHome::home() + "/sessions/" + name;
-    QProcess make;
-    make.start("ardour7-new_session", {folder, name});
-    make.waitForFinished(60000);
-    EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour")) << make.readAll().toStdString();
-    return folder;
-}
-
-// Ardour, Xvfb and the test JACK server, or a failure that says which is missing; then a
-// display of its own for Ardour's window.
-class ArdourDisplay {
-public:
-    void start() {
-        for (const char* program : {"ardour", "ardour7-new_session", "xdotool"})
-            ASSERT_FALSE(QStandardPaths::findExecutable(program).isEmpty())
-                << program << " is not installed (scripts/setup installs it)";
-        ASSERT_FALSE(qEnvironmentVariableIsEmpty("GIGMORA_TEST_JACK"))
-            << "the real-DAW test needs the test JACK server: run it through scripts/test";
-        // The temporary home hides the system's data folders (desktop entries, for the
-        // workspace tests); Ardour needs their MIME database to read its own icons.
-        qputenv("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
-        ASSERT_NO_FATAL_FAILURE(xvfb_.start());
-    }
-
-private:
-    XvfbDisplay xvfb_;
-};
-
-// Ardour processes running on this machine (the `ardour` script starts one of these).
-int ardourProcesses() {
-    QProcess count;
-    count.start("pgrep", {"-c", "-f", "^/usr/lib/ardour7/ardour-"});
-    count.waitForFinished(5000);
-    return count.readAllStandardOutput().trimmed().toInt();
-}
-
-// JACK clients other than the server's own, Gigmora's and the test's: the DAW's names.
-QStringList dawJackClients(jack_client_t* client) {
-    QStringList names;
-    if (const char** ports = jack_get_ports(client, nullptr, nullptr, 0)) {
-        for (const char** p = ports; *p; ++p) {
-            const QString name = QString::fromUtf8(*p).section(':', 0, 0);
-            if (!names.contains(name) && name != "system" && !name.startsWith("Gigmora Midi") &&
-                name != jack_get_client_name(client))
-                names << name;
-        }
-        jack_free(ports);
-    }
-    return names;
-}
-} // namespace
 
 // The session manager with the DAW a musician uses: Debian's Ardour, under Xvfb, on the test
 // JACK server. It never skips: without Ardour, Xvfb or the JACK server it fails and says why.

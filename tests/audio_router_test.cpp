@@ -1,5 +1,6 @@
 #include "audio/AudioRouter.h"
 #include "audio/RouterMix.h"
+#include "support/AudioProbe.h"
 #include "support/JackAvailable.h"
 #include "support/LibraryHelpers.h"
 
@@ -68,6 +69,27 @@ TEST(RouterMix, SwapsInThePeriodAfterItIsArmedWithAnEqualPowerCrossfade) {
     EXPECT_EQ(p.gainB[0], 0.0f);
 }
 
+// Armed, the next trigger counted by the MIDI side swaps in the very period it is seen, once;
+// triggers that came before the count was handed over, or while nothing is armed, do nothing.
+TEST(RouterMix, AnArmedTriggerSwapsInThePeriodItArrives) {
+    std::atomic<uint32_t> triggers{5};
+    RouterMix mix;
+    mix.setFades(0, 0);
+    mix.setTriggers(&triggers);
+    EXPECT_EQ(run(mix, 64).gainA[0], 1.0f) << "earlier triggers are not this one's";
+    triggers.fetch_add(1);
+    EXPECT_EQ(run(mix, 64).gainA[0], 1.0f) << "nothing armed";
+    mix.arm(1);
+    EXPECT_EQ(run(mix, 64).gainA[0], 1.0f) << "armed, no trigger yet";
+    triggers.fetch_add(1);
+    const Period p = run(mix, 64);
+    EXPECT_EQ(p.gainB[0], 1.0f);
+    EXPECT_EQ(mix.target(), 1);
+    EXPECT_EQ(mix.armed(), -1) << "used up";
+    triggers.fetch_add(1);
+    EXPECT_EQ(run(mix, 64).gainB[0], 1.0f) << "a second trigger does not swap back";
+}
+
 // With a spillover the song left behind fades out over it, under the new one, and counts as
 // heard until it has gone.
 TEST(RouterMix, TheSpilloverRingsOnUnderTheNewSong) {
@@ -106,74 +128,6 @@ TEST(RouterMix, RapidSwapsNeverJump) {
     EXPECT_EQ(settled.gainB.back(), 0.0f);
 }
 
-namespace {
-// A JACK client of the test's: stereo "Master/audio_out" ports that play a constant, as a DAW's
-// master bus would, and a stereo input that notes the level of each period it hears.
-class AudioProbe {
-public:
-    explicit AudioProbe(const QString& name, float level = 0.0f) : level_(level) {
-        client_ = jack_client_open(name.toUtf8().constData(), JackNoStartServer, nullptr);
-        if (!client_) return;
-        for (int c = 0; c < 2; ++c) {
-            out_[c] = jack_port_register(
-                client_, QStringLiteral("Master/audio_out %1").arg(c + 1).toUtf8().constData(),
-                JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
-            in_[c] =
-                jack_port_register(client_, QStringLiteral("in %1").arg(c + 1).toUtf8().constData(),
-                                   JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
-        }
-        heard_.resize(kPeriods);
-        jack_set_process_callback(client_, &AudioProbe::process, this);
-        jack_activate(client_);
-    }
-    ~AudioProbe() {
-        if (!client_) return;
-        jack_deactivate(client_);
-        jack_client_close(client_);
-    }
-    bool isOpen() const { return client_ != nullptr; }
-    jack_client_t* client() const { return client_; }
-    QString inputName(int c) const { return QString::fromUtf8(jack_port_name(in_[c])); }
-    QString outputName(int c) const { return QString::fromUtf8(jack_port_name(out_[c])); }
-
-    struct Heard {
-        jack_nframes_t start; // the period's first frame
-        float first, last;    // its first and last sample, left channel
-    };
-    // The periods heard so far.
-    std::vector<Heard> heard() const {
-        const size_t n = std::min<size_t>(count_.load(std::memory_order_acquire), kPeriods);
-        return {heard_.begin(), heard_.begin() + long(n)};
-    }
-    jack_nframes_t now() const { return jack_frame_time(client_); }
-    jack_nframes_t period() const { return jack_get_buffer_size(client_); }
-
-private:
-    static constexpr size_t kPeriods = 100000;
-    static int process(jack_nframes_t frames, void* self) {
-        auto* p = static_cast<AudioProbe*>(self);
-        for (int c = 0; c < 2; ++c) {
-            auto* out = static_cast<float*>(jack_port_get_buffer(p->out_[c], frames));
-            std::fill(out, out + frames, p->level_);
-        }
-        const auto* in = static_cast<const float*>(jack_port_get_buffer(p->in_[0], frames));
-        const size_t n = p->count_.load(std::memory_order_relaxed);
-        if (n < kPeriods) {
-            p->heard_[n] = {jack_last_frame_time(p->client_), in[0], in[frames - 1]};
-            p->count_.store(n + 1, std::memory_order_release);
-        }
-        return 0;
-    }
-
-    jack_client_t* client_ = nullptr;
-    jack_port_t* out_[2] = {};
-    jack_port_t* in_[2] = {};
-    const float level_;
-    std::vector<Heard> heard_;
-    std::atomic<size_t> count_{0};
-};
-} // namespace
-
 // On the real server: each instance's master outputs reach the router only (a connection the
 // session brought along to the speakers is cut), the outputs hear the active instance, and a
 // swap is heard within two periods of being armed, with no silent period between the songs.
@@ -207,7 +161,6 @@ TEST(AudioRouter, RoutesTheActiveInstanceAndSwapsWithinTwoPeriods) {
     for (int swap = 0; swap < 6; ++swap) {
         const int to = swap % 2 == 0 ? 1 : 0;
         const float level = to == 1 ? 0.5f : 0.25f;
-        const jack_nframes_t armed = listener.now();
         const size_t before = listener.heard().size();
         router.swapTo(to);
         ASSERT_TRUE(waitUntil([&] { return levelNow() == level; })) << "swap " << swap;
@@ -215,8 +168,8 @@ TEST(AudioRouter, RoutesTheActiveInstanceAndSwapsWithinTwoPeriods) {
         for (size_t i = before; i < heard.size(); ++i) {
             EXPECT_GT(std::min(heard[i].first, heard[i].last), 0.2f) << "no silent period";
             if (heard[i].last == level) {
-                const jack_nframes_t periods = (heard[i].start - armed) / listener.period();
-                EXPECT_LE(periods, 2u) << "swap " << swap;
+                // In the listener's periods: the dummy driver's frame times are too loose.
+                EXPECT_LE(i - before, 2u) << "swap " << swap;
                 break;
             }
         }

@@ -116,6 +116,9 @@ TEST(DesktopServicesProgram, CtrlOInTheRealWindowAddsAProject) {
         << "no file dialog opened; windows shown: "
         << xdotool({"search", "--onlyvisible", "--name", ".", "getwindowname", "%@"}).toStdString()
         << "\nGigmora said: " << gigmora.readAll().toStdString();
+    // Typed into the dialog itself, whichever window the keyboard was on.
+    xdotool({"windowfocus", "--sync",
+             xdotool({"search", "--onlyvisible", "--name", "^Open$"}).section('\n', 0, 0)});
     xdotool({"type", "--delay", "5", chosen});
     xdotool({"key", "Return"});
     EXPECT_TRUE(waitUntil(

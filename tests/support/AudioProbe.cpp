@@ -1,0 +1,63 @@
+#include "support/AudioProbe.h"
+
+#include <algorithm>
+
+#include <jack/jack.h>
+
+AudioProbe::AudioProbe(const QString& name, float level) : level_(level) {
+    client_ = jack_client_open(name.toUtf8().constData(), JackNoStartServer, nullptr);
+    if (!client_) return;
+    for (int c = 0; c < 2; ++c) {
+        out_[c] = jack_port_register(
+            client_, QStringLiteral("Master/audio_out %1").arg(c + 1).toUtf8().constData(),
+            JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+        in_[c] =
+            jack_port_register(client_, QStringLiteral("in %1").arg(c + 1).toUtf8().constData(),
+                               JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+    }
+    heard_.resize(kPeriods);
+    jack_set_process_callback(client_, &AudioProbe::process, this);
+    jack_activate(client_);
+}
+
+AudioProbe::~AudioProbe() {
+    if (!client_) return;
+    jack_deactivate(client_);
+    jack_client_close(client_);
+}
+
+QString AudioProbe::inputName(int channel) const {
+    return QString::fromUtf8(jack_port_name(in_[channel]));
+}
+
+QString AudioProbe::outputName(int channel) const {
+    return QString::fromUtf8(jack_port_name(out_[channel]));
+}
+
+std::vector<AudioProbe::Heard> AudioProbe::heard() const {
+    const size_t n = std::min(count_.load(std::memory_order_acquire), kPeriods);
+    return {heard_.begin(), heard_.begin() + long(n)};
+}
+
+jack_nframes_t AudioProbe::now() const {
+    return jack_frame_time(client_);
+}
+
+jack_nframes_t AudioProbe::period() const {
+    return jack_get_buffer_size(client_);
+}
+
+int AudioProbe::process(jack_nframes_t frames, void* self) {
+    auto* p = static_cast<AudioProbe*>(self);
+    for (int c = 0; c < 2; ++c) {
+        auto* out = static_cast<float*>(jack_port_get_buffer(p->out_[c], frames));
+        std::fill(out, out + frames, p->level_);
+    }
+    const auto* in = static_cast<const float*>(jack_port_get_buffer(p->in_[0], frames));
+    const size_t n = p->count_.load(std::memory_order_relaxed);
+    if (n < kPeriods) {
+        p->heard_[n] = {jack_last_frame_time(p->client_), in[0], in[frames - 1]};
+        p->count_.store(n + 1, std::memory_order_release);
+    }
+    return 0;
+}

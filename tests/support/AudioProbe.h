@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+#include <atomic>
+#include <vector>
+
+#include <jack/types.h>
+
+// A JACK client of the tests': stereo "Master/audio_out" ports that play a constant, as a
+// DAW's master bus would, and a stereo input that notes the level of every period it hears.
+class AudioProbe {
+public:
+    explicit AudioProbe(const QString& name, float level = 0.0f);
+    ~AudioProbe();
+    AudioProbe(const AudioProbe&) = delete;
+    AudioProbe& operator=(const AudioProbe&) = delete;
+
+    bool isOpen() const { return client_ != nullptr; }
+    jack_client_t* client() const { return client_; }
+    QString inputName(int channel) const;
+    QString outputName(int channel) const;
+
+    struct Heard {
+        jack_nframes_t start; // the period's first frame
+        float first, last;    // its first and last sample, left channel
+    };
+    // The periods heard so far.
+    std::vector<Heard> heard() const;
+    jack_nframes_t now() const;
+    jack_nframes_t period() const;
+
+private:
+    static constexpr size_t kPeriods = 200000;
+    static int process(jack_nframes_t frames, void* self);
+
+    jack_client_t* client_ = nullptr;
+    jack_port_t* out_[2] = {};
+    jack_port_t* in_[2] = {};
+    const float level_;
+    std::vector<Heard> heard_;
+    std::atomic<size_t> count_{0};
+};

@@ -1,0 +1,59 @@
+#include "support/RealArdour.h"
+
+#include "support/TempHome.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <gtest/gtest.h>
+
+#include <jack/jack.h>
+
+bool titled(const QString& name) {
+    QProcess search;
+    search.start("xdotool", {"search", "--name", "^\\*?" + name + " - Ardour$"});
+    search.waitForFinished(5000);
+    return !search.readAllStandardOutput().trimmed().isEmpty();
+}
+
+QString ardourSession(const QString& name) {
+    const QString folder = TempHome::home() + "/sessions/" + name;
+    QProcess make;
+    make.start("ardour7-new_session", {folder, name});
+    make.waitForFinished(60000);
+    EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour")) << make.readAll().toStdString();
+    return folder;
+}
+
+int ardourProcesses() {
+    QProcess count;
+    count.start("pgrep", {"-c", "-f", "^/usr/lib/ardour7/ardour-"});
+    count.waitForFinished(5000);
+    return count.readAllStandardOutput().trimmed().toInt();
+}
+
+QStringList dawJackClients(jack_client_t* client) {
+    QStringList names;
+    if (const char** ports = jack_get_ports(client, nullptr, nullptr, 0)) {
+        for (const char** p = ports; *p; ++p) {
+            const QString name = QString::fromUtf8(*p).section(':', 0, 0);
+            if (!names.contains(name) && name != "system" && !name.startsWith("Gigmora Midi") &&
+                name != "Gigmora Audio" && name != jack_get_client_name(client))
+                names << name;
+        }
+        jack_free(ports);
+    }
+    return names;
+}
+
+void ArdourDisplay::start() {
+    for (const char* program : {"ardour", "ardour7-new_session", "xdotool"})
+        ASSERT_FALSE(QStandardPaths::findExecutable(program).isEmpty())
+            << program << " is not installed (scripts/setup installs it)";
+    ASSERT_FALSE(qEnvironmentVariableIsEmpty("GIGMORA_TEST_JACK"))
+        << "the real-DAW test needs the test JACK server: run it through scripts/test";
+    // The temporary home hides the system's data folders (desktop entries, for the workspace
+    // tests); Ardour needs their MIME database to read its own icons.
+    qputenv("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    ASSERT_NO_FATAL_FAILURE(xvfb_.start());
+}

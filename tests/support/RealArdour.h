@@ -1,0 +1,33 @@
+#pragma once
+
+#include "support/XvfbDisplay.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <jack/types.h>
+
+// What the tests with Debian's real Ardour share.
+
+// Whether a window is titled after the session ("*" marks one with unsaved changes).
+bool titled(const QString& name);
+
+// A session with a stereo Master bus under the temporary home, made by Ardour's own tool (the
+// empty-session tool makes none, and a song without one reaches no speaker); its folder.
+QString ardourSession(const QString& name);
+
+// Ardour processes running on this machine (the `ardour` script starts one of these).
+int ardourProcesses();
+
+// JACK clients other than the server's own, Gigmora's and the asking client's: the DAWs' names.
+QStringList dawJackClients(jack_client_t* client);
+
+// Ardour, Xvfb and the test JACK server, or a failure that says which is missing; then a
+// display of its own for Ardour's window.
+class ArdourDisplay {
+public:
+    void start(); // use with ASSERT_NO_FATAL_FAILURE
+
+private:
+    XvfbDisplay xvfb_;
+};
