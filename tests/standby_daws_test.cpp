@@ -115,14 +115,14 @@ TEST_F(StandbyDawsTest, ADeadStandbyFallsBackToOneDaw) {
         const qint64 standby = daws.instance(1)->dawProcessId();
         ASSERT_GT(standby, 0) << "death " << death;
         ASSERT_EQ(::kill(pid_t(standby), SIGKILL), 0);
-        if (death < SessionManager::kDeathsBeforeGivingUp)
-            ASSERT_TRUE(waitUntil(
-                [&] {
-                    const qint64 now = daws.instance(1)->dawProcessId();
-                    return now != standby && now > 0 && ready(daws, "Opener", "Ballad");
-                },
-                10000))
-                << "back after death " << death << ": " << daws.stateText().toStdString();
+        if (death == SessionManager::kDeathsBeforeGivingUp) break;
+        ASSERT_TRUE(waitUntil(
+            [&] {
+                const qint64 now = daws.instance(1)->dawProcessId();
+                return now != standby && now > 0 && ready(daws, "Opener", "Ballad");
+            },
+            10000))
+            << "back after death " << death << ": " << daws.stateText().toStdString();
     }
     EXPECT_FALSE(said.filter("Opener playing · standby: ").isEmpty())
         << said.join('\n').toStdString();
