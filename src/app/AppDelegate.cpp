@@ -97,8 +97,8 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
 
 AppDelegate::~AppDelegate() {
     TzPrefsWindowController::releaseShared();
-    dawControl_->shutdown(); // its router reads the MIDI services' trigger count
-    delete remotes_;         // nothing reaches the remotes while the rest goes
+    dawControl_->closeRouter(); // it reads the MIDI services' trigger count
+    delete remotes_;            // nothing reaches the remotes while the rest goes
     remotes_ = nullptr;
     NotificationCenter::defaultCenter().removeObserver(this);
     window_.reset();

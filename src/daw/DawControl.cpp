@@ -79,6 +79,10 @@ bool DawControl::openSession(const QString& path) {
     return managesSessions();
 }
 
+void DawControl::closeRouter() {
+    if (standby_) standby_->closeRouter();
+}
+
 bool DawControl::swapsAtOnce(const QString& path) const {
     return standby_ && standby_->swapsAtOnce(path);
 }

@@ -47,6 +47,8 @@ public:
     bool swapsAtOnce(const QString& path) const;
     // Ends the DAW Gigmora started (on quit, after the library is saved).
     void shutdown();
+    // Closes the standby's audio router, before the MIDI services it reads from go.
+    void closeRouter();
     QString stateText() const;
     // The one DAW's manager, or the active instance's with a standby.
     SessionManager* sessionManager() const;

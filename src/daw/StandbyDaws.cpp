@@ -208,6 +208,11 @@ void StandbyDaws::rearm() {
     router_.arm(router_.target() == active_ && swapsAtOnce(next) ? standby() : -1);
 }
 
+void StandbyDaws::closeRouter() {
+    graph_.stop();
+    router_.stop();
+}
+
 void StandbyDaws::shutdown() {
     spillover_.stop();
     graph_.stop();
