@@ -4,6 +4,8 @@
 #include "support/TempHome.h"
 
 #include <QDir>
+#include <QFile>
+#include <QStandardPaths>
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -131,4 +133,62 @@ TEST_F(StandbyDawsTest, ADeadStandbyFallsBackToOneDaw) {
     daws.open(songs_[2]);
     ASSERT_TRUE(waitUntil([&] { return daws.instance(0)->loadedPath() == songs_[2]; }, 10000));
     EXPECT_EQ(daws.router().target(), 0) << "the one DAW loaded it itself";
+}
+
+// Deaths never leave one session open in both: the active instance, killed, comes back as the
+// standby with the song after the new current one, not the song it had; a standby killed while
+// its song is recalled comes back without it, since the other instance loaded it meanwhile.
+TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
+    REQUIRE_JACK();
+    stage_ = songs_[0];
+    StandbyDaws daws(options());
+    daws.start();
+    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000));
+
+    ASSERT_EQ(::kill(pid_t(daws.instance(0)->dawProcessId()), SIGKILL), 0);
+    ASSERT_TRUE(waitUntil([&] { return !daws.instance(0)->isUp(); }));
+    daws.open(songs_[1]);
+    stage_ = songs_[1];
+    EXPECT_EQ(daws.active(), 1) << "the standby was up: swapped at once";
+    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Ballad", "Encore"); }, 10000))
+        << daws.stateText().toStdString();
+    EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[2]);
+
+    ASSERT_EQ(::kill(pid_t(daws.instance(0)->dawProcessId()), SIGKILL), 0);
+    ASSERT_TRUE(waitUntil([&] { return daws.stateText().contains(" · standby: "); }))
+        << daws.stateText().toStdString();
+    daws.open(songs_[2]);
+    stage_ = songs_[2];
+    ASSERT_TRUE(waitUntil([&] { return daws.instance(1)->loadedPath() == songs_[2]; }, 10000))
+        << "the one DAW up loaded it itself";
+    ASSERT_TRUE(waitUntil([&] { return daws.instance(0)->isUp(); }, 10000));
+    ASSERT_TRUE(waitUntil([&] { return daws.stateText() == "Encore playing"; }, 10000))
+        << daws.stateText().toStdString();
+    EXPECT_NE(daws.instance(0)->loadedPath().toStdString(), songs_[2].toStdString());
+    EXPECT_EQ(daws.router().target(), 1);
+}
+
+// The second instance writes its configuration in a home of its own, which starts as a copy of
+// the musician's configuration of that DAW.
+TEST_F(StandbyDawsTest, TheSecondInstanceHasAConfigurationOfItsOwn) {
+    const QString own = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    ASSERT_TRUE(QDir().mkpath(own + "/fake_nsm_daw7/templates"));
+    QFile prefs(own + "/fake_nsm_daw7/templates/t.template");
+    ASSERT_TRUE(prefs.open(QIODevice::WriteOnly));
+    prefs.write("the musician's");
+    prefs.close();
+    const QString home = StandbyDaws::configHome(1);
+    EXPECT_TRUE(StandbyDaws::configHome(0).isEmpty());
+    EXPECT_FALSE(home.startsWith(own + "/fake_nsm_daw"));
+    { StandbyDaws daws(options()); }
+    QFile copy(home + "/fake_nsm_daw7/templates/t.template");
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), "the musician's");
+    ASSERT_TRUE(prefs.open(QIODevice::WriteOnly));
+    prefs.write("changed since");
+    prefs.close();
+    { StandbyDaws daws(options()); }
+    copy.close();
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), "the musician's") << "copied once; then it keeps its own";
 }

@@ -209,6 +209,8 @@ void SessionManager::launch() {
     });
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("NSM_URL"), nsm_.url());
+    for (const QString& variable : options_.environment)
+        env.insert(variable.section('=', 0, 0), variable.section('=', 1));
     setState(QStringLiteral("Starting %1…").arg(dawName()));
     QString output = outputFile();
     if (output.isEmpty())
@@ -262,7 +264,9 @@ void SessionManager::announced() {
     }
     // Started (again): the song asked for meanwhile, else the one it had, else the stage's.
     // A DAW with nothing open may give up on its session manager, so it always gets one.
-    if (waiting_.isEmpty()) waiting_ = loaded_;
+    if (waiting_.isEmpty())
+        waiting_ =
+            options_.songOnReturn && !loaded_.isEmpty() ? options_.songOnReturn(loaded_) : loaded_;
     loaded_.clear();
     if (waiting_.isEmpty()) {
         waiting_ = songToOpen();

@@ -40,6 +40,10 @@ public:
         QString runtimeFolder;
         // The session folder of the song the stage is on; empty when it has none.
         std::function<QString()> stageSong;
+        // The song a DAW started again after a death opens, given the one it had; unset: that.
+        std::function<QString(const QString&)> songOnReturn;
+        // Added to the DAW's environment ("NAME=value").
+        QStringList environment;
     };
     static constexpr int kDeathsBeforeGivingUp = 3;
     static constexpr int kDeathWindowMs = 60000;

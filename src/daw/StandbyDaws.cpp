@@ -3,11 +3,34 @@
 #include "daw/DawLog.h"
 #include "platform/Guard.h"
 
+#include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
+#include <QStandardPaths>
 
 namespace {
 QString songName(const QString& path) {
     return QFileInfo(path).fileName();
+}
+
+// The second instance starts from a copy of the musician's configuration of that DAW (the
+// folders named after its program, "ardour7" for Ardour), made once; then it keeps its own.
+void seedConfigHome(const QStringList& program, const QString& home) {
+    if (program.isEmpty() || QFileInfo::exists(home)) return;
+    QDir().mkpath(home);
+    const QString prefix = SessionManager::nameOf(program).toLower();
+    const QDir own(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation));
+    for (const QString& folder : own.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (!folder.toLower().startsWith(prefix)) continue;
+        const QString from = own.filePath(folder);
+        QDirIterator files(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            const QString file = files.next();
+            const QString to = home + '/' + folder + '/' + QDir(from).relativeFilePath(file);
+            QDir().mkpath(QFileInfo(to).path());
+            QFile::copy(file, to);
+        }
+    }
 }
 } // namespace
 
@@ -42,13 +65,18 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
             o.name = (o.name.isEmpty() ? SessionManager::nameOf(o.program) : o.name) +
                      QStringLiteral(" B");
             if (!o.placeholder.isEmpty()) o.placeholder += QStringLiteral(" B");
-            // Announced, the standby takes the song after the stage's.
-            o.stageSong = [this] {
-                const QString stage = options_.daw.stageSong ? options_.daw.stageSong() : QString();
-                return stage.isEmpty() || !options_.songAfter ? QString()
-                                                              : options_.songAfter(stage);
-            };
+            // The DAW writes its configuration as it goes: the second one gets a home of its
+            // own, so that neither overwrites the other's.
+            const QString home = configHome(i);
+            seedConfigHome(o.program, home);
+            o.environment << QStringLiteral("XDG_CONFIG_HOME=") + home;
         }
+        // Announced, or back from a death, an instance takes the song its role asks for: the
+        // stage's when it is heard, the next one when it stands by.
+        o.stageSong = [this, i] { return i == active_ ? stageSongNow() : standbySong(); };
+        o.songOnReturn = [this, i](const QString& had) {
+            return i == active_ ? had : standbySong();
+        };
         auto daw = std::make_unique<SessionManager>(std::move(o));
         connect(daw.get(), &SessionManager::loaded, this, [this, i](const QString& path, qint64) {
             guarded("StandbyDaws::loaded", [&] { loadedIn(i, path); });
@@ -160,6 +188,27 @@ void StandbyDaws::swap() {
     spillover_.start();
 }
 
+QString StandbyDaws::stageSongNow() const {
+    return options_.daw.stageSong ? options_.daw.stageSong() : QString();
+}
+
+QString StandbyDaws::standbySong() const {
+    const SessionManager& playing = *daws_[size_t(active_)];
+    QString song = nextSong();
+    if (song.isEmpty() && playing.loadedPath().isEmpty() && options_.songAfter) {
+        const QString stage = stageSongNow();
+        if (!stage.isEmpty()) song = options_.songAfter(stage);
+    }
+    // A session is never open in both.
+    return song == playing.loadedPath() || song == playing.pendingPath() ? QString() : song;
+}
+
+QString StandbyDaws::configHome(int instance) {
+    if (instance == 0) return QString(); // the musician's own
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/Gigmora/") + clientId(instance);
+}
+
 QString StandbyDaws::nextSong() const {
     if (!wanted_.isEmpty()) return wanted_;
     const QString current = daws_[size_t(active_)]->loadedPath();
@@ -202,7 +251,7 @@ void StandbyDaws::updateState() {
 void StandbyDaws::rearm() {
     // The next trigger recalls the song after the stage's: if the standby holds it, heard by
     // the router, the trigger itself swaps.
-    const QString stage = options_.daw.stageSong ? options_.daw.stageSong() : QString();
+    const QString stage = stageSongNow();
     const QString next =
         stage.isEmpty() || !options_.songAfter ? QString() : options_.songAfter(stage);
     router_.arm(router_.target() == active_ && swapsAtOnce(next) ? standby() : -1);

@@ -30,6 +30,8 @@ public:
         std::function<QString(const QString&)> songAfter;
     };
     static QString clientId(int instance); // "Gigmora DAW", "Gigmora DAW B"
+    // Where the instance's DAW keeps its configuration; empty: the musician's own.
+    static QString configHome(int instance);
 
     explicit StandbyDaws(Options options, QObject* parent = nullptr);
     ~StandbyDaws() override;
@@ -66,6 +68,9 @@ private:
     void swapIfReady();
     // The song the standby should hold: the one asked for, else the one after the current.
     QString nextSong() const;
+    QString stageSongNow() const;
+    // The song the standby should open now; empty: none (the active one has it).
+    QString standbySong() const;
     void prepareStandby();
     void updateState();
     // Arms the router to swap by itself on the next trigger when the standby is ready for it.
