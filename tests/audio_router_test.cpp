@@ -185,3 +185,50 @@ TEST(AudioRouter, OneRouterAServer) {
     EXPECT_FALSE(second.start(&error));
     EXPECT_EQ(error, "another \"Gigmora Audio\" is on the JACK server");
 }
+
+// With a transport to tell, the swap's MIDI Machine Control is sent in the very period of the
+// swap; the DAW, which runs before the router in JACK's graph (the router listens to it), gets
+// it at the start of its next period, no later: Play to the instance swapped to, or Stop to the one
+// left behind; nothing goes to the other, and nothing at all while no swap happens.
+TEST(AudioRouter, TellsTheTransportInThePeriodOfTheSwap) {
+    REQUIRE_JACK();
+    for (const auto transport :
+         {AudioRouter::Transport::PlayNew, AudioRouter::Transport::StopOld}) {
+        const bool play = transport == AudioRouter::Transport::PlayNew;
+        AudioProbe listener("router listener");
+        AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora DAW B", 0.5f);
+        ASSERT_TRUE(listener.isOpen() && a.isOpen() && b.isOpen());
+        AudioRouter router(
+            {{listener.inputName(0), listener.inputName(1)}, 64, 0, nullptr, transport});
+        QString error;
+        ASSERT_TRUE(router.start(&error)) << error.toStdString();
+        ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));
+        ASSERT_TRUE(router.routeInstance(1, "Gigmora DAW B", "Master/audio_out"));
+        const auto level = [&] {
+            const auto h = listener.heard();
+            return h.empty() ? -1.0f : h.back().last;
+        };
+        ASSERT_TRUE(waitUntil([&] { return level() == 0.25f; }));
+        EXPECT_TRUE(a.commands().empty() && b.commands().empty()) << "no swap, no command";
+
+        const size_t before = listener.heard().size();
+        router.swapTo(1);
+        AudioProbe& told = play ? b : a;
+        ASSERT_TRUE(waitUntil([&] { return level() == 0.5f && !told.commands().empty(); }));
+        const auto commands = told.commands();
+        ASSERT_EQ(commands.size(), 1u);
+        EXPECT_EQ(commands[0].command, play ? 2 : 1);
+        EXPECT_TRUE((play ? a : b).commands().empty());
+        // The period whose first sample began the crossfade.
+        jack_nframes_t swapped = 0;
+        const auto heard = listener.heard();
+        for (size_t i = before; i < heard.size(); ++i)
+            if (heard[i].last != 0.25f) {
+                swapped = heard[i].start;
+                break;
+            }
+        EXPECT_GE(commands[0].start, swapped);
+        EXPECT_LE(commands[0].start - swapped, listener.period())
+            << (play ? "play-new" : "stop-old");
+    }
+}

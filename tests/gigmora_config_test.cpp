@@ -59,9 +59,10 @@ TEST_F(GigmoraConfigTest, StandbySettings) {
     EXPECT_EQ(fresh.mainOutputs, "Master/audio_out");
     EXPECT_EQ(fresh.crossfadeSamples, 64);
     EXPECT_EQ(fresh.spilloverMs, 0);
+    EXPECT_EQ(fresh.transportOnSwitch, GigmoraConfig::Daw::Transport::Keep);
 
     write("[daw]\nstandby=true\noutputs=mixer:in_7, mixer:in_8\ncrossfade=48001\n"
-          "spillover=2500\nmainOutputs=\n");
+          "spillover=2500\nmainOutputs=\ntransportOnSwitch=play-new\n");
     LogCapture log;
     GigmoraConfig::Daw daw = GigmoraConfig::daw();
     EXPECT_TRUE(daw.standby);
@@ -69,13 +70,16 @@ TEST_F(GigmoraConfigTest, StandbySettings) {
     EXPECT_EQ(daw.crossfadeSamples, 64) << "past the limit";
     EXPECT_EQ(daw.spilloverMs, 2500);
     EXPECT_EQ(daw.mainOutputs, "Master/audio_out");
+    EXPECT_EQ(daw.transportOnSwitch, GigmoraConfig::Daw::Transport::PlayNew);
     EXPECT_EQ(log.lines().filter("Gigmora.conf").size(), 2);
 
-    write("[daw]\noutputs=\n");
+    write("[daw]\noutputs=\ntransportOnSwitch=rewind\n");
+    EXPECT_EQ(GigmoraConfig::daw().transportOnSwitch, GigmoraConfig::Daw::Transport::Keep);
     EXPECT_TRUE(GigmoraConfig::daw().outputs.isEmpty()) << "connected nowhere";
 
     daw.outputs = {"system:playback_3", "system:playback_4"};
     daw.crossfadeSamples = 0;
+    daw.transportOnSwitch = GigmoraConfig::Daw::Transport::StopOld;
     GigmoraConfig::setDaw(daw);
     EXPECT_TRUE(GigmoraConfig::daw() == daw);
 }

@@ -273,6 +273,11 @@ TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
     emit crossfade->editingFinished();
     EXPECT_EQ(GigmoraConfig::daw().outputs, (QStringList{"mixer:in_1", "mixer:in_2"}));
     EXPECT_EQ(GigmoraConfig::daw().crossfadeSamples, 256);
+    auto* transport = find<QComboBox>("prefsTransportOnSwitch");
+    ASSERT_TRUE(transport && transport->isEnabled());
+    EXPECT_EQ(transport->accessibleName(), "Transport at a swap");
+    pick(transport, 2);
+    EXPECT_EQ(GigmoraConfig::daw().transportOnSwitch, GigmoraConfig::Daw::Transport::PlayNew);
     ASSERT_TRUE(app->dawControl()->standbyDaws());
     pick(control, 0);
     EXPECT_FALSE(app->dawControl()->managesSessions());

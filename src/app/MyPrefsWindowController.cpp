@@ -10,6 +10,8 @@
 #include "settings/Prefs.h"
 #include "ui_Preferences.h"
 
+#include <algorithm>
+
 namespace {
 const QString kNoDevice = QStringLiteral("No Device");
 
@@ -96,6 +98,8 @@ void MyPrefsWindowController::connectControls() {
          &C::dawControlEdited);
     wire(u.prefsCrossfade, &QSpinBox::editingFinished, this, "crossfade", &C::dawControlEdited);
     wire(u.prefsSpillover, &QSpinBox::editingFinished, this, "spillover", &C::dawControlEdited);
+    wire(u.prefsTransportOnSwitch, &Combo::activated, this, "transportOnSwitch",
+         &C::dawControlEdited);
 }
 
 void MyPrefsWindowController::showDawControl() {
@@ -113,8 +117,10 @@ void MyPrefsWindowController::showDawControl() {
     u.prefsMainOutputs->setText(daw.mainOutputs);
     u.prefsCrossfade->setValue(daw.crossfadeSamples);
     u.prefsSpillover->setValue(daw.spilloverMs);
-    for (QWidget* w : std::initializer_list<QWidget*>{u.prefsAudioOutputs, u.prefsMainOutputs,
-                                                      u.prefsCrossfade, u.prefsSpillover})
+    u.prefsTransportOnSwitch->setCurrentIndex(int(daw.transportOnSwitch));
+    for (QWidget* w :
+         std::initializer_list<QWidget*>{u.prefsAudioOutputs, u.prefsMainOutputs, u.prefsCrossfade,
+                                         u.prefsSpillover, u.prefsTransportOnSwitch})
         w->setEnabled(managed && daw.standby);
 }
 
@@ -135,6 +141,8 @@ void MyPrefsWindowController::dawControlEdited() {
         daw.mainOutputs = u.prefsMainOutputs->text().trimmed();
     daw.crossfadeSamples = u.prefsCrossfade->value();
     daw.spilloverMs = u.prefsSpillover->value();
+    daw.transportOnSwitch =
+        GigmoraConfig::Daw::Transport(std::clamp(u.prefsTransportOnSwitch->currentIndex(), 0, 2));
     if (daw == before) return;
     GigmoraConfig::setDaw(daw);
     showDawControl();

@@ -6,9 +6,13 @@
 #include <algorithm>
 
 #include <jack/jack.h>
+#include <jack/midiport.h>
 
 namespace {
 const char* const kInstanceNames[] = {"Gigmora DAW", "Gigmora DAW B"};
+// MIDI Machine Control to every device (7F): Stop, Play.
+constexpr jack_midi_data_t kMmcStop[] = {0xF0, 0x7F, 0x7F, 0x06, 0x01, 0xF7};
+constexpr jack_midi_data_t kMmcPlay[] = {0xF0, 0x7F, 0x7F, 0x06, 0x02, 0xF7};
 
 // jack_get_ports' and jack_port_get_all_connections' lists, freed as JACK wants.
 struct PortList {
@@ -36,6 +40,10 @@ QString AudioRouter::inputName(int instance, int channel) {
     return QStringLiteral("%1 in %2").arg(QLatin1String(kInstanceNames[instance])).arg(channel + 1);
 }
 
+QString AudioRouter::mmcName(int instance) {
+    return QStringLiteral("MMC to %1").arg(QLatin1String(kInstanceNames[instance]));
+}
+
 QString AudioRouter::outputName(int channel) {
     return QStringLiteral("out %1").arg(channel + 1);
 }
@@ -61,8 +69,18 @@ bool AudioRouter::start(QString* error) {
         outputs_[size_t(c)] =
             jack_port_register(client.get(), outputName(c).toUtf8().constData(),
                                JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput | JackPortIsTerminal, 0);
-    const auto ports = {inputs_[0][0], inputs_[0][1], inputs_[1][0],
-                        inputs_[1][1], outputs_[0],   outputs_[1]};
+    const bool tells = options_.transport != Transport::Keep;
+    for (int i = 0; i < RouterMix::kInstances && tells; ++i)
+        mmc_[size_t(i)] = jack_port_register(client.get(), mmcName(i).toUtf8().constData(),
+                                             JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+    const auto ports = {inputs_[0][0],
+                        inputs_[0][1],
+                        inputs_[1][0],
+                        inputs_[1][1],
+                        outputs_[0],
+                        outputs_[1],
+                        tells ? mmc_[0] : outputs_[0],
+                        tells ? mmc_[1] : outputs_[0]};
     if (std::find(ports.begin(), ports.end(), nullptr) != ports.end()) {
         *error = QStringLiteral("its ports could not be made");
         return false;
@@ -118,12 +136,24 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QS
         if (!mine.isEmpty() && !jack_port_connected_to(port, mine.constData()))
             jack_connect(client_.get(), from.constData(), mine.constData());
     }
+    if (jack_port_t* mmc = mmc_[size_t(instance)]) {
+        const QString mmcIn =
+            QStringLiteral("^%1:MMC in$").arg(QRegularExpression::escape(dawClient));
+        const PortList in{jack_get_ports(client_.get(), mmcIn.toUtf8().constData(),
+                                         JACK_DEFAULT_MIDI_TYPE, JackPortIsInput)};
+        for (const QString& to : in.list())
+            if (!jack_port_connected_to(mmc, to.toUtf8().constData()))
+                jack_connect(client_.get(), jack_port_name(mmc), to.toUtf8().constData());
+    }
     return true;
 }
 
 bool AudioRouter::hasInput(int instance) const {
-    return client_ && instance >= 0 && instance < RouterMix::kInstances &&
-           jack_port_connected(inputs_[size_t(instance)][0]) > 0;
+    if (!client_ || instance < 0 || instance >= RouterMix::kInstances) return false;
+    // With a transport to tell, the DAW must also hear it.
+    const jack_port_t* mmc = mmc_[size_t(instance)];
+    return jack_port_connected(inputs_[size_t(instance)][0]) > 0 &&
+           (!mmc || jack_port_connected(mmc) > 0);
 }
 
 jack_nframes_t AudioRouter::sampleRate() const {
@@ -148,6 +178,21 @@ int AudioRouter::process(jack_nframes_t frames, void* self) {
                 static_cast<const float*>(jack_port_get_buffer(router->inputs_[i][c], frames));
     for (size_t c = 0; c < RouterMix::kChannels; ++c)
         out[c] = static_cast<float*>(jack_port_get_buffer(router->outputs_[c], frames));
-    router->mix_.process(in, out, frames);
+    const int target = router->mix_.process(in, out, frames);
+    if (router->options_.transport != Transport::Keep) {
+        void* mmc[RouterMix::kInstances];
+        for (size_t i = 0; i < RouterMix::kInstances; ++i) {
+            mmc[i] = jack_port_get_buffer(router->mmc_[i], frames);
+            jack_midi_clear_buffer(mmc[i]);
+        }
+        // Told in the period of the swap, at its first sample.
+        if (target != router->heard_) {
+            if (router->options_.transport == Transport::StopOld)
+                jack_midi_event_write(mmc[router->heard_], 0, kMmcStop, sizeof kMmcStop);
+            else
+                jack_midi_event_write(mmc[target], 0, kMmcPlay, sizeof kMmcPlay);
+        }
+    }
+    router->heard_ = target;
     return 0;
 }

@@ -18,12 +18,15 @@
 class AudioRouter {
 public:
     static constexpr const char* kClientName = "Gigmora Audio";
+    // What the DAWs' transports are told at a swap, as MIDI Machine Control.
+    enum class Transport { Keep, StopOld, PlayNew };
     struct Options {
         QStringList outputs;     // where the output pair goes; empty: nowhere
         uint32_t crossfade = 64; // samples
         uint32_t spilloverMs = 0;
         // Next-song triggers counted in real time (see RouterMix::setTriggers); may be null.
         const std::atomic<uint32_t>* triggers = nullptr;
+        Transport transport = Transport::Keep;
     };
 
     explicit AudioRouter(Options options);
@@ -40,6 +43,7 @@ public:
     // "Gigmora DAW in 1", "Gigmora DAW B in 2": the short names of the inputs.
     static QString inputName(int instance, int channel);
     static QString outputName(int channel); // "out 1", "out 2"
+    static QString mmcName(int instance);   // "MMC to Gigmora DAW", "MMC to Gigmora DAW B"
     // The DAW instance heard from the next period on; the one heard now.
     void swapTo(int instance) { mix_.swapTo(instance); }
     // The instance the next trigger swaps to by itself, in the period it arrives; -1: none.
@@ -48,9 +52,11 @@ public:
     bool audible(int instance) const { return mix_.audible(instance); }
     // Connects the main outputs of the JACK client `dawClient` (its audio outputs whose names
     // contain `mainMark`, in name order) to the instance's inputs, and cuts every other
-    // connection they have; false when the client shows no such outputs.
+    // connection they have; false when the client shows no such outputs. With a transport to
+    // tell, the instance's MMC output goes to the DAW's "MMC in".
     bool routeInstance(int instance, const QString& dawClient, const QString& mainMark);
-    // Something is connected to the instance's inputs: swapping to it will be heard.
+    // Something is connected to the instance's inputs (and MMC output, with a transport to
+    // tell): swapping to it will be heard.
     bool hasInput(int instance) const;
     jack_nframes_t sampleRate() const;
     // Whether ports came or went or connections changed on the server since the last call: a
@@ -72,4 +78,6 @@ private:
     std::unique_ptr<jack_client_t, ClientCloser> client_;
     std::array<std::array<jack_port_t*, RouterMix::kChannels>, RouterMix::kInstances> inputs_{};
     std::array<jack_port_t*, RouterMix::kChannels> outputs_{};
+    std::array<jack_port_t*, RouterMix::kInstances> mmc_{}; // with a transport to tell only
+    int heard_ = 0; // the real-time side's: the instance of the last period
 };

@@ -24,7 +24,7 @@ void RouterMix::setTriggers(const std::atomic<uint32_t>* triggers) {
     triggersSeen_ = triggers ? triggers->load(std::memory_order_acquire) : 0;
 }
 
-void RouterMix::process(const Inputs& in, const Outputs& out, uint32_t frames) {
+int RouterMix::process(const Inputs& in, const Outputs& out, uint32_t frames) {
     if (triggers_) {
         const uint32_t seen = triggers_->load(std::memory_order_acquire);
         if (seen != triggersSeen_) {
@@ -64,4 +64,5 @@ void RouterMix::process(const Inputs& in, const Outputs& out, uint32_t frames) {
     }
     for (int i = 0; i < kInstances; ++i)
         audible_[size_t(i)].store(position_[size_t(i)] > 0.0f, std::memory_order_release);
+    return target;
 }

@@ -32,8 +32,9 @@ public:
     void arm(int instance) { armed_.store(instance, std::memory_order_release); }
     int armed() const { return armed_.load(std::memory_order_acquire); }
 
-    // The real-time side: `frames` samples of every input to every output.
-    void process(const Inputs& in, const Outputs& out, uint32_t frames);
+    // The real-time side: `frames` samples of every input to every output; the instance this
+    // period swapped to or kept.
+    int process(const Inputs& in, const Outputs& out, uint32_t frames);
 
 private:
     std::atomic<int> target_{0};

@@ -7,6 +7,20 @@
 #include <QCryptographicHash>
 #include <QStandardPaths>
 
+namespace {
+AudioRouter::Transport transportAtSwap(GigmoraConfig::Daw::Transport transport) {
+    switch (transport) {
+    case GigmoraConfig::Daw::Transport::StopOld:
+        return AudioRouter::Transport::StopOld;
+    case GigmoraConfig::Daw::Transport::PlayNew:
+        return AudioRouter::Transport::PlayNew;
+    case GigmoraConfig::Daw::Transport::Keep:
+        break;
+    }
+    return AudioRouter::Transport::Keep;
+}
+} // namespace
+
 DawControl::DawControl(QObject* parent) : QObject(parent) {}
 
 DawControl::~DawControl() {
@@ -33,7 +47,8 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
             StandbyDaws::Options two;
             two.daw = std::move(options);
             two.router = {settings.outputs, uint32_t(settings.crossfadeSamples),
-                          uint32_t(settings.spilloverMs), triggers_};
+                          uint32_t(settings.spilloverMs), triggers_,
+                          transportAtSwap(settings.transportOnSwitch)};
             two.mainOutputs = settings.mainOutputs;
             two.songAfter = songAfter_;
             standby_ = std::make_unique<StandbyDaws>(std::move(two));

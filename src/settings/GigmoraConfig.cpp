@@ -14,6 +14,7 @@
 namespace {
 constexpr const char* kLogic = "logic";
 constexpr const char* kSessionManager = "session-manager";
+constexpr const char* kTransports[] = {"keep", "stop-old", "play-new"};
 
 // A settings file that cannot be written is said, not taken for saved.
 void checkWritten(const QSettings& file) {
@@ -137,20 +138,28 @@ GigmoraConfig::Daw GigmoraConfig::daw() {
     file.take("mainOutputs", text([](const QString& m) { return !m.isEmpty(); }), daw.mainOutputs);
     file.take("crossfade", between(0, kMaxCrossfadeSamples), daw.crossfadeSamples);
     file.take("spillover", between(0, kMaxSpilloverMs), daw.spilloverMs);
+    const auto transport = [](const QVariant& v) -> std::optional<Daw::Transport> {
+        for (int t = 0; t < 3; ++t)
+            if (v.toString() == QLatin1String(kTransports[t])) return Daw::Transport(t);
+        return std::nullopt;
+    };
+    file.take("transportOnSwitch", transport, daw.transportOnSwitch);
     return daw;
 }
 
 void GigmoraConfig::setDaw(const Daw& daw) {
     const bool managed = daw.control == Daw::Control::SessionManager;
-    store("daw", {{"control", QString::fromLatin1(managed ? kSessionManager : kLogic)},
-                  {"command", daw.command},
-                  {"saveBeforeSwitch", daw.saveBeforeSwitch},
-                  {"loadTimeout", daw.loadTimeoutSeconds},
-                  {"standby", daw.standby},
-                  {"outputs", daw.outputs.join(QStringLiteral(", "))},
-                  {"mainOutputs", daw.mainOutputs},
-                  {"crossfade", daw.crossfadeSamples},
-                  {"spillover", daw.spilloverMs}});
+    store("daw",
+          {{"control", QString::fromLatin1(managed ? kSessionManager : kLogic)},
+           {"command", daw.command},
+           {"saveBeforeSwitch", daw.saveBeforeSwitch},
+           {"loadTimeout", daw.loadTimeoutSeconds},
+           {"standby", daw.standby},
+           {"outputs", daw.outputs.join(QStringLiteral(", "))},
+           {"mainOutputs", daw.mainOutputs},
+           {"crossfade", daw.crossfadeSamples},
+           {"spillover", daw.spilloverMs},
+           {"transportOnSwitch", QString::fromLatin1(kTransports[int(daw.transportOnSwitch)])}});
 }
 
 GigmoraConfig::Osc GigmoraConfig::osc() {

@@ -25,6 +25,10 @@ public:
         QString mainOutputs = QStringLiteral("Master/audio_out");
         int crossfadeSamples = 64; // the equal-power crossfade at a swap
         int spilloverMs = 0;       // how long the song left behind rings on, fading
+        // What the DAWs' transports are told at a swap (MIDI Machine Control); in this order
+        // in the preferences.
+        enum class Transport { Keep, StopOld, PlayNew };
+        Transport transportOnSwitch = Transport::Keep;
         bool operator==(const Daw&) const = default;
 
         // The command split as a desktop entry's Exec line is (quotes, no shell).

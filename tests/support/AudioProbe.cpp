@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <jack/jack.h>
+#include <jack/midiport.h>
 
 AudioProbe::AudioProbe(const QString& name, float level) : level_(level) {
     client_ = jack_client_open(name.toUtf8().constData(), JackNoStartServer, nullptr);
@@ -15,7 +16,9 @@ AudioProbe::AudioProbe(const QString& name, float level) : level_(level) {
             jack_port_register(client_, QStringLiteral("in %1").arg(c + 1).toUtf8().constData(),
                                JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
     }
+    mmc_ = jack_port_register(client_, "MMC in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
     heard_.resize(kPeriods);
+    commands_.resize(kCommands);
     jack_set_process_callback(client_, &AudioProbe::process, this);
     jack_activate(client_);
 }
@@ -39,6 +42,11 @@ std::vector<AudioProbe::Heard> AudioProbe::heard() const {
     return {heard_.begin(), heard_.begin() + long(n)};
 }
 
+std::vector<AudioProbe::Command> AudioProbe::commands() const {
+    const size_t n = std::min(commandCount_.load(std::memory_order_acquire), kCommands);
+    return {commands_.begin(), commands_.begin() + long(n)};
+}
+
 jack_nframes_t AudioProbe::now() const {
     return jack_frame_time(client_);
 }
@@ -58,6 +66,16 @@ int AudioProbe::process(jack_nframes_t frames, void* self) {
     if (n < kPeriods) {
         p->heard_[n] = {jack_last_frame_time(p->client_), in[0], in[frames - 1]};
         p->count_.store(n + 1, std::memory_order_release);
+    }
+    void* midi = jack_port_get_buffer(p->mmc_, frames);
+    for (uint32_t e = 0, events = jack_midi_get_event_count(midi); e < events; ++e) {
+        jack_midi_event_t event;
+        const size_t m = p->commandCount_.load(std::memory_order_relaxed);
+        if (jack_midi_event_get(&event, midi, e) != 0 || event.size != 6 || m >= kCommands ||
+            event.buffer[0] != 0xF0 || event.buffer[1] != 0x7F || event.buffer[3] != 0x06)
+            continue;
+        p->commands_[m] = {jack_last_frame_time(p->client_), event.buffer[4]};
+        p->commandCount_.store(m + 1, std::memory_order_release);
     }
     return 0;
 }

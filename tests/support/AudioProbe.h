@@ -7,7 +7,8 @@
 #include <jack/types.h>
 
 // A JACK client of the tests': stereo "Master/audio_out" ports that play a constant, as a
-// DAW's master bus would, and a stereo input that notes the level of every period it hears.
+// DAW's master bus would, a stereo input that notes the level of every period it hears, and
+// an "MMC in" that notes the MIDI Machine Control commands it gets, as a DAW's would.
 class AudioProbe {
 public:
     explicit AudioProbe(const QString& name, float level = 0.0f);
@@ -26,6 +27,11 @@ public:
     };
     // The periods heard so far.
     std::vector<Heard> heard() const;
+    struct Command {
+        jack_nframes_t start; // the first frame of the period it came in
+        int command;          // 1 Stop, 2 Play, ...
+    };
+    std::vector<Command> commands() const;
     jack_nframes_t now() const;
     jack_nframes_t period() const;
 
@@ -36,7 +42,11 @@ private:
     jack_client_t* client_ = nullptr;
     jack_port_t* out_[2] = {};
     jack_port_t* in_[2] = {};
+    jack_port_t* mmc_ = nullptr;
     const float level_;
     std::vector<Heard> heard_;
     std::atomic<size_t> count_{0};
+    static constexpr size_t kCommands = 1000;
+    std::vector<Command> commands_;
+    std::atomic<size_t> commandCount_{0};
 };
