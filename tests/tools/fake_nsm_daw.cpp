@@ -4,8 +4,9 @@
 // an open), --fail-on TEXT (answers an open whose path holds TEXT with /error), --quit-after
 // MS (says why and exits with status 3 after MS, as a DAW giving up does), --jack (with the
 // first open, a JACK client named after the client id, with the main outputs "Master/audio_out
-// 1" and "2" that Ardour has, before it answers). Prints "OPEN <path>
-// <client id>" for every open it gets, so a test can read what it was asked.
+// 1" and "2" that Ardour has, before it answers), --tone (those outputs play a constant: 0.5 for
+// a client id ending in "B", else 0.25, so that a listener tells the instances apart). Prints "OPEN
+// <path> <client id>" for every open it gets, so a test can read what it was asked.
 #include <jack/jack.h>
 #include <lo/lo.h>
 
@@ -28,8 +29,21 @@ struct State {
     std::string failOn;
     int quitAfterMs = -1;
     bool jack = false;
+    bool tone = false;
+    float level = 0.25f;
     jack_client_t* client = nullptr; // lives as long as the process
+    jack_port_t* outputs[2] = {};
 };
+
+int play(jack_nframes_t frames, void* data) {
+    auto* s = static_cast<State*>(data);
+    for (jack_port_t* port : s->outputs) {
+        auto* out = static_cast<float*>(jack_port_get_buffer(port, frames));
+        for (jack_nframes_t i = 0; i < frames; ++i)
+            out[i] = s->tone ? s->level : 0.0f;
+    }
+    return 0;
+}
 
 int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
     auto* s = static_cast<State*>(data);
@@ -41,9 +55,14 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
     if (s->jack && !s->client) {
         s->client =
             jack_client_open(reinterpret_cast<const char*>(argv[2]), JackNoStartServer, nullptr);
+        const std::string id = reinterpret_cast<const char*>(argv[2]);
+        if (!id.empty() && id.back() == 'B') s->level = 0.5f;
         if (s->client) {
+            int c = 0;
             for (const char* port : {"Master/audio_out 1", "Master/audio_out 2"})
-                jack_port_register(s->client, port, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+                s->outputs[c++] = jack_port_register(s->client, port, JACK_DEFAULT_AUDIO_TYPE,
+                                                     JackPortIsOutput, 0);
+            if (s->outputs[0] && s->outputs[1]) jack_set_process_callback(s->client, play, s);
             jack_activate(s->client);
         }
     }
@@ -70,6 +89,7 @@ int main(int argc, char** argv) {
         if (!std::strcmp(argv[i], "--delay") && i + 1 < argc) s.delayMs = std::atoi(argv[++i]);
         if (!std::strcmp(argv[i], "--never-reply")) s.neverReply = true;
         if (!std::strcmp(argv[i], "--jack")) s.jack = true;
+        if (!std::strcmp(argv[i], "--tone")) s.jack = s.tone = true;
         if (!std::strcmp(argv[i], "--fail-on") && i + 1 < argc) s.failOn = argv[++i];
         if (!std::strcmp(argv[i], "--quit-after") && i + 1 < argc)
             s.quitAfterMs = std::atoi(argv[++i]);
