@@ -151,6 +151,10 @@ set(GIGMORA_SOURCES_midi
     src/midi/MidiTypes.h
     src/midi/ReadProcedure.cpp
     src/midi/ReadProcedure.h
+    src/midi/SongMessages.cpp
+    src/midi/SongMessages.h
+    src/midi/SongOutput.cpp
+    src/midi/SongOutput.h
     src/midi/backends/alsa/AlsaConnectionKeeper.cpp
     src/midi/backends/alsa/AlsaConnectionKeeper.h
     src/midi/backends/alsa/AlsaMidiCodec.cpp

@@ -165,6 +165,18 @@ TEST_F(Preferences, ControlsSaveOrNotAsEachOneShould) {
     EXPECT_FLOAT_EQ(Prefs().prefsSelectedDAWDelay, 2.5f);
     pick(find<QComboBox>("prefsDAWPopUp"), 1);
     EXPECT_EQ(Prefs().prefsSelectedDAW.toInt(), 1);
+
+    // Songs' own MIDI on recall: off unless asked for, in Gigmora.conf at once.
+    auto* songMessages = find<QCheckBox>("prefsSendSongMessages");
+    ASSERT_TRUE(songMessages);
+    EXPECT_EQ(songMessages->accessibleName(), songMessages->text());
+    EXPECT_FALSE(songMessages->isChecked());
+    QTest::mouseClick(songMessages, Qt::LeftButton);
+    EXPECT_TRUE(GigmoraConfig::midi().sendSongMessages);
+    EXPECT_TRUE(app->mainMidiObject()->songOutput()) << "the song output is made at once";
+    QTest::mouseClick(songMessages, Qt::LeftButton);
+    EXPECT_FALSE(GigmoraConfig::midi().sendSongMessages);
+    EXPECT_FALSE(app->mainMidiObject()->songOutput());
 }
 
 // A note is a whole number from 0 to 127, typed whole: an entry with a refused key ("200"

@@ -28,6 +28,7 @@
 #include "performance/TriggerDispatch.h"
 #include "platform/Alerts.h"
 #include "platform/Error.h"
+#include "platform/Guard.h"
 #include "platform/GuardedConnect.h"
 #include "platform/NotificationCenter.h"
 #include "platform/SegmentedControl.h"
@@ -237,6 +238,8 @@ void AppDelegate::openPreferences() {
             &AppDelegate::applyDawSettings, Qt::UniqueConnection);
     connect(prefs, &MyPrefsWindowController::remoteSettingsChanged, this,
             &AppDelegate::applyRemoteSettings, Qt::UniqueConnection);
+    connect(prefs, &MyPrefsWindowController::songMessagesChanged, this,
+            &AppDelegate::applySongMessages, Qt::UniqueConnection);
     prefs->showWindow();
 }
 
@@ -245,6 +248,16 @@ void AppDelegate::applyRemoteSettings() {
     remotes_->applyWebSettings();
     MyPrefsWindowController::sharedPrefsWindowController()->remotePane()->showProblem(
         remotes_->webProblem());
+}
+
+void AppDelegate::applySongMessages(bool on) {
+    guarded("AppDelegate::applySongMessages", [&] {
+        if (terminated_) return;
+        // The song output comes and goes with the client's other ports, whose connections
+        // are made again.
+        mainMidiObject_->setSongOutput(on);
+        mainMidiObject_->createMidiPort();
+    });
 }
 
 void AppDelegate::applyDawSettings() {
@@ -257,6 +270,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     filter_->checkNumberOfSetlists();
     filter_->checkNumberOfSongs();
     filter_->makePredicateTemplate();
+    mainMidiObject_->setSongOutput(GigmoraConfig::midi().sendSongMessages);
     mainMidiObject_->createMidiPort();
     TableView* songs = window_->editView()->allSongsTableView();
     songs->selectRowIndexes({0}, false);

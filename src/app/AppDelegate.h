@@ -90,6 +90,8 @@ public:
     OscRemote* oscRemote() const;
     // Gigmora.conf's DAW control, taken again (at launch and when the preferences change it).
     void applyDawSettings();
+    // Sending songs' own MIDI on recall, turned on or off in the preferences.
+    void applySongMessages(bool on);
     // Gigmora.conf's web remote, taken again when the preferences change it.
     void applyRemoteSettings();
     LibraryFilter* filter() const { return filter_.get(); }

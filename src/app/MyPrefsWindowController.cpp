@@ -100,6 +100,8 @@ void MyPrefsWindowController::connectControls() {
     wire(u.prefsSpillover, &QSpinBox::editingFinished, this, "spillover", &C::dawControlEdited);
     wire(u.prefsTransportOnSwitch, &Combo::activated, this, "transportOnSwitch",
          &C::dawControlEdited);
+    wire(u.prefsSendSongMessages, &QCheckBox::clicked, this, "sendSongMessages",
+         &C::songMessagesEdited);
 }
 
 void MyPrefsWindowController::showDawControl() {
@@ -149,6 +151,13 @@ void MyPrefsWindowController::dawControlEdited() {
     emit dawSettingsChanged();
 }
 
+void MyPrefsWindowController::songMessagesEdited() {
+    const bool on = ui_->prefsSendSongMessages->isChecked();
+    if (GigmoraConfig::midi().sendSongMessages == on) return;
+    GigmoraConfig::setMidi({on});
+    emit songMessagesChanged(on);
+}
+
 void MyPrefsWindowController::setupToolbar() {
     sharedPrefs = host_ ? host_->sharedPrefs() : nullptr;
     sharedMainMidi = host_ ? host_->mainMidiObject() : nullptr;
@@ -161,6 +170,7 @@ void MyPrefsWindowController::setupToolbar() {
     ui_->prefsDawDelaySlider->setDoubleValue(sharedPrefs->prefsSelectedDAWDelay);
     showCurrentSettings();
     showDawControl();
+    ui_->prefsSendSongMessages->setChecked(GigmoraConfig::midi().sendSongMessages);
     // Filled at every showing, each on its own: a filler that ends early leaves the others.
     guarded("populatePrefsPopup", [this] { populatePrefsPopup(); });
     guarded("populatePrefsPopupForDestination", [this] { populatePrefsPopupForDestination(); });

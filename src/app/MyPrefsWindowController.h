@@ -61,12 +61,15 @@ signals:
     void dawSettingsChanged();
     // The web remote was changed and stored in Gigmora.conf.
     void remoteSettingsChanged();
+    // Sending songs' own MIDI on recall was turned on or off and stored.
+    void songMessagesChanged(bool on);
 
 private:
     void connectControls();
     // Gigmora.conf's DAW control: shown from the file, stored at once when changed.
     void showDawControl();
     void dawControlEdited();
+    void songMessagesEdited();
     // The settings that setupToolbar does not load, shown as they are.
     void showCurrentSettings();
     void setSpacebarControlsEnabled(bool on);

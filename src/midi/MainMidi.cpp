@@ -4,6 +4,7 @@
 #include "midi/MidiPacketList.h"
 #include "midi/MidiServices.h"
 #include "midi/ReadProcedure.h"
+#include "midi/SongOutput.h"
 #include "platform/Guard.h"
 #include "platform/MainQueue.h"
 #include "platform/UnknownOperationError.h"
@@ -48,6 +49,15 @@ void MainMidi::createMidiPort() {
     services_.objectSetIntegerProperty(sourceVirtualsrc_, MidiProperty::UniqueID,
                                        kVirtualOutputUniqueID);
     services_.objectSetStringProperty(sourceVirtualsrc_, MidiProperty::Model, kModel);
+    if (songOutput_) songOutput_->create(client_);
+}
+
+void MainMidi::setSongOutput(bool on) {
+    if (on == bool(songOutput_)) return;
+    if (on)
+        songOutput_ = std::make_unique<SongOutput>(services_);
+    else
+        songOutput_.reset();
 }
 
 void MainMidi::disConnectFromMidiSourceWithUniqueID() {

@@ -8,12 +8,14 @@
 #include <QStringList>
 #include <QVariant>
 #include <initializer_list>
+#include <memory>
 #include <string_view>
 
 class MidiHost;
 class MidiServices;
 class ManagedObject;
 class Prefs;
+class SongOutput;
 #include <QTimer>
 
 // The MIDI engine: the client, the virtual destination every message arrives at, the virtual
@@ -34,6 +36,10 @@ public:
     MidiCapture& capture() { return capture_; }
 
     void createMidiPort();
+    // Whether songs' own messages go out on recall: "Gigmora Song Output" exists only then,
+    // from the next createMidiPort() on.
+    void setSongOutput(bool on);
+    SongOutput* songOutput() const { return songOutput_.get(); }
     void disConnectFromMidiSourceWithUniqueID();
     void connectToMidiDestinationWithUniqueID();
     QString uniqueIDDevice();
@@ -121,4 +127,5 @@ private:
     MIDIObjectRef gigmoraDestinationEndpointFromUniqueID_ = 0;
     QPointer<QTimer> backupTimer_;
     QPointer<QTimer> backupTimer2_;
+    std::unique_ptr<SongOutput> songOutput_;
 };

@@ -7,6 +7,7 @@
 #include "library/ObjectContext.h"
 #include "library/ProjectKind.h"
 #include "midi/MainMidi.h"
+#include "midi/SongOutput.h"
 #include "platform/MainQueue.h"
 #include "platform/NotificationCenter.h"
 #include "platform/RangeError.h"
@@ -82,6 +83,7 @@ bool SongRecall::runMyScriptInController() {
     if (isProject(controllerFileToOpen)) {
         closeAndScheduleOpening();
         selectedScript = QVariant();
+        sendSongMessages(*song);
     }
     return true;
 }
@@ -100,7 +102,10 @@ bool SongRecall::reverseMyScriptInController() {
     ManagedObject* song = songAt(controller->arrangedObjects(), current);
     if (!song) return false;
     controllerFileToOpen = song->value("path");
-    if (isProject(controllerFileToOpen)) closeAndScheduleOpening();
+    if (isProject(controllerFileToOpen)) {
+        closeAndScheduleOpening();
+        sendSongMessages(*song);
+    }
     return true;
 }
 
@@ -127,7 +132,7 @@ bool SongRecall::runMyScriptUsingProgChangeInController() {
             if (mainMidiObject) mainMidiObject->sendLogicClose();
             selectedScript = QVariant();
             mainThreadOpenLogicFile(controllerFileToOpen);
-            [[maybe_unused]] const auto& messages = first->orderedObjects("midiMessage");
+            sendSongMessages(*first);
         }
     }
     return true;
@@ -143,8 +148,13 @@ void SongRecall::goToLogicProject() {
     controllerFileToOpen = song->value("path");
     if (isProject(controllerFileToOpen)) {
         closeAndScheduleOpening();
-        [[maybe_unused]] const auto& messages = song->orderedObjects("midiMessage");
+        sendSongMessages(*song);
     }
+}
+
+void SongRecall::sendSongMessages(const ManagedObject& song) {
+    // Off unless asked for: then the song output does not exist.
+    if (mainMidiObject && mainMidiObject->songOutput()) mainMidiObject->songOutput()->send(song);
 }
 
 void SongRecall::mainThreadOpenLogicFile(const QVariant&) {

@@ -73,6 +73,8 @@ private:
     // Whether the DAW control in use takes `path` as a song's project.
     bool isProject(const QVariant& path) const;
     void closeAndScheduleOpening();
+    // The song's own MIDI, when that is asked for.
+    void sendSongMessages(const ManagedObject& song);
     void openWithDaw();
 
     QPointer<TableView> setlistTableView;

@@ -162,6 +162,17 @@ void GigmoraConfig::setDaw(const Daw& daw) {
            {"transportOnSwitch", QString::fromLatin1(kTransports[int(daw.transportOnSwitch)])}});
 }
 
+GigmoraConfig::Midi GigmoraConfig::midi() {
+    const GroupReader file("midi");
+    Midi midi;
+    file.take("sendSongMessages", boolean, midi.sendSongMessages);
+    return midi;
+}
+
+void GigmoraConfig::setMidi(const Midi& midi) {
+    store("midi", {{"sendSongMessages", midi.sendSongMessages}});
+}
+
 GigmoraConfig::Osc GigmoraConfig::osc() {
     const GroupReader file("osc");
     Osc osc;

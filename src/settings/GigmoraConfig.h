@@ -38,6 +38,12 @@ public:
     static constexpr int kMaxCrossfadeSamples = 48000;
     static constexpr int kMaxSpilloverMs = 10000;
 
+    // MIDI beyond the engine's fixed messages.
+    struct Midi {
+        // Each song's own messages go out on "Gigmora Song Output" when it is recalled.
+        bool sendSongMessages = false;
+    };
+
     // The OSC control surface (TouchOSC, Open Stage Control): off unless asked for.
     struct Osc {
         bool enabled = false;
@@ -61,6 +67,8 @@ public:
     static QString filePath();
     static Daw daw();
     static void setDaw(const Daw& daw);
+    static Midi midi();
+    static void setMidi(const Midi& midi);
     static Osc osc();
     static void setOsc(const Osc& osc);
     static Remote remote();
