@@ -259,6 +259,8 @@ set(GIGMORA_SOURCES_editing
     src/editing/TableIdentity.h
 )
 set(GIGMORA_SOURCES_app
+    src/app/CommandLine.cpp
+    src/app/CommandLine.h
     src/app/AppDelegate.cpp
     src/app/AppDelegate.h
     src/app/AppLog.cpp

@@ -1,3 +1,4 @@
+#include "app/CommandLine.h"
 #include "app/ExportCommand.h"
 
 #include <QCoreApplication>
@@ -14,6 +15,14 @@ int main(int argc, char** argv) {
         QTextStream out(stdout), err(stderr);
         QStringList args = QCoreApplication::arguments().mid(2);
         return ExportCommand::run(args, out, err);
+    }
+    if (argc > 1) {
+        // Answered without Qt's application object: no display, MIDI or library touched.
+        QStringList args;
+        for (int i = 1; i < argc; ++i)
+            args << QString::fromLocal8Bit(argv[i]);
+        QTextStream out(stdout), err(stderr);
+        if (const auto status = CommandLine::handle(args, out, err)) return *status;
     }
     return runApplication(argc, argv);
 }

@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/AppLog.h"
+#include "app/CommandLine.h"
 #include "app/EditScreen.h"
 #include "app/EditView.h"
 #include "app/MainWindow.h"
@@ -40,6 +41,7 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QMenuBar>
+#include <QMessageBox>
 
 AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent)
     : QObject(parent), services_(std::move(services)), library_(std::make_unique<LibraryStack>()),
@@ -172,6 +174,15 @@ void AppDelegate::addMenus(ObjectContext* context) {
             keepASetlist();
         }
         updateUndoMenu();
+    });
+    QMenu* help = w->menuBar()->addMenu("&Help");
+    QAction* about = help->addAction("&About Gigmora");
+    about->setMenuRole(QAction::AboutRole);
+    about->setObjectName("aboutAction");
+    guardedConnect(about, &QAction::triggered, this, "orderFrontStandardAboutPanel:", [this] {
+        QMessageBox::about(window_.get(), "About Gigmora",
+                           CommandLine::version().replace("gigmora", "Gigmora") +
+                               "\n\nThe next DAW project of your setlist on a MIDI trigger.");
     });
     if (context)
         connect(context, &ObjectContext::objectsDidChange, this, &AppDelegate::updateUndoMenu);
