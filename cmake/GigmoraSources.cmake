@@ -294,6 +294,10 @@ set(GIGMORA_SOURCES_app
     src/app/RemotePrefsPane.cpp
     src/app/RemotePrefsPane.h
     src/app/RemotePrefsPane.ui
+    src/app/RunningOrderDocument.cpp
+    src/app/RunningOrderDocument.h
+    src/app/RunningOrderPrinting.cpp
+    src/app/RunningOrderPrinting.h
     src/app/SingleInstance.cpp
     src/app/SingleInstance.h
     src/app/SongDetailsScreen.cpp

@@ -1,7 +1,7 @@
 #include "app/CommandLine.h"
 #include "app/ExportCommand.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QTextStream>
 #include <cstdio>
 #include <cstring>
@@ -10,7 +10,9 @@ int runApplication(int argc, char** argv);
 
 int main(int argc, char** argv) {
     if (argc > 1 && std::strcmp(argv[1], "export") == 0) {
-        QCoreApplication app(argc, argv);
+        // Laying out a PDF needs fonts, so a GUI application, but never a display.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        QGuiApplication app(argc, argv);
         QCoreApplication::setApplicationName("Gigmora");
         QTextStream out(stdout), err(stderr);
         QStringList args = QCoreApplication::arguments().mid(2);

@@ -4,13 +4,17 @@
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
 #include "support/LibraryHelpers.h"
+#include "support/PdfReading.h"
 #include "support/ScriptedAlerts.h"
 #include "support/TempHome.h"
 
+#include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QTextStream>
 #include <gtest/gtest.h>
 
@@ -29,6 +33,55 @@ Output runExport(const QStringList& args) {
     e.flush();
     return {code, out, err};
 }
+
+const QString kLongTitle =
+    "An extraordinarily long medley that goes through every verse and chorus "
+    "the band has ever played, far wider than any page in large type "
+    "LASTWORD";
+// A single word no line can hold, as a file name pasted in as a title might be.
+const QString kLongWord = QString("Wanderlust").repeated(12);
+
+QString festivalTitle(int i) {
+    switch (i) {
+    case 3:
+        return "Ça plane pour moi";
+    case 12:
+        return "Déjà vu — Smørrebrød Øresund";
+    case 20:
+        return kLongTitle;
+    case 25:
+        return kLongWord;
+    default:
+        return QString("Track %1").arg(i, 2, 10, QChar('0'));
+    }
+}
+
+// "Sommerfest in Köln" with 40 songs, accented and very long titles among them and song 7
+// without a number; "Zugabe" with two songs; "Leer" with none. Saved to the store.
+void makeFestival() {
+    TempHome::clear();
+    ScriptedAlerts alerts;
+    LibraryStack stack(&alerts);
+    ObjectContext& c = *stack.managedObjectContext();
+    auto* fest = addSetlist(c, "Sommerfest in Köln");
+    fest->setValue("dateCreated", QDateTime(QDate(2026, 7, 18), QTime(20, 0)));
+    for (int i = 1; i <= 40; ++i)
+        fest->mutableOrderedSetValueForKey("song").addObject(
+            addSong(c, festivalTitle(i), QString("/songs/%1").arg(i), i == 7 ? -1 : i));
+    auto* encore = addSetlist(c, "Zugabe");
+    encore->mutableOrderedSetValueForKey("song").addObject(addSong(c, "Encore one", "/e1", 41));
+    encore->mutableOrderedSetValueForKey("song").addObject(addSong(c, "Encore two", "/e2", 42));
+    addSetlist(c, "Leer");
+    stack.saveAction();
+}
+
+// A file in a folder of the temporary home, the folder made.
+QString pdfPath(const QString& name = "order.pdf") {
+    const QString folder = TempHome::home() + "/out";
+    QDir().mkpath(folder);
+    return folder + "/" + name;
+}
+
 } // namespace
 
 TEST(Export, PrintsSongsAndRunningOrdersWithoutWriting) {
@@ -82,4 +135,135 @@ TEST(Export, ReportsAnUnreadableStore) {
     TempHome::clear();
     EXPECT_EQ(runExport({}).code, 0) << "no store yet is an empty library";
     EXPECT_FALSE(QFileInfo::exists(storeFolder())) << "nothing created";
+}
+
+TEST(PdfExport, FortySongsInOrderOverPagesThatEachNameTheSetlist) {
+    makeFestival();
+    const Output r = runExport({"--pdf", pdfPath(), "--setlist", "Sommerfest in Köln"});
+    ASSERT_EQ(r.code, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.isEmpty());
+
+    const QStringList pages = pdf::pageTexts(pdfPath());
+    ASSERT_GE(pages.size(), 2) << "40 songs with long titles do not fit one page";
+    for (qsizetype p = 0; p < pages.size(); ++p) {
+        EXPECT_TRUE(pages[p].contains("Sommerfest in Köln")) << "page " << p + 1;
+        EXPECT_TRUE(pages[p].contains(QString("page %1 of %2").arg(p + 1).arg(pages.size())));
+    }
+    EXPECT_TRUE(pages[0].contains("2026")) << "the setlist's date";
+    const QString all = pages.join('\n');
+    qsizetype at = -1;
+    for (int i = 1; i <= 40; ++i) {
+        const qsizetype next = all.indexOf(festivalTitle(i).left(18));
+        EXPECT_GT(next, at) << "song " << i << " in its place";
+        at = next;
+    }
+
+    QList<QSizeF> sizes;
+    const QList<pdf::Word> words = pdf::words(pdfPath(), &sizes);
+    ASSERT_EQ(sizes.size(), pages.size());
+    const qreal margin = 12 / 25.4 * 72;
+    for (const pdf::Word& w : words) {
+        EXPECT_GE(w.box.left(), margin - 1) << w.text.toStdString();
+        EXPECT_LE(w.box.right(), sizes[w.page].width() - margin + 1) << w.text.toStdString();
+    }
+    // Each number beside its title; the long title on a second line that ends visibly short.
+    const QStringList lines = all.split('\n');
+    for (const char* line : {"1 Track 01", "3 Ça plane pour moi", "- Track 07", "40 Track 40"})
+        EXPECT_TRUE(lines.contains(line)) << line;
+    const qsizetype medley = lines.indexOf(QRegularExpression("^20 An extraordinarily .*"));
+    ASSERT_GE(medley, 0);
+    EXPECT_TRUE(lines.value(medley + 1).endsWith(QChar(0x2026)))
+        << lines.value(medley + 1).toStdString();
+    EXPECT_FALSE(all.contains("LASTWORD"));
+    EXPECT_TRUE(all.contains(kLongWord.left(20)));
+
+    for (const pdf::Run& run : pdf::runs(pdfPath())) {
+        if (!run.text.contains("Track")) continue;
+        EXPECT_GE(run.points, 14) << run.text.toStdString();
+        EXPECT_LT(run.points, 28) << "a long list shrinks before it takes more pages";
+    }
+}
+
+TEST(PdfExport, UpToTwentySongsOnA4StayAtLeast28Points) {
+    TempHome::clear();
+    {
+        ScriptedAlerts alerts;
+        LibraryStack stack(&alerts);
+        ObjectContext& c = *stack.managedObjectContext();
+        auto* plain = addSetlist(c, "Plain");
+        auto* wordy = addSetlist(c, "Wordy");
+        for (int i = 1; i <= 20; ++i) {
+            plain->mutableOrderedSetValueForKey("song").addObject(
+                addSong(c, QString("Plain song %1").arg(i), QString("/p%1").arg(i), i));
+            wordy->mutableOrderedSetValueForKey("song").addObject(addSong(
+                c, QString("Wordy song %1 with a title that no line holds in large type").arg(i),
+                QString("/w%1").arg(i), 20 + i));
+        }
+        stack.saveAction();
+    }
+    // Titles that need two lines take more pages rather than smaller type.
+    for (const char* name : {"Plain", "Wordy"}) {
+        const QString path = pdfPath(QString(name) + ".pdf");
+        ASSERT_EQ(runExport({"--pdf", path, "--setlist", name}).code, 0);
+        int songs = 0;
+        for (const pdf::Run& run : pdf::runs(path)) {
+            if (!run.text.contains(" song ")) continue;
+            EXPECT_GE(run.points, 28) << run.text.toStdString();
+            ++songs;
+        }
+        EXPECT_EQ(songs, 20) << name;
+        const QStringList pages = pdf::pageTexts(path);
+        EXPECT_EQ(pages.size(), QString(name) == "Plain" ? 1 : 2) << name;
+        EXPECT_FALSE(pages.join("").contains(QChar(0x2026))) << "no title cut short at 28 pt";
+    }
+}
+
+TEST(PdfExport, EverySetlistFromANewPage) {
+    makeFestival();
+    ASSERT_EQ(runExport({"--pdf=" + pdfPath()}).code, 0);
+    const QStringList pages = pdf::pageTexts(pdfPath());
+    ASSERT_EQ(pages.size(), 4);
+    EXPECT_TRUE(pages[0].contains("Leer"));
+    EXPECT_TRUE(pages[0].contains("No songs"));
+    EXPECT_TRUE(pages[1].contains("Sommerfest in Köln"));
+    EXPECT_TRUE(pages[3].contains("Zugabe"));
+    EXPECT_TRUE(pages[3].contains("Encore two"));
+    EXPECT_FALSE(pages[3].contains("Sommerfest")) << "no setlist shares a page";
+}
+
+TEST(PdfExport, FailuresLeaveNoFileBehind) {
+    makeFestival();
+    const QString out = QFileInfo(pdfPath()).path();
+    const auto nothingIn = [&] {
+        return QDir(out).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    };
+
+    for (const QStringList& args :
+         {QStringList{"--pdf"}, QStringList{"--pdf", "--setlist", "Leer"}, QStringList{"--pdf="},
+          QStringList{"--json", "--pdf", pdfPath()}}) {
+        const Output r = runExport(args);
+        EXPECT_EQ(r.code, 64) << args.join(' ').toStdString();
+        EXPECT_TRUE(r.err.contains("--pdf")) << r.err.toStdString();
+    }
+    const Output unknown = runExport({"--pdf", pdfPath(), "--setlist", "Nowhere"});
+    EXPECT_EQ(unknown.code, 2);
+    EXPECT_TRUE(unknown.err.contains("Nowhere"));
+    EXPECT_TRUE(nothingIn());
+
+    // A folder where the file should be, and a file where its folder should be.
+    QDir().mkpath(pdfPath());
+    const Output folder = runExport({"--pdf", pdfPath()});
+    EXPECT_EQ(folder.code, 73);
+    EXPECT_TRUE(folder.err.contains(pdfPath())) << folder.err.toStdString();
+    QDir().rmdir(pdfPath());
+    writeFile(out + "/plain-file", "x");
+    EXPECT_EQ(runExport({"--pdf", out + "/plain-file/order.pdf"}).code, 73);
+    QFile::remove(out + "/plain-file");
+    EXPECT_TRUE(nothingIn()) << "no temporary file left";
+
+    writeFile(storePath(), "<database><object");
+    EXPECT_EQ(runExport({"--pdf", pdfPath()}).code, 1);
+    TempHome::clear();
+    EXPECT_EQ(runExport({"--pdf", pdfPath()}).code, 2) << "an empty library has nothing to print";
+    EXPECT_FALSE(QFileInfo::exists(pdfPath()));
 }

@@ -9,6 +9,7 @@
 #include "app/MyPrefsWindowController.h"
 #include "app/PerformanceView.h"
 #include "app/RemotePrefsPane.h"
+#include "app/RunningOrderPrinting.h"
 #include "app/SongDetailsScreen.h"
 #include "app/SongDetailsView.h"
 #include "app/StageRemotes.h"
@@ -152,6 +153,7 @@ void AppDelegate::addMenus(ObjectContext* context) {
     QMenu* file = w->menuBar()->addMenu("&File");
     guardedConnect(file->addAction("&Save", QKeySequence::Save), &QAction::triggered, this,
                    "saveAction:", [this] { saveAction(); });
+    RunningOrderPrinting::addTo(file, controllers_.allSetlists, w);
     guardedConnect(file->addAction("&Quit", QKeySequence::Quit), &QAction::triggered, this,
                    "terminate:", [this] { requestQuit(); });
     QAction* prefs = file->addAction("&Preferences…", QKeySequence(QStringLiteral("Ctrl+,")));

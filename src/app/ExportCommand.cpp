@@ -1,5 +1,6 @@
 #include "app/ExportCommand.h"
 
+#include "app/RunningOrderDocument.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
 #include "library/LibraryStack.h"
@@ -16,7 +17,53 @@
 #include <QTextStream>
 
 namespace {
-const char kUsage[] = "usage: gigmora export [--json] [--setlist NAME]\n";
+const char kUsage[] = "usage: gigmora export [--json | --pdf FILE] [--setlist NAME]\n";
+// The exit statuses of sysexits.h: a wrong command line, and an output file not made.
+constexpr int kUsageError = 64;
+constexpr int kCannotCreate = 73;
+
+struct Options {
+    bool json = false;
+    QString pdf; // null without --pdf
+    bool wantSetlist = false;
+    QString onlySetlist;
+};
+
+// What is wrong with the command line; empty when it says one thing to do.
+QString parse(const QStringList& arguments, Options& o) {
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& a = arguments[i];
+        if (a == QLatin1String("--json")) {
+            o.json = true;
+        } else if (a == QLatin1String("--pdf") || a.startsWith(QLatin1String("--pdf="))) {
+            const bool next = a.size() == 5 && i + 1 < arguments.size() &&
+                              !arguments[i + 1].startsWith(QLatin1String("--"));
+            o.pdf = next ? arguments[++i] : a.mid(6);
+            if (o.pdf.isEmpty()) return QStringLiteral("--pdf needs the file to write");
+        } else if (a == QLatin1String("--setlist") && i + 1 < arguments.size()) {
+            o.wantSetlist = true;
+            o.onlySetlist = arguments[++i];
+        } else if (a.startsWith(QLatin1String("--setlist="))) {
+            o.wantSetlist = true;
+            o.onlySetlist = a.mid(10);
+        } else {
+            return QStringLiteral("unknown argument \"%1\"").arg(a);
+        }
+    }
+    if (o.json && !o.pdf.isNull()) return QStringLiteral("--json and --pdf do not go together");
+    return {};
+}
+
+int writePdf(const QString& path, const QList<ManagedObject*>& setlists, QTextStream& err) {
+    if (setlists.isEmpty()) {
+        err << "The library has no setlist to print.\n";
+        return 2;
+    }
+    QString whyNot;
+    if (RunningOrderDocument(setlists).saveAsPdf(path, &whyNot)) return 0;
+    err << "Could not write \"" << path << "\": " << whyNot << "\n";
+    return kCannotCreate;
+}
 
 QJsonValue jsonValue(const QVariant& v) {
     if (!v.isValid() || v.isNull()) return QJsonValue::Null;
@@ -31,10 +78,6 @@ QJsonObject songJson(const ManagedObject* s) {
 
 QString dateText(const QVariant& v) {
     return v.isValid() ? v.toDateTime().toLocalTime().toString(Qt::ISODate) : QString();
-}
-
-QString numberText(const QVariant& v) {
-    return v.isValid() ? v.toString() : QStringLiteral("-");
 }
 
 QJsonObject setlistJson(const ManagedObject* setlist) {
@@ -56,29 +99,16 @@ void printSetlist(QTextStream& out, const ManagedObject* setlist) {
     int position = 0;
     for (auto* s : setlist->orderedObjects("song"))
         out << QStringLiteral("%1. ").arg(++position, 3) << s->stringValue("title") << "  ["
-            << numberText(s->value("midiIn")) << "]  " << s->stringValue("path") << "\n";
+            << RunningOrderDocument::songNumber(s) << "]  " << s->stringValue("path") << "\n";
     out << "\n";
 }
 } // namespace
 
 int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStream& err) {
-    bool json = false;
-    QString onlySetlist;
-    bool wantSetlist = false;
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        const QString& a = arguments[i];
-        if (a == QLatin1String("--json")) {
-            json = true;
-        } else if (a == QLatin1String("--setlist") && i + 1 < arguments.size()) {
-            wantSetlist = true;
-            onlySetlist = arguments[++i];
-        } else if (a.startsWith(QLatin1String("--setlist="))) {
-            wantSetlist = true;
-            onlySetlist = a.mid(10);
-        } else {
-            err << kUsage;
-            return 64;
-        }
+    Options o;
+    if (const QString wrong = parse(arguments, o); !wrong.isEmpty()) {
+        err << "gigmora export: " << wrong << "\n" << kUsage;
+        return kUsageError;
     }
 
     Error error;
@@ -93,19 +123,21 @@ int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStre
     ObjectContext context(ManagedObjectModel::gigmoraTwo(), store.get());
     auto setlists =
         context.executeFetchRequest({"Setlist", {}, LibraryStack::allSetlistsSortDescriptor(), 0});
-    if (wantSetlist) {
-        setlists.removeIf([&](ManagedObject* s) { return s->stringValue("name") != onlySetlist; });
+    if (o.wantSetlist) {
+        setlists.removeIf(
+            [&](ManagedObject* s) { return s->stringValue("name") != o.onlySetlist; });
         if (setlists.isEmpty()) {
-            err << "No setlist named \"" << onlySetlist << "\".\n";
+            err << "No setlist named \"" << o.onlySetlist << "\".\n";
             return 2;
         }
     }
+    if (!o.pdf.isNull()) return writePdf(o.pdf, setlists, err);
     const auto songs = LibraryFilter::removeDuplicatesInArray(
         context.executeFetchRequest({"Song", {}, LibraryStack::allSongsSortDescriptor(), 0}));
 
-    if (json) {
+    if (o.json) {
         QJsonObject root;
-        if (!wantSetlist) {
+        if (!o.wantSetlist) {
             QJsonArray list;
             for (auto* s : songs)
                 list.append(songJson(s));
@@ -118,10 +150,10 @@ int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStre
         out << QJsonDocument(root).toJson(QJsonDocument::Indented);
         return 0;
     }
-    if (!wantSetlist) {
+    if (!o.wantSetlist) {
         out << "Songs (" << songs.size() << ")\n";
         for (auto* s : songs)
-            out << QStringLiteral("%1  ").arg(numberText(s->value("midiIn")), 5)
+            out << QStringLiteral("%1  ").arg(RunningOrderDocument::songNumber(s), 5)
                 << s->stringValue("title") << "  " << s->stringValue("path") << "\n";
         out << "\n";
     }

@@ -1,0 +1,73 @@
+#include "app/ExportCommand.h"
+#include "app/RunningOrderDocument.h"
+#include "library/ArrayController.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
+#include "support/EditFixture.h"
+#include "support/LibraryHelpers.h"
+#include "support/PdfReading.h"
+#include "support/TempHome.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPrinter>
+#include <QTextStream>
+
+using namespace helpers;
+
+class PrintRunningOrder : public EditFixture {
+protected:
+    QAction* action() { return app->window()->findChild<QAction*>("printRunningOrderAction"); }
+};
+
+TEST_F(PrintRunningOrder, TheFileMenuPrintsWhatTheExportWrites) {
+    launch();
+    ManagedObject* setlist = currentSetlist();
+    ASSERT_NE(setlist, nullptr);
+    setlist->setValue("name", "Frühschoppen");
+    for (const auto& song : addSongs({"Intro", "Ça plane pour moi", "Outro"}))
+        setlist->mutableOrderedSetValueForKey("song").addObject(song);
+    ASSERT_TRUE(context().save());
+
+    ASSERT_NE(action(), nullptr);
+    EXPECT_EQ(action()->text().remove('&'), "Print Running Order…");
+    const QMenu* file = nullptr;
+    for (const QAction* menu : app->window()->menuBar()->actions())
+        if (menu->text() == "&File") file = menu->menu();
+    ASSERT_NE(file, nullptr);
+    EXPECT_TRUE(file->actions().contains(action())) << "in the File menu";
+
+    // What the dialog's "Print to File (PDF)" does once accepted.
+    const QString printed = TempHome::home() + "/printed.pdf";
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(printed);
+    printer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
+                                      QMarginsF(12, 12, 12, 12), QPageLayout::Millimeter));
+    ASSERT_TRUE(RunningOrderDocument({setlist}).print(printer));
+
+    const QString exported = TempHome::home() + "/exported.pdf";
+    QString out, err;
+    QTextStream o(&out), e(&err);
+    ASSERT_EQ(
+        ExportCommand::run({"--pdf", exported, "--setlist", setlist->stringValue("name")}, o, e),
+        0);
+    const QStringList pages = pdf::pageTexts(printed);
+    ASSERT_EQ(pages.size(), 1);
+    EXPECT_TRUE(pages[0].contains("Ça plane pour moi"));
+    EXPECT_EQ(pages, pdf::pageTexts(exported));
+}
+
+TEST_F(PrintRunningOrder, WithoutASetlistItSaysSoAndPrintsNothing) {
+    launch();
+    for (ManagedObject* s : context().executeFetchRequest({"Setlist", {}, {}, 0}))
+        context().deleteObject(s);
+    processEvents();
+    // A setlist still chosen would open the print dialog, which nobody closes here.
+    ASSERT_TRUE(app->allSetlistsArrayController()->selectedObjects().isEmpty());
+    action()->trigger();
+    ASSERT_EQ(alerts.shownAlerts.size(), 1);
+    EXPECT_EQ(alerts.shownAlerts[0].messageText, "No Setlist to Print");
+}
