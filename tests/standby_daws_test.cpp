@@ -1,6 +1,7 @@
 #include "daw/StandbyDaws.h"
 #include "support/JackAvailable.h"
 #include "support/LibraryHelpers.h"
+#include "support/LogCapture.h"
 #include "support/TempHome.h"
 
 #include <QDir>
@@ -166,6 +167,31 @@ TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
         << daws.stateText().toStdString();
     EXPECT_NE(daws.instance(0)->loadedPath().toStdString(), songs_[2].toStdString());
     EXPECT_EQ(daws.router().target(), 1);
+}
+
+// A DAW the JACK server has shut out lives on without a port and would never be heard again:
+// it is ended and comes back with its song.
+TEST_F(StandbyDawsTest, ADawCutOffFromJackComesBack) {
+    REQUIRE_JACK();
+    stage_ = songs_[0];
+    StandbyDaws::Options o = options();
+    o.daw.program << "--drop-jack"
+                  << "Gigmora DAW B";
+    StandbyDaws daws(std::move(o));
+    LogCapture log;
+    daws.start();
+    ASSERT_TRUE(waitUntil([&] { return daws.instance(1)->loadedPath() == songs_[1]; }, 10000));
+    const qint64 first = daws.instance(1)->dawProcessId();
+    ASSERT_TRUE(waitUntil(
+        [&] { return log.contains("Gigmora DAW B has no port on the JACK server"); }, 15000));
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            return daws.instance(1)->dawProcessId() != first && daws.instance(1)->isUp() &&
+                   daws.instance(1)->loadedPath() == songs_[1];
+        },
+        10000))
+        << daws.stateText().toStdString();
+    EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[0]) << "the one playing is left alone";
 }
 
 // The second instance writes its configuration in a home of its own, which starts as a copy of

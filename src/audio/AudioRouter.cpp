@@ -156,6 +156,13 @@ bool AudioRouter::hasInput(int instance) const {
            (!mmc || jack_port_connected(mmc) > 0);
 }
 
+bool AudioRouter::hasPorts(const QString& client) const {
+    if (!client_) return false;
+    const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));
+    const PortList found{jack_get_ports(client_.get(), pattern.toUtf8().constData(), nullptr, 0)};
+    return found.names && *found.names;
+}
+
 jack_nframes_t AudioRouter::sampleRate() const {
     return client_ ? jack_get_sample_rate(client_.get()) : 0;
 }

@@ -58,6 +58,8 @@ public:
     // Something is connected to the instance's inputs (and MMC output, with a transport to
     // tell): swapping to it will be heard.
     bool hasInput(int instance) const;
+    // Whether the JACK client `client` has any port on the server.
+    bool hasPorts(const QString& client) const;
     jack_nframes_t sampleRate() const;
     // Whether ports came or went or connections changed on the server since the last call: a
     // DAW registers its ports again after a load and restores its session's connections.

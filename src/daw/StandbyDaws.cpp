@@ -7,6 +7,7 @@
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <signal.h>
 
 namespace {
 QString songName(const QString& path) {
@@ -54,6 +55,8 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
                 for (int i = 0; i < kInstances; ++i)
                     route(i);
             }
+            for (int i = 0; i < kInstances; ++i)
+                restartIfCutOff(i);
             // JACK reports a connection before every view of it shows it: looked at each time.
             swapIfReady();
         });
@@ -175,6 +178,20 @@ void StandbyDaws::loadedIn(int instance, const QString& path) {
 bool StandbyDaws::route(int instance) {
     // A session brings its own connections along; only the router may hear a DAW.
     return router_.routeInstance(instance, clientId(instance), options_.mainOutputs);
+}
+
+void StandbyDaws::restartIfCutOff(int instance) {
+    // A DAW the JACK server has shut out (Ardour says "JACK HALTED") lives on without a port
+    // and is never heard again: it is ended and comes back as after a crash, with its song.
+    SessionManager& daw = *daws_[size_t(instance)];
+    QElapsedTimer& loaded = loadedAt_[size_t(instance)];
+    if (!daw.isUp() || !daw.pendingPath().isEmpty() || !loaded.isValid() ||
+        loaded.elapsed() < kCutOffMs || router_.hasPorts(clientId(instance)))
+        return;
+    loaded.invalidate();
+    qCWarning(lcDaw).noquote() << clientId(instance)
+                               << "has no port on the JACK server; it is started again.";
+    if (const qint64 pid = daw.dawProcessId(); pid > 0) ::kill(pid_t(pid), SIGKILL);
 }
 
 void StandbyDaws::swap() {

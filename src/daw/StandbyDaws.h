@@ -64,6 +64,8 @@ private:
     // Connects each instance's main outputs to the router only; false for one showing none.
     bool route(int instance);
     void swap();
+    // Ends an instance that shows no port long after its load, to have it back.
+    void restartIfCutOff(int instance);
     // Swaps to the song asked for once the standby has it loaded and heard by the router.
     void swapIfReady();
     // The song the standby should hold: the one asked for, else the one after the current.
@@ -85,8 +87,9 @@ private:
     QString state_;
     QTimer spillover_; // the instance left behind loads only once it is silent
     QTimer graph_;     // looks whether the DAWs' ports changed, to route them again
-    static constexpr int kSettleMs = 500; // after a load
-    static constexpr int kQuietMs = 300;  // after the last change of ports or connections
+    static constexpr int kSettleMs = 500;  // after a load
+    static constexpr int kQuietMs = 300;   // after the last change of ports or connections
+    static constexpr int kCutOffMs = 8000; // a loaded DAW without a port by then is cut off
     std::array<QElapsedTimer, kInstances> loadedAt_;
     QElapsedTimer quiet_;
 };
