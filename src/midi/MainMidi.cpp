@@ -16,10 +16,6 @@
 #include <cstring>
 #include <string>
 
-namespace {
-const QString kModel = QStringLiteral("Vantori Software");
-} // namespace
-
 MainMidi::MainMidi(MidiServices& services, MidiHost* host, QObject* parent)
     : QObject(parent), services_(services), host_(host) {}
 

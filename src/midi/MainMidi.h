@@ -26,6 +26,8 @@ class MainMidi : public QObject {
 public:
     static constexpr MIDIUniqueID kVirtualInputUniqueID = 19711971;
     static constexpr MIDIUniqueID kVirtualOutputUniqueID = 19731973;
+    // The model property of every port of Gigmora's.
+    static inline const QString kModel = QStringLiteral("Vantori Software");
 
     // `host` (the application controller) gets the read procedure's jobs and lends its settings.
     MainMidi(MidiServices& services, MidiHost* host, QObject* parent = nullptr);

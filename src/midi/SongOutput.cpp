@@ -1,6 +1,7 @@
 #include "midi/SongOutput.h"
 
 #include "library/ManagedObject.h"
+#include "midi/MainMidi.h"
 #include "midi/MidiLog.h"
 #include "midi/MidiPacketList.h"
 #include "midi/MidiServices.h"
@@ -14,8 +15,7 @@ void SongOutput::create(MIDIClientRef client) {
         return;
     }
     services_.objectSetIntegerProperty(source_, MidiProperty::UniqueID, kUniqueID);
-    services_.objectSetStringProperty(source_, MidiProperty::Model,
-                                      QStringLiteral("Vantori Software"));
+    services_.objectSetStringProperty(source_, MidiProperty::Model, MainMidi::kModel);
 }
 
 int SongOutput::send(const ManagedObject& song) {
