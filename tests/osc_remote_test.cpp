@@ -99,7 +99,9 @@ TEST(OscRemote, OnlyAllowedWellFormedMessagesCount) {
     QUdpSocket raw;
     for (const QByteArray& p :
          {QByteArray("garbage"), QByteArray("/gigmora/song\0\0\0,s\0\0x\0\0\0", 24),
-          QByteArray(4000, '/')})
+          QByteArray(4000, '/'),
+          // A blob that says it is 4 GiB long: liblo would read past the datagram.
+          QByteArray("/gigmora/song\0\0\0,b\0\0\xff\xff\xff\xff", 24)})
         raw.writeDatagram(p, QHostAddress::LocalHost, open.port());
     Surface surface(open.port());
     {

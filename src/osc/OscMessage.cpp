@@ -13,6 +13,19 @@ using Message = std::unique_ptr<std::remove_pointer_t<lo_message>, MessageFree>;
 struct MemoryFree {
     void operator()(void* p) const { std::free(p); }
 };
+
+// Whether the message carries a blob. liblo 0.31 checks a blob's size with pointer arithmetic
+// that a size near 2^32 overflows, and then reads far past the datagram; nothing Gigmora
+// speaks uses blobs, so a message with one is refused before liblo reads it.
+bool carriesBlob(const QByteArray& datagram) {
+    const qsizetype pathEnd = datagram.indexOf('\0');
+    if (pathEnd < 0) return false; // malformed: liblo refuses it
+    const qsizetype tags = (pathEnd + 4) & ~qsizetype(3);
+    if (tags >= datagram.size() || datagram[tags] != ',') return false;
+    for (qsizetype i = tags + 1; i < datagram.size() && datagram[i] != '\0'; ++i)
+        if (datagram[i] == LO_BLOB) return true;
+    return false;
+}
 } // namespace
 
 QByteArray OscMessage::encode() const {
@@ -40,7 +53,8 @@ QByteArray OscMessage::encode() const {
 
 std::optional<OscMessage> OscMessage::decode(const QByteArray& datagram) {
     if (datagram.isEmpty() || datagram.startsWith('#')) return std::nullopt; // bundles too
-    QByteArray copy = datagram;                                              // liblo reads in place
+    if (carriesBlob(datagram)) return std::nullopt;
+    QByteArray copy = datagram; // liblo reads in place
     int result = 0;
     Message m(lo_message_deserialise(copy.data(), size_t(copy.size()), &result));
     if (!m || result != 0) return std::nullopt;
