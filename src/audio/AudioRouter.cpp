@@ -69,18 +69,8 @@ bool AudioRouter::start(QString* error) {
         outputs_[size_t(c)] =
             jack_port_register(client.get(), outputName(c).toUtf8().constData(),
                                JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput | JackPortIsTerminal, 0);
-    const bool tells = options_.transport != Transport::Keep;
-    for (int i = 0; i < RouterMix::kInstances && tells; ++i)
-        mmc_[size_t(i)] = jack_port_register(client.get(), mmcName(i).toUtf8().constData(),
-                                             JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
-    const auto ports = {inputs_[0][0],
-                        inputs_[0][1],
-                        inputs_[1][0],
-                        inputs_[1][1],
-                        outputs_[0],
-                        outputs_[1],
-                        tells ? mmc_[0] : outputs_[0],
-                        tells ? mmc_[1] : outputs_[0]};
+    const auto ports = {inputs_[0][0], inputs_[0][1], inputs_[1][0],
+                        inputs_[1][1], outputs_[0],   outputs_[1]};
     if (std::find(ports.begin(), ports.end(), nullptr) != ports.end()) {
         *error = QStringLiteral("its ports could not be made");
         return false;
@@ -96,7 +86,36 @@ bool AudioRouter::start(QString* error) {
         return false;
     }
     client_ = std::move(client);
+    if (options_.transport != Transport::Keep && !startTransport(error)) {
+        client_.reset();
+        return false;
+    }
     connectOutputs();
+    return true;
+}
+
+bool AudioRouter::startTransport(QString* error) {
+    std::unique_ptr<jack_client_t, ClientCloser> client(jack_client_open(
+        kTransportName, jack_options_t(JackNoStartServer | JackUseExactName), nullptr));
+    if (!client) {
+        *error = QStringLiteral("another \"%1\" is on the JACK server").arg(kTransportName);
+        return false;
+    }
+    for (int i = 0; i < RouterMix::kInstances; ++i) {
+        mmc_[size_t(i)] = jack_port_register(client.get(), mmcName(i).toUtf8().constData(),
+                                             JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+        if (!mmc_[size_t(i)]) {
+            *error = QStringLiteral("its ports could not be made");
+            return false;
+        }
+    }
+    told_ = swaps_.load(std::memory_order_acquire);
+    jack_set_process_callback(client.get(), &AudioRouter::tell, this);
+    if (jack_activate(client.get()) != 0) {
+        *error = QStringLiteral("the JACK server refused to run it");
+        return false;
+    }
+    transport_ = std::move(client);
     return true;
 }
 
@@ -110,7 +129,8 @@ void AudioRouter::connectOutputs() {
     }
 }
 
-bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QString& mainMark) {
+bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QString& mainMark,
+                                bool listen) {
     if (!client_ || instance < 0 || instance >= RouterMix::kInstances) return false;
     const QString pattern =
         QStringLiteral("^%1:.*%2")
@@ -125,7 +145,7 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QS
         jack_port_t* port = jack_port_by_name(client_.get(), from.constData());
         if (!port) continue;
         const QByteArray mine =
-            c < RouterMix::kChannels
+            listen && c < RouterMix::kChannels
                 ? QByteArray(jack_port_name(inputs_[size_t(instance)][size_t(c)]))
                 : QByteArray();
         // What the session brought along would make this instance heard past the router.
@@ -146,6 +166,11 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QS
                 jack_connect(client_.get(), jack_port_name(mmc), to.toUtf8().constData());
     }
     return true;
+}
+
+bool AudioRouter::listensTo(int instance) const {
+    return client_ && instance >= 0 && instance < RouterMix::kInstances &&
+           jack_port_connected(inputs_[size_t(instance)][0]) > 0;
 }
 
 bool AudioRouter::hasInput(int instance) const {
@@ -186,20 +211,30 @@ int AudioRouter::process(jack_nframes_t frames, void* self) {
     for (size_t c = 0; c < RouterMix::kChannels; ++c)
         out[c] = static_cast<float*>(jack_port_get_buffer(router->outputs_[c], frames));
     const int target = router->mix_.process(in, out, frames);
-    if (router->options_.transport != Transport::Keep) {
-        void* mmc[RouterMix::kInstances];
-        for (size_t i = 0; i < RouterMix::kInstances; ++i) {
-            mmc[i] = jack_port_get_buffer(router->mmc_[i], frames);
-            jack_midi_clear_buffer(mmc[i]);
-        }
-        // Told in the period of the swap, at its first sample.
-        if (target != router->heard_) {
-            if (router->options_.transport == Transport::StopOld)
-                jack_midi_event_write(mmc[router->heard_], 0, kMmcStop, sizeof kMmcStop);
-            else
-                jack_midi_event_write(mmc[target], 0, kMmcPlay, sizeof kMmcPlay);
-        }
-    }
+    if (target != router->heard_)
+        router->swaps_.store(((router->swaps_.load(std::memory_order_relaxed) >> 2) + 1) << 2 |
+                                 uint32_t(target),
+                             std::memory_order_release);
     router->heard_ = target;
+    return 0;
+}
+
+int AudioRouter::tell(jack_nframes_t frames, void* self) {
+    auto* router = static_cast<AudioRouter*>(self);
+    void* mmc[RouterMix::kInstances];
+    for (size_t i = 0; i < RouterMix::kInstances; ++i) {
+        mmc[i] = jack_port_get_buffer(router->mmc_[i], frames);
+        jack_midi_clear_buffer(mmc[i]);
+    }
+    // The DAWs run after this client and before the router: a swap the router made in the
+    // last period reaches them at the first sample of this one.
+    const uint32_t swap = router->swaps_.load(std::memory_order_acquire);
+    if (swap == router->told_) return 0;
+    router->told_ = swap;
+    const size_t to = swap & 3u;
+    if (router->options_.transport == Transport::StopOld)
+        jack_midi_event_write(mmc[1 - to], 0, kMmcStop, sizeof kMmcStop);
+    else
+        jack_midi_event_write(mmc[to], 0, kMmcPlay, sizeof kMmcPlay);
     return 0;
 }

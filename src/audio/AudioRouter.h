@@ -14,10 +14,14 @@
 // DAW instance and one stereo output pair. Its process callback plays RouterMix: the active
 // instance reaches the outputs, and a swap crossfades to the other inside one period. Each
 // instance's main outputs are connected to its inputs only, so that a standby DAW is never
-// heard. Everything but the process callback runs on the main thread.
+// heard. The swap's MIDI Machine Control goes out from a client of its own, "Gigmora
+// Transport": from the router it would close a loop with each DAW in JACK's graph, and in a
+// loop the router no longer waits for the DAW it reads. Everything but the process callbacks
+// runs on the main thread.
 class AudioRouter {
 public:
     static constexpr const char* kClientName = "Gigmora Audio";
+    static constexpr const char* kTransportName = "Gigmora Transport";
     // What the DAWs' transports are told at a swap, as MIDI Machine Control.
     enum class Transport { Keep, StopOld, PlayNew };
     struct Options {
@@ -39,7 +43,10 @@ public:
     bool start(QString* error);
     bool isRunning() const { return client_ != nullptr; }
     // Closes the client (before the DAWs it listens to go).
-    void stop() { client_.reset(); }
+    void stop() {
+        client_.reset();
+        transport_.reset();
+    }
     // "Gigmora DAW in 1", "Gigmora DAW B in 2": the short names of the inputs.
     static QString inputName(int instance, int channel);
     static QString outputName(int channel); // "out 1", "out 2"
@@ -51,10 +58,13 @@ public:
     int target() const { return mix_.target(); }
     bool audible(int instance) const { return mix_.audible(instance); }
     // Connects the main outputs of the JACK client `dawClient` (its audio outputs whose names
-    // contain `mainMark`, in name order) to the instance's inputs, and cuts every other
-    // connection they have; false when the client shows no such outputs. With a transport to
-    // tell, the instance's MMC output goes to the DAW's "MMC in".
-    bool routeInstance(int instance, const QString& dawClient, const QString& mainMark);
+    // contain `mainMark`, in name order) to the instance's inputs, or with `listen` false to
+    // nothing, and cuts every other connection they have; false when the client shows no such
+    // outputs. With a transport to tell, the instance's MMC output goes to the DAW's "MMC in".
+    bool routeInstance(int instance, const QString& dawClient, const QString& mainMark,
+                       bool listen = true);
+    // Whether the instance's inputs are connected (the router waits for it in every period).
+    bool listensTo(int instance) const;
     // Something is connected to the instance's inputs (and MMC output, with a transport to
     // tell): swapping to it will be heard.
     bool hasInput(int instance) const;
@@ -70,6 +80,8 @@ private:
         void operator()(jack_client_t* client) const;
     };
     static int process(jack_nframes_t frames, void* self);
+    static int tell(jack_nframes_t frames, void* self);
+    bool startTransport(QString* error);
     static void portRegistered(jack_port_id_t, int, void* self);
     static void portConnected(jack_port_id_t, jack_port_id_t, int, void* self);
     void connectOutputs();
@@ -78,8 +90,12 @@ private:
     RouterMix mix_;
     std::atomic<bool> graphChanged_{false};
     std::unique_ptr<jack_client_t, ClientCloser> client_;
+    std::unique_ptr<jack_client_t, ClientCloser> transport_; // with a transport to tell only
     std::array<std::array<jack_port_t*, RouterMix::kChannels>, RouterMix::kInstances> inputs_{};
     std::array<jack_port_t*, RouterMix::kChannels> outputs_{};
     std::array<jack_port_t*, RouterMix::kInstances> mmc_{}; // with a transport to tell only
-    int heard_ = 0; // the real-time side's: the instance of the last period
+    int heard_ = 0; // the router's: the instance of the last period
+    // The router's last swap for the transport client: a count, times 4, plus the instance.
+    std::atomic<uint32_t> swaps_{0};
+    uint32_t told_ = 0; // the transport client's: the last swap told
 };

@@ -38,7 +38,8 @@ QStringList dawJackClients(jack_client_t* client) {
         for (const char** p = ports; *p; ++p) {
             const QString name = QString::fromUtf8(*p).section(':', 0, 0);
             if (!names.contains(name) && name != "system" && !name.startsWith("Gigmora Midi") &&
-                name != "Gigmora Audio" && name != jack_get_client_name(client))
+                name != "Gigmora Audio" && name != "Gigmora Transport" &&
+                name != jack_get_client_name(client))
                 names << name;
         }
         jack_free(ports);
