@@ -194,6 +194,8 @@ set(GIGMORA_SOURCES_osc
 set(GIGMORA_SOURCES_daw
     src/daw/DawControl.cpp
     src/daw/DawControl.h
+    src/daw/DawDialogs.cpp
+    src/daw/DawDialogs.h
     src/daw/DawLog.cpp
     src/daw/DawLog.h
     src/daw/DawProcess.cpp

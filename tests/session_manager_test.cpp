@@ -88,12 +88,18 @@ TEST_F(SessionManagerTest, OnlyTheLatestSongWaits) {
     EXPECT_EQ(loadedPaths(first), QStringList{session("F")});
 }
 
-// A DAW that never answers, one that fails, and a song whose session is missing.
+// A DAW that never answers is ended and comes back without that song, which the stage names
+// until the next song is asked for; one that fails, and a song whose session is missing.
 TEST_F(SessionManagerTest, SilenceErrorsAndMissingSessions) {
     {
         SessionManager silent(daw({"--never-reply"}, 400));
         silent.open(session("A"));
-        EXPECT_TRUE(waitUntil([&] { return silent.stateText().endsWith("is not answering"); }));
+        ASSERT_TRUE(waitUntil([&] { return silent.dawProcessId() > 0; }));
+        const qint64 first = silent.dawProcessId();
+        EXPECT_TRUE(waitUntil([&] { return silent.stateText().endsWith("is ready"); }));
+        EXPECT_EQ(silent.stateText(), "A cannot load: Fake_nsm_daw did not answer within 0.4 s · "
+                                      "Fake_nsm_daw is ready");
+        EXPECT_NE(silent.dawProcessId(), first);
     }
     SessionManager manager(daw({"--fail-on", "Broken"}));
     QSignalSpy loaded(&manager, &SessionManager::loaded);

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcessEnvironment>
+#include <signal.h>
 
 SessionManager::SessionManager(Options options, QObject* parent)
     : QObject(parent), options_(std::move(options)) {
@@ -16,6 +17,9 @@ SessionManager::SessionManager(Options options, QObject* parent)
     timeout_.setInterval(options_.loadTimeoutMs);
     connect(&timeout_, &QTimer::timeout, this,
             [this] { guarded("SessionManager::timedOut", [this] { timedOut(); }); });
+    dialogPoll_.setInterval(kDialogPollMs);
+    connect(&dialogPoll_, &QTimer::timeout, this,
+            [this] { guarded("SessionManager::lookForDialogs", [this] { lookForDialogs(); }); });
     connect(&nsm_, &NsmServer::announced, this,
             [this] { guarded("SessionManager::announced", [this] { announced(); }); });
     connect(&nsm_, &NsmServer::replied, this, [this](const QString& path, const QString& m) {
@@ -72,9 +76,12 @@ qint64 SessionManager::dawProcessId() const {
 }
 
 void SessionManager::setState(const QString& text) {
-    if (text == state_) return;
-    state_ = text;
-    emit stateChanged(text);
+    const QString said = notice_.isEmpty() || text.startsWith(notice_)
+                             ? text
+                             : notice_ + QStringLiteral(" · ") + text;
+    if (said == state_) return;
+    state_ = said;
+    emit stateChanged(said);
 }
 
 void SessionManager::setLoadedState(qint64 ms) {
@@ -148,7 +155,10 @@ bool SessionManager::takeOverRecorded() {
                 setState(QStringLiteral("%1 is ready").arg(dawName()));
             } else {
                 setLoadedState(-1);
-                if (!placeholderLoaded()) emit songInDaw(loaded_);
+                if (!placeholderLoaded()) {
+                    emit adopted(loaded_);
+                    emit songInDaw(loaded_);
+                }
             }
             return true;
         }
@@ -219,6 +229,7 @@ void SessionManager::launch() {
         QDir().mkpath(options_.runtimeFolder);
     p->start(options_.program, env, output);
     writeRecord();
+    dialogPoll_.start();
 }
 
 void SessionManager::watch(DawProcess* process) {
@@ -231,6 +242,8 @@ void SessionManager::watch(DawProcess* process) {
 
 void SessionManager::open(const QString& path) {
     givenUp_ = false; // a new song asked for: the DAW gets another chance
+    stuck_.clear();   // and a song it could not load, another try
+    notice_.clear();
     if (!QFileInfo(path).isDir()) {
         qCWarning(lcDaw).noquote() << "No session folder at" << path << "; nothing is opened.";
         setState(QStringLiteral("No session at %1").arg(songName(path)));
@@ -248,7 +261,8 @@ void SessionManager::open(const QString& path) {
 }
 
 QString SessionManager::songToOpen() const {
-    const QString song = options_.stageSong ? options_.stageSong() : QString();
+    QString song = options_.stageSong ? options_.stageSong() : QString();
+    if (song == stuck_) song.clear();
     if (!song.isEmpty() && QFileInfo(song).isDir()) return song;
     if (!song.isEmpty())
         qCWarning(lcDaw).noquote()
@@ -264,9 +278,12 @@ void SessionManager::announced() {
     }
     // Started (again): the song asked for meanwhile, else the one it had, else the stage's.
     // A DAW with nothing open may give up on its session manager, so it always gets one.
-    if (waiting_.isEmpty())
+    if (waiting_.isEmpty() && !std::exchange(endingStuck_, false))
         waiting_ =
             options_.songOnReturn && !loaded_.isEmpty() ? options_.songOnReturn(loaded_) : loaded_;
+    else if (waiting_.isEmpty() && options_.songOnReturn)
+        waiting_ = options_.songOnReturn(QString());
+    if (waiting_ == stuck_) waiting_.clear(); // never straight back into the dialog
     loaded_.clear();
     if (waiting_.isEmpty()) {
         waiting_ = songToOpen();
@@ -346,14 +363,48 @@ void SessionManager::failed(const QString& path, int code, const QString& messag
 }
 
 void SessionManager::timedOut() {
-    qCWarning(lcDaw).noquote() << dawName() << "did not answer within"
-                               << options_.loadTimeoutMs / 1000.0 << "s.";
-    loading_.clear();
+    giveUp(QStringLiteral("%1 did not answer within %2 s")
+               .arg(dawName())
+               .arg(options_.loadTimeoutMs / 1000.0));
+}
+
+void SessionManager::lookForDialogs() {
+    const bool waits = !loading_.isEmpty() || !nsm_.hasClient();
+    const QString question = process_ && waits ? dialogs_.question(process_->pid()) : QString();
+    if (question != question_) {
+        question_ = question;
+        questionSeen_.start();
+        if (question.isEmpty() && !loading_.isEmpty())
+            setState(QStringLiteral("Loading %1…").arg(songName(loading_)));
+        return;
+    }
+    if (question.isEmpty() || questionSeen_.elapsed() < kDialogMs) return;
+    if (!loading_.isEmpty())
+        return giveUp(QStringLiteral("%1 asks \"%2\"").arg(dawName(), question));
+    // Before any song: the DAW's own start-up question, which someone must answer there.
+    const QString asks = QStringLiteral("%1 asks \"%2\"").arg(dawName(), question);
+    if (state_ != asks) qCWarning(lcDaw).noquote() << asks << "before it can take a song.";
+    setState(asks);
+}
+
+void SessionManager::giveUp(const QString& reason) {
+    // A DAW waiting on a question answers nothing else, not even the session manager, and may
+    // hold up the JACK graph: it is ended at once and comes back without that song.
+    stuck_ = std::exchange(loading_, QString());
+    notice_ = QStringLiteral("%1 cannot load: %2").arg(songName(stuck_), reason);
+    qCWarning(lcDaw).noquote() << notice_ + "; it is ended and started again.";
+    timeout_.stop();
     saving_ = false;
     fromStage_ = false;
     clockFor_.clear();
-    setState(QStringLiteral("%1 is not answering").arg(dawName()));
-    next();
+    question_.clear();
+    endingStuck_ = process_ != nullptr;
+    setState(QStringLiteral("Starting %1 again…").arg(dawName()));
+    emit cannotLoad(stuck_, reason);
+    if (process_)
+        ::kill(pid_t(process_->pid()), SIGKILL);
+    else
+        next();
 }
 
 void SessionManager::next() {
@@ -366,7 +417,13 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
     std::exchange(process_, nullptr)->deleteLater();
     nsm_.forgetClient();
     if (!recordFile().isEmpty()) DawRecord::remove(recordFile());
+    dialogPoll_.stop();
+    question_.clear();
     if (quitting_) return;
+    if (endingStuck_) {
+        launch(); // ended by Gigmora, not a death
+        return;
+    }
     // What it was doing comes back with it.
     if (!loading_.isEmpty() && waiting_.isEmpty()) waiting_ = loading_;
     loading_.clear();
@@ -407,6 +464,7 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
 void SessionManager::shutdown(int graceMs) {
     quitting_ = true;
     timeout_.stop();
+    dialogPoll_.stop();
     if (ending_) ending_->stopAndWait(graceMs);
     if (!process_) return;
     process_->disconnect(this);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "daw/DawDialogs.h"
 #include "daw/DawProcess.h"
 #include "daw/NsmServer.h"
 
@@ -48,6 +49,9 @@ public:
     static constexpr int kDeathsBeforeGivingUp = 3;
     static constexpr int kDeathWindowMs = 60000;
     static constexpr int kEndGraceMs = 10000;
+    // A dialog shown this long stops the DAW: a load waiting on it is given up.
+    static constexpr int kDialogMs = 2000;
+    static constexpr int kDialogPollMs = 1000;
 
     explicit SessionManager(Options options, QObject* parent = nullptr);
     ~SessionManager() override;
@@ -85,6 +89,12 @@ signals:
     // The DAW has this song without a recall having asked for it: taken over from an earlier
     // Gigmora, or opened when it announced itself.
     void songInDaw(const QString& path);
+    // The DAW taken over from an earlier Gigmora plays this song.
+    void adopted(const QString& path);
+    // The DAW stopped on a question while loading `path`, or never answered (`reason`:
+    // `Ardour asks "…"`); it is ended and comes back without that song until it is asked for
+    // again.
+    void cannotLoad(const QString& path, const QString& reason);
 
 private:
     bool takeOverRecorded();
@@ -100,6 +110,10 @@ private:
     void replied(const QString& path, const QString& message);
     void failed(const QString& path, int code, const QString& message);
     void timedOut();
+    // Looks whether the DAW waits on a dialog: a load stuck on it is given up.
+    void lookForDialogs();
+    // Gives up the load running (`reason`: what the DAW does instead of answering).
+    void giveUp(const QString& reason);
     void exited(DawProcess::Ending ending, int status, const QString& lastLine);
     void next(); // the song that waited, if any
     void writeRecord();
@@ -124,4 +138,11 @@ private:
     bool quitting_ = false;
     bool saving_ = false;
     bool fromStage_ = false; // the load running was chosen at the DAW's announce
+    DawDialogs dialogs_;
+    QTimer dialogPoll_;
+    QString question_; // the dialog seen, since `questionSeen_`
+    QElapsedTimer questionSeen_;
+    QString stuck_;  // the song it could not load; not opened again until asked for
+    QString notice_; // why, said before the state until the next song is asked for
+    bool endingStuck_ = false;
 };
