@@ -50,10 +50,10 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
     graph_.setInterval(100);
     connect(&graph_, &QTimer::timeout, this, [this] {
         guarded("StandbyDaws::route", [this] {
-            if (router_.takeGraphChange()) {
-                quiet_.start();
-                for (int i = 0; i < kInstances; ++i)
-                    route(i);
+            const bool changed = router_.takeGraphChange();
+            if (changed) quiet_.start();
+            for (int i = 0; i < kInstances; ++i) {
+                if (changed || listened(i) != router_.listensTo(i)) route(i);
             }
             for (int i = 0; i < kInstances; ++i)
                 restartIfCutOff(i);
@@ -83,6 +83,13 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
         auto daw = std::make_unique<SessionManager>(std::move(o));
         connect(daw.get(), &SessionManager::loaded, this, [this, i](const QString& path, qint64) {
             guarded("StandbyDaws::loaded", [&] { loadedIn(i, path); });
+        });
+        connect(daw.get(), &SessionManager::cannotLoad, this,
+                [this, i](const QString& path, const QString& reason) {
+                    guarded("StandbyDaws::cannotLoad", [&] { cannotLoad(i, path, reason); });
+                });
+        connect(daw.get(), &SessionManager::adopted, this, [this, i](const QString& path) {
+            if (i == active_) emit adopted(path);
         });
         connect(daw.get(), &SessionManager::stateChanged, this,
                 [this] { guarded("StandbyDaws::state", [this] { updateState(); }); });
@@ -145,6 +152,10 @@ void StandbyDaws::open(const QString& path) {
         if (swapsAtOnce(path)) return swap();
         router_.swapTo(active_); // it was another song's: the current one sounds on
     }
+    if (refused_.contains(path) && !said_.contains(path)) return refuse(path);
+    refused_.remove(path); // said once: this recall tries again
+    said_.remove(path);
+    notice_.clear();
     if (!standbyUp()) {
         current.open(path); // one DAW, as without a standby
         return;
@@ -160,7 +171,7 @@ void StandbyDaws::open(const QString& path) {
     }
     wanted_ = path;
     // Still ringing out: it takes the song when it is silent.
-    if (!spillover_.isActive()) daws_[size_t(standby())]->open(path);
+    if (!spillover_.isActive()) openInStandby(path);
     updateState();
 }
 
@@ -175,9 +186,49 @@ void StandbyDaws::loadedIn(int instance, const QString& path) {
         updateState();
 }
 
+void StandbyDaws::cannotLoad(int instance, const QString& path, const QString& reason) {
+    refused_.insert(path, reason);
+    // A recall waiting for it is refused now; a song the stage is not on yet is skipped.
+    if (instance == standby() && path == wanted_) {
+        wanted_.clear();
+        refuse(path);
+    } else if (instance == active_) {
+        refused_.remove(path); // the recall itself was of it: said by that DAW
+    }
+    updateState();
+}
+
+void StandbyDaws::refuse(const QString& path) {
+    said_.insert(path);
+    notice_ = QStringLiteral("%1 cannot load: %2").arg(songName(path), refused_.value(path));
+    qCWarning(lcDaw).noquote() << notice_ + "; the song that plays goes on.";
+    updateState();
+}
+
+bool StandbyDaws::listened(int instance) const {
+    if (instance == active_ || instance == router_.target() || router_.audible(instance) ||
+        spillover_.isActive())
+        return true;
+    const SessionManager& daw = *daws_[size_t(instance)];
+    const QElapsedTimer& loaded = loadedAt_[size_t(instance)];
+    // Joined only once the server has been quiet for a moment after its load, and then kept.
+    return daw.isUp() && daw.pendingPath().isEmpty() && !daw.loadedPath().isEmpty() &&
+           loaded.isValid() && loaded.elapsed() >= kSettleMs &&
+           (router_.listensTo(instance) || quiet_.elapsed() >= kQuietMs);
+}
+
 bool StandbyDaws::route(int instance) {
     // A session brings its own connections along; only the router may hear a DAW.
-    return router_.routeInstance(instance, clientId(instance), options_.mainOutputs);
+    return router_.routeInstance(instance, clientId(instance), options_.mainOutputs,
+                                 listened(instance));
+}
+
+void StandbyDaws::openInStandby(const QString& path) {
+    SessionManager& daw = *daws_[size_t(standby())];
+    // Let go before the load begins: a loading DAW runs late, and the router would wait for it.
+    loadedAt_[size_t(standby())].invalidate();
+    route(standby());
+    daw.open(path);
 }
 
 void StandbyDaws::restartIfCutOff(int instance) {
@@ -202,7 +253,7 @@ void StandbyDaws::swap() {
     qCInfo(lcDaw).noquote() << "Swapped to" << clientId(active_) << "with"
                             << songName(daws_[size_t(active_)]->loadedPath());
     updateState();
-    spillover_.start();
+    spillover_.start(int(options_.router.spilloverMs));
 }
 
 QString StandbyDaws::stageSongNow() const {
@@ -229,17 +280,24 @@ QString StandbyDaws::configHome(int instance) {
 QString StandbyDaws::nextSong() const {
     if (!wanted_.isEmpty()) return wanted_;
     const QString current = daws_[size_t(active_)]->loadedPath();
-    return options_.songAfter && !current.isEmpty() ? options_.songAfter(current) : QString();
+    QString next =
+        options_.songAfter && !current.isEmpty() ? options_.songAfter(current) : QString();
+    // A song that cannot load is passed over: the one after it is ready for the trigger after.
+    for (int skipped = 0; refused_.contains(next) && skipped < refused_.size(); ++skipped)
+        next = options_.songAfter(next);
+    return next == current ? QString() : next;
 }
 
 void StandbyDaws::prepareStandby() {
+    // The swap may have been seen a period after the recall: the fade must end first.
+    if (router_.audible(standby())) return spillover_.start(kFadePollMs);
     const QString current = daws_[size_t(active_)]->loadedPath();
     const QString next = nextSong();
     SessionManager& s = *daws_[size_t(standby())];
     // After the last song the standby idles; a session is never open in both.
     if (next.isEmpty() || next == current || s.loadedPath() == next || s.pendingPath() == next)
         return updateState();
-    s.open(next);
+    openInStandby(next);
     updateState();
 }
 
@@ -249,6 +307,7 @@ void StandbyDaws::updateState() {
     QString text = a.loadedPath().isEmpty() || !a.pendingPath().isEmpty() || a.placeholderLoaded()
                        ? a.stateText()
                        : songName(a.loadedPath()) + QStringLiteral(" playing");
+    if (!notice_.isEmpty()) text += QStringLiteral(" · ") + notice_;
     if (routed_) {
         if (!s.isUp())
             text += QStringLiteral(" · standby: ") + s.stateText();

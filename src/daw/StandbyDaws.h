@@ -4,7 +4,9 @@
 #include "daw/SessionManager.h"
 
 #include <QElapsedTimer>
+#include <QHash>
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 #include <array>
 #include <functional>
@@ -54,6 +56,7 @@ public:
 signals:
     void stateChanged(const QString& text);
     void songInDaw(const QString& path);
+    void adopted(const QString& path);
 
 private:
     int standby() const { return 1 - active_; }
@@ -61,7 +64,15 @@ private:
     // The instance's song reaches the router and will go on reaching it.
     bool heard(int instance) const;
     void loadedIn(int instance, const QString& path);
-    // Connects each instance's main outputs to the router only; false for one showing none.
+    void cannotLoad(int instance, const QString& path, const QString& reason);
+    // Says why `path` is not played; the next recall of it tries again.
+    void refuse(const QString& path);
+    // Whether the router should listen to the instance: the one heard, the one ringing out,
+    // and a standby that has settled with its song. The router waits for every instance it
+    // listens to in each period, so one that loads must not be among them.
+    bool listened(int instance) const;
+    // Connects the instance's main outputs to the router, or to nothing while it is not
+    // listened to; false for one showing none.
     bool route(int instance);
     void swap();
     // Ends an instance that shows no port long after its load, to have it back.
@@ -74,6 +85,7 @@ private:
     // The song the standby should open now; empty: none (the active one has it).
     QString standbySong() const;
     void prepareStandby();
+    void openInStandby(const QString& path);
     void updateState();
     // Arms the router to swap by itself on the next trigger when the standby is ready for it.
     void rearm();
@@ -84,12 +96,18 @@ private:
     bool routed_ = false;
     int active_ = 0;
     QString wanted_; // asked for, being loaded into the standby
+    // Songs a DAW could not load, and why: skipped by the standby, and a recall of one is
+    // refused with the reason (a later recall tries again).
+    QHash<QString, QString> refused_;
+    QSet<QString> said_; // refusals said to a recall
+    QString notice_;     // the last refusal, said until the next song
     QString state_;
     QTimer spillover_; // the instance left behind loads only once it is silent
     QTimer graph_;     // looks whether the DAWs' ports changed, to route them again
     static constexpr int kSettleMs = 500;  // after a load
     static constexpr int kQuietMs = 300;   // after the last change of ports or connections
     static constexpr int kCutOffMs = 8000; // a loaded DAW without a port by then is cut off
+    static constexpr int kFadePollMs = 20;
     std::array<QElapsedTimer, kInstances> loadedAt_;
     QElapsedTimer quiet_;
 };
