@@ -8,9 +8,11 @@
 #include "settings/GigmoraConfig.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
+#include "support/StageFixture.h"
 #include "support/TempHome.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QPushButton>
 #include <QTest>
 #include <signal.h>
@@ -87,4 +89,45 @@ TEST_F(DawSessions, TheLogicControlIsTheDefault) {
     EXPECT_TRUE(stage()->dawState().isEmpty());
     EXPECT_TRUE(app->dawControl()->projectKind().isProject(project("Song.logicx")));
     EXPECT_FALSE(app->dawControl()->projectKind().isProject(session("Opener")));
+}
+
+// Gigmora killed mid-set with its DAW on the second song, and started again: it takes that DAW
+// over and puts the stage on its song, whatever row the start-up chose, so that the next
+// trigger goes on to the third song and not back to the second.
+class DawTakeOver : public StageFixture {};
+
+TEST_F(DawTakeOver, TheStageMovesOnFromTheSongTheDawPlays) {
+    QStringList sessions;
+    for (const char* name : {"Opener", "Ballad", "Encore"}) {
+        sessions << TempHome::home() + "/sessions/" + name;
+        QDir().mkpath(sessions.last());
+        writeFile(sessions.last() + "/" + name + ".ardour", "<Session/>");
+    }
+    makeSetlist(sessions);
+    GigmoraConfig::Daw daw;
+    daw.control = GigmoraConfig::Daw::Control::SessionManager;
+    daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
+    GigmoraConfig::setDaw(daw);
+    QProcess host;
+    host.start(SESSION_MANAGER_HOST,
+               {DawControl::runtimeFolder(), sessions[1], FAKE_NSM_DAW, "--caps", ":switch:"});
+    ASSERT_TRUE(waitUntil([&] {
+        host.waitForReadyRead(20);
+        return host.peek(4096).contains("LOADED");
+    }));
+    ::kill(pid_t(host.processId()), SIGKILL);
+    host.waitForFinished(5000);
+
+    launch();
+    SessionManager* manager = app->dawControl()->sessionManager();
+    ASSERT_TRUE(manager);
+    const qint64 pid = manager->dawProcessId();
+    EXPECT_EQ(manager->loadedPath(), sessions[1]);
+    EXPECT_EQ(selectedSetlistRow(), 1);
+    ASSERT_TRUE(sendAndWaitHandled({0xC0, 0x7F}));
+    ASSERT_TRUE(waitUntil([&] { return manager->loadedPath() == sessions[2]; }))
+        << app->window()->performanceView()->dawState().toStdString();
+    EXPECT_EQ(selectedSetlistRow(), 2);
+    EXPECT_EQ(manager->dawProcessId(), pid) << "the DAW taken over, not a second one";
+    app->requestQuit();
 }

@@ -54,11 +54,13 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
             standby_ = std::make_unique<StandbyDaws>(std::move(two));
             connect(standby_.get(), &StandbyDaws::stateChanged, this, &DawControl::stateChanged);
             connect(standby_.get(), &StandbyDaws::songInDaw, this, &DawControl::songInDaw);
+            connect(standby_.get(), &StandbyDaws::adopted, this, &DawControl::adopted);
             standby_->start();
         } else {
             manager_ = std::make_unique<SessionManager>(std::move(options));
             connect(manager_.get(), &SessionManager::stateChanged, this, &DawControl::stateChanged);
             connect(manager_.get(), &SessionManager::songInDaw, this, &DawControl::songInDaw);
+            connect(manager_.get(), &SessionManager::adopted, this, &DawControl::adopted);
             manager_->start();
         }
     } else {

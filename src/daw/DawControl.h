@@ -59,6 +59,8 @@ signals:
     void stateChanged(const QString& text);
     // The DAW has this song without a recall having asked for it (see SessionManager).
     void songInDaw(const QString& path);
+    // The DAW taken over from an earlier Gigmora plays this song: the stage is there.
+    void adopted(const QString& path);
 
 private:
     GigmoraConfig::Daw settings_;

@@ -37,6 +37,7 @@ std::optional<DawRecord> DawRecord::read(const QString& file) {
     r.capabilities = o.value("capabilities").toString();
     r.loaded = o.value("loaded").toString();
     r.program = o.value("program").toString();
+    r.heard = o.value("heard").toBool(true);
     return r;
 }
 
@@ -50,7 +51,8 @@ bool DawRecord::write(const QString& file) const {
                         {"clientName", clientName},
                         {"capabilities", capabilities},
                         {"loaded", loaded},
-                        {"program", program}};
+                        {"program", program},
+                        {"heard", heard}};
     QSaveFile f(file);
     if (f.open(QIODevice::WriteOnly) && f.write(QJsonDocument(o).toJson()) >= 0 && f.commit())
         return true;

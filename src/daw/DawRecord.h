@@ -16,6 +16,7 @@ struct DawRecord {
     QString capabilities;
     QString loaded; // the session it has open
     QString program;
+    bool heard = true; // with a standby: the instance the audience hears, else the one waiting
 
     bool announced() const { return clientPort != 0 && !clientAddress.isEmpty(); }
 

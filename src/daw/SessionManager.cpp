@@ -108,6 +108,7 @@ void SessionManager::writeRecord() {
     }
     r.loaded = loaded_;
     r.program = options_.program.join(' ');
+    r.heard = !options_.heard || options_.heard();
     r.write(recordFile());
 }
 
@@ -166,6 +167,11 @@ bool SessionManager::takeOverRecorded() {
     }
     endRecorded();
     return true;
+}
+
+bool SessionManager::recordedHeard(const QString& recordFile) {
+    const std::optional<DawRecord> record = DawRecord::read(recordFile);
+    return record && record->heard && DawProcess::startTimeOf(record->pid) == record->startTime;
 }
 
 DawProcess* SessionManager::endRecordedDaw(const QString& recordFile, const QString& name,

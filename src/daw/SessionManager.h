@@ -45,6 +45,8 @@ public:
         std::function<QString(const QString&)> songOnReturn;
         // Added to the DAW's environment ("NAME=value").
         QStringList environment;
+        // Whether the audience hears this DAW (written down for the next Gigmora); unset: yes.
+        std::function<bool()> heard;
     };
     static constexpr int kDeathsBeforeGivingUp = 3;
     static constexpr int kDeathWindowMs = 60000;
@@ -76,6 +78,10 @@ public:
     qint64 dawProcessId() const;
     const NsmServer& server() const { return nsm_; }
     QString recordFile() const;
+    // Writes down again what the DAW does, after a change that only its owner sees.
+    void rewriteRecord() { writeRecord(); }
+    // Whether the DAW that `recordFile` names still runs and was the one heard.
+    static bool recordedHeard(const QString& recordFile);
     QString outputFile() const;
     static QString recordFileIn(const QString& runtimeFolder, const QString& clientId);
     // Ends the DAW that `recordFile` names, left running by an earlier Gigmora (SIGTERM, then

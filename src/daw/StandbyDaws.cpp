@@ -77,6 +77,7 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
         // Announced, or back from a death, an instance takes the song its role asks for: the
         // stage's when it is heard, the next one when it stands by.
         o.stageSong = [this, i] { return i == active_ ? stageSongNow() : standbySong(); };
+        o.heard = [this, i] { return i == active_; };
         o.songOnReturn = [this, i](const QString& had) {
             return i == active_ ? had : standbySong();
         };
@@ -111,6 +112,14 @@ void StandbyDaws::start() {
         qCWarning(lcDaw).noquote() << "The audio router could not start (" + error +
                                           "): one DAW plays, without a standby.";
     quiet_.start();
+    // Taken over after a crash, the instance that was heard stays heard: the other holds the
+    // next song.
+    if (!options_.daw.runtimeFolder.isEmpty() && routed_ &&
+        SessionManager::recordedHeard(daws_[1]->recordFile()) &&
+        !SessionManager::recordedHeard(daws_[0]->recordFile())) {
+        active_ = 1;
+        router_.swapTo(1);
+    }
     daws_[0]->start();
     if (routed_) {
         daws_[1]->start();
@@ -250,6 +259,8 @@ void StandbyDaws::swap() {
     router_.swapTo(standby());
     active_ = standby();
     wanted_.clear();
+    for (auto& daw : daws_)
+        daw->rewriteRecord();
     qCInfo(lcDaw).noquote() << "Swapped to" << clientId(active_) << "with"
                             << songName(daws_[size_t(active_)]->loadedPath());
     updateState();

@@ -15,8 +15,13 @@ StageSong::StageSong(ArrayController* currentSetlist, TableView* setlistTableVie
       daw_(daw) {
     daw->setStageSong([this] { return path(); });
     daw->setSongAfter([this](const QString& song) { return songAfter(song); });
-    connect(daw, &DawControl::songInDaw, this,
-            [this](const QString& song) { guarded("followDawSong", [&] { follow(song); }); });
+    connect(daw, &DawControl::songInDaw, this, [this](const QString& song) {
+        guarded("followDawSong", [&] { follow(song, false); });
+    });
+    // A DAW that played on through a crash of Gigmora says where the show is, whatever the
+    // start-up chose.
+    connect(daw, &DawControl::adopted, this,
+            [this](const QString& song) { guarded("followDawSong", [&] { follow(song, true); }); });
 }
 
 QString StageSong::path() const {
@@ -46,8 +51,9 @@ QString StageSong::songAfter(const QString& song) const {
     return {};
 }
 
-void StageSong::follow(const QString& path) {
-    if (!currentSetlist_ || !setlistTableView_ || !daw_ || setlistTableView_->selectedRow() >= 0)
+void StageSong::follow(const QString& path, bool adopted) {
+    if (!currentSetlist_ || !setlistTableView_ || !daw_ ||
+        (!adopted && setlistTableView_->selectedRow() >= 0))
         return;
     const QList<ManagedObject*> songs = currentSetlist_->arrangedObjects();
     for (qsizetype row = 0; row < songs.size(); ++row) {

@@ -24,7 +24,9 @@ public:
     QString songAfter(const QString& song) const;
 
 private:
-    void follow(const QString& path);
+    // Puts the stage on the DAW's song: always for one taken over, else only when the stage
+    // has no song chosen.
+    void follow(const QString& path, bool adopted);
 
     QPointer<ArrayController> currentSetlist_;
     QPointer<TableView> setlistTableView_;
