@@ -369,8 +369,9 @@ void SessionManager::failed(const QString& path, int code, const QString& messag
 }
 
 void SessionManager::timedOut() {
+    // Said of the program: both instances of a standby are the same DAW to the musician.
     giveUp(QStringLiteral("%1 did not answer within %2 s")
-               .arg(dawName())
+               .arg(nameOf(options_.program))
                .arg(options_.loadTimeoutMs / 1000.0));
 }
 
@@ -386,7 +387,7 @@ void SessionManager::lookForDialogs() {
     }
     if (question.isEmpty() || questionSeen_.elapsed() < kDialogMs) return;
     if (!loading_.isEmpty())
-        return giveUp(QStringLiteral("%1 asks \"%2\"").arg(dawName(), question));
+        return giveUp(QStringLiteral("%1 asks \"%2\"").arg(nameOf(options_.program), question));
     // Before any song: the DAW's own start-up question, which someone must answer there.
     const QString asks = QStringLiteral("%1 asks \"%2\"").arg(dawName(), question);
     if (state_ != asks) qCWarning(lcDaw).noquote() << asks << "before it can take a song.";

@@ -156,15 +156,19 @@ void StandbyDaws::swapIfReady() {
 
 void StandbyDaws::open(const QString& path) {
     SessionManager& current = *daws_[size_t(active_)];
+    // A song that could not load is refused once, with the reason; the next recall tries again.
+    const bool refused = refused_.contains(path) && !said_.contains(path);
+    if (!refused) {
+        refused_.remove(path);
+        said_.remove(path);
+        notice_.clear();
+    }
     if (router_.target() != active_) {
         // The trigger swapped by itself, in real time: this is its recall.
-        if (swapsAtOnce(path)) return swap();
+        if (!refused && swapsAtOnce(path)) return swap();
         router_.swapTo(active_); // it was another song's: the current one sounds on
     }
-    if (refused_.contains(path) && !said_.contains(path)) return refuse(path);
-    refused_.remove(path); // said once: this recall tries again
-    said_.remove(path);
-    notice_.clear();
+    if (refused) return refuse(path);
     if (!standbyUp()) {
         current.open(path); // one DAW, as without a standby
         return;

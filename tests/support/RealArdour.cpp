@@ -1,5 +1,6 @@
 #include "support/RealArdour.h"
 
+#include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
 #include <QFileInfo>
@@ -16,10 +17,34 @@ bool titled(const QString& name) {
     return !search.readAllStandardOutput().trimmed().isEmpty();
 }
 
-QString ardourSession(const QString& name) {
+QString ardourSession(const QString& name, int sampleRate, int heavyTracks) {
     const QString folder = TempHome::home() + "/sessions/" + name;
     QProcess make;
-    make.start("ardour7-new_session", {folder, name});
+    if (sampleRate == 48000 && heavyTracks == 0) {
+        make.start("ardour7-new_session", {folder, name});
+    } else {
+        const QString script = TempHome::home() + "/make-" + name + ".lua";
+        helpers::writeFile(script, QString(R"lua(
+local s = create_session("%1", "%2", %3)
+local tracks = s:new_audio_track(2, 2, nil, %4, "Track", ARDOUR.PresentationInfo.max_order,
+                                 ARDOUR.TrackMode.Normal, true, false)
+for t in tracks:iter() do
+  for _, name in ipairs({"ACE Compressor (stereo)", "ACE EQ", "ACE Delay", "ACE Reverb"
+    }) do
+    t:add_processor_by_index(ARDOUR.LuaAPI.new_plugin(s, name, ARDOUR.PluginType.LV2, ""),
+                             -1, nil, true)
+  end
+end
+s:save_state("", false, false, false, false, false)
+close_session()
+quit()
+)lua")
+                                       .arg(folder, name)
+                                       .arg(sampleRate)
+                                       .arg(heavyTracks)
+                                       .toUtf8());
+        make.start("ardour7-lua", {script});
+    }
     make.waitForFinished(60000);
     EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour")) << make.readAll().toStdString();
     return folder;
@@ -48,7 +73,7 @@ QStringList dawJackClients(jack_client_t* client) {
 }
 
 void ArdourDisplay::start() {
-    for (const char* program : {"ardour", "ardour7-new_session", "xdotool"})
+    for (const char* program : {"ardour", "ardour7-new_session", "ardour7-lua", "xdotool"})
         ASSERT_FALSE(QStandardPaths::findExecutable(program).isEmpty())
             << program << " is not installed (scripts/setup installs it)";
     ASSERT_FALSE(qEnvironmentVariableIsEmpty("GIGMORA_TEST_JACK"))

@@ -13,8 +13,10 @@
 bool titled(const QString& name);
 
 // A session with a stereo Master bus under the temporary home, made by Ardour's own tool (the
-// empty-session tool makes none, and a song without one reaches no speaker); its folder.
-QString ardourSession(const QString& name);
+// empty-session tool makes none, and a song without one reaches no speaker); its folder. Made
+// headless by Ardour's Lua session tool when it is to be recorded at another rate or to be
+// heavy: `heavyTracks` stereo tracks with four of Ardour's plugins each.
+QString ardourSession(const QString& name, int sampleRate = 48000, int heavyTracks = 0);
 
 // Ardour processes running on this machine (the `ardour` script starts one of these).
 int ardourProcesses();

@@ -64,8 +64,8 @@ void StageFixture::makeSetlist(const QStringList& paths) {
 
 void StageFixture::launch() {
     app->applicationDidFinishLaunching();
-    NotificationCenter::defaultCenter().addObserver(&midiListener, "MidiReceived",
-                                                    [this](const Notification&) { ++midiReceived; });
+    NotificationCenter::defaultCenter().addObserver(
+        &midiListener, "MidiReceived", [this](const Notification&) { ++midiReceived; });
     midi = std::make_unique<JackTestClient>();
     ASSERT_TRUE(midi->connectToGigmora());
     processEvents();
