@@ -136,9 +136,16 @@ protected:
 
 TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
     std::setvbuf(stdout, nullptr, _IONBF, 0); // the figures, even if a later step hangs
-    const QStringList names{"Opener", "Ballad", "Encore", "Finale"};
+    // The benchmark plays a longer set (GIGMORA_TEST_SONGS), without killing the standby.
+    const int count = qEnvironmentVariableIntValue("GIGMORA_TEST_SONGS");
+    QStringList names{"Opener", "Ballad", "Encore", "Finale"};
+    if (count > 0) {
+        names.clear();
+        for (int i = 1; i <= count; ++i)
+            names << QStringLiteral("Song %1").arg(i);
+    }
     // Heavy: eight stereo tracks of four plugins each, as on a stage that plays backing tracks.
-    const int tracks = qEnvironmentVariableIsSet("GIGMORA_TEST_HEAVY") ? 8 : 0;
+    const int tracks = qEnvironmentVariableIntValue("GIGMORA_TEST_HEAVY") > 0 ? 8 : 0;
     QStringList sessions;
     for (const QString& name : names)
         sessions << ardourSession(name, 48000, tracks);
@@ -151,7 +158,8 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
         keepFed();
         return stage->dawState() == text;
     };
-    ASSERT_TRUE(waitUntil([&] { return stageSays("Opener playing · next: Ballad ready"); }, 180000))
+    ASSERT_TRUE(waitUntil(
+        [&] { return stageSays(names[0] + " playing · next: " + names[1] + " ready"); }, 180000))
         << stage->dawState().toStdString() << graph();
     ASSERT_TRUE(waitUntil([&] { return heardInstance() == 0; }, 20000))
         << "the first instance at the outputs" << graph();
@@ -165,7 +173,7 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
     for (const char* ours : {"feed A", "feed B", "gigmora-test", "witness in", "witness out"})
         clients.removeAll(ours);
     clients.sort();
-    EXPECT_EQ(clients, (QStringList{"Gigmora DAW", "Gigmora DAW B"}));
+    EXPECT_EQ(clients, (QStringList{"Gigmora DAW", "Gigmora Second DAW"}));
 
     size_t killedAt = 0, backAt = 0, witnessInKill = 0;
     int expected = 0;
@@ -218,7 +226,7 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
             << stage->dawState().toStdString() << graph();
         std::printf("%s: %s (standby ready after %lld ms)\n", qPrintable(names[song]),
                     qPrintable(stage->dawState()), standby.elapsed());
-        if (song == 1) {
+        if (song == 1 && count == 0) {
             // The standby killed: the song on stage plays on, unbroken, and the standby comes
             // back with the next song.
             StandbyDaws* daws = app->dawControl()->standbyDaws();
@@ -245,6 +253,7 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
                 "lost %zu of %zu\n",
                 silent, listener_.heard().size() - firstHeard - (backAt - killedAt), lost,
                 witness_.periods() - witnessPeriods);
+    EXPECT_LE(silent, lost) << "the song that plays lost periods to the other instance's loads";
     EXPECT_EQ(ardourProcesses(), 2);
     EXPECT_TRUE(openedFiles().isEmpty()) << "no desktop entry was run";
     EXPECT_TRUE(QFileInfo::exists(StandbyDaws::configHome(1) + "/ardour7"))

@@ -135,7 +135,7 @@ TEST(AudioRouter, RoutesTheActiveInstanceAndSwapsWithinTwoPeriods) {
     REQUIRE_JACK();
     AudioProbe listener("router listener");
     ASSERT_TRUE(listener.isOpen());
-    AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora DAW B", 0.5f);
+    AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora Second DAW", 0.5f);
     ASSERT_TRUE(a.isOpen() && b.isOpen());
     // As a session restores its connections: straight to the speakers.
     ASSERT_EQ(jack_connect(a.client(), a.outputName(0).toUtf8().constData(),
@@ -146,7 +146,7 @@ TEST(AudioRouter, RoutesTheActiveInstanceAndSwapsWithinTwoPeriods) {
     QString error;
     ASSERT_TRUE(router.start(&error)) << error.toStdString();
     ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));
-    ASSERT_TRUE(router.routeInstance(1, "Gigmora DAW B", "Master/audio_out"));
+    ASSERT_TRUE(router.routeInstance(1, "Gigmora Second DAW", "Master/audio_out"));
     EXPECT_FALSE(jack_port_connected_to(jack_port_by_name(a.client(), a.outputName(0).toUtf8()),
                                         listener.inputName(1).toUtf8().constData()))
         << "only the router hears an instance";
@@ -196,14 +196,14 @@ TEST(AudioRouter, TellsTheTransportInThePeriodOfTheSwap) {
          {AudioRouter::Transport::PlayNew, AudioRouter::Transport::StopOld}) {
         const bool play = transport == AudioRouter::Transport::PlayNew;
         AudioProbe listener("router listener");
-        AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora DAW B", 0.5f);
+        AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora Second DAW", 0.5f);
         ASSERT_TRUE(listener.isOpen() && a.isOpen() && b.isOpen());
         AudioRouter router(
             {{listener.inputName(0), listener.inputName(1)}, 64, 0, nullptr, transport});
         QString error;
         ASSERT_TRUE(router.start(&error)) << error.toStdString();
         ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));
-        ASSERT_TRUE(router.routeInstance(1, "Gigmora DAW B", "Master/audio_out"));
+        ASSERT_TRUE(router.routeInstance(1, "Gigmora Second DAW", "Master/audio_out"));
         const auto level = [&] {
             const auto h = listener.heard();
             return h.empty() ? -1.0f : h.back().last;

@@ -116,9 +116,7 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     const QString out = "Gigmora Midi:Gigmora Virtual Output";
     LogCapture log;
     // How many lines so far say `text`.
-    const auto said = [&](const QString& text) {
-        return log.lines().filter(text).size();
-    };
+    const auto said = [&](const QString& text) { return log.lines().filter(text).size(); };
     auto peer = std::make_unique<JackTestClient>("foot");
     ASSERT_TRUE(peer->connect(in, out));
     auto routed = [&] {

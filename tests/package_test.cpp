@@ -155,8 +155,8 @@ TEST_F(Package, DesktopFilesAndManualPage) {
     const QString page = QString::fromUtf8(man.readAllStandardOutput());
     const QString warnings = QString::fromUtf8(man.readAllStandardError());
     EXPECT_EQ(man.exitCode(), 0) << warnings.toStdString();
-    EXPECT_TRUE(warnings.isEmpty()) << "the page renders without warnings: "
-                                    << warnings.toStdString();
+    EXPECT_TRUE(warnings.isEmpty())
+        << "the page renders without warnings: " << warnings.toStdString();
     for (const char* section :
          {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "FILES", "ENVIRONMENT", "EXIT STATUS",
           "SEE ALSO", "GIGMORA_MIDI", "Gigmora.conf", "OSXCoreDataObjC.storedata"})

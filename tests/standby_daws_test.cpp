@@ -184,14 +184,14 @@ TEST_F(StandbyDawsTest, ADawCutOffFromJackComesBack) {
     stage_ = songs_[0];
     StandbyDaws::Options o = options();
     o.daw.program << "--drop-jack"
-                  << "Gigmora DAW B";
+                  << "Gigmora Second DAW";
     StandbyDaws daws(std::move(o));
     LogCapture log;
     daws.start();
     ASSERT_TRUE(waitUntil([&] { return daws.instance(1)->loadedPath() == songs_[1]; }, 10000));
     const qint64 first = daws.instance(1)->dawProcessId();
     ASSERT_TRUE(waitUntil(
-        [&] { return log.contains("Gigmora DAW B has no port on the JACK server"); }, 15000));
+        [&] { return log.contains("Gigmora Second DAW has no port on the JACK server"); }, 15000));
     ASSERT_TRUE(waitUntil(
         [&] {
             return daws.instance(1)->dawProcessId() != first && daws.instance(1)->isUp() &&

@@ -9,7 +9,7 @@
 #include <jack/midiport.h>
 
 namespace {
-const char* const kInstanceNames[] = {"Gigmora DAW", "Gigmora DAW B"};
+const char* const kInstanceNames[] = {"Gigmora DAW", "Gigmora Second DAW"};
 // MIDI Machine Control to every device (7F): Stop, Play.
 constexpr jack_midi_data_t kMmcStop[] = {0xF0, 0x7F, 0x7F, 0x06, 0x01, 0xF7};
 constexpr jack_midi_data_t kMmcPlay[] = {0xF0, 0x7F, 0x7F, 0x06, 0x02, 0xF7};

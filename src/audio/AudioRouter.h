@@ -47,10 +47,10 @@ public:
         client_.reset();
         transport_.reset();
     }
-    // "Gigmora DAW in 1", "Gigmora DAW B in 2": the short names of the inputs.
+    // "Gigmora DAW in 1", "Gigmora Second DAW in 2": the short names of the inputs.
     static QString inputName(int instance, int channel);
     static QString outputName(int channel); // "out 1", "out 2"
-    static QString mmcName(int instance);   // "MMC to Gigmora DAW", "MMC to Gigmora DAW B"
+    static QString mmcName(int instance);   // "MMC to Gigmora DAW", "MMC to Gigmora Second DAW"
     // The DAW instance heard from the next period on; the one heard now.
     void swapTo(int instance) { mix_.swapTo(instance); }
     // The instance the next trigger swaps to by itself, in the period it arrives; -1: none.

@@ -35,8 +35,10 @@ void seedConfigHome(const QStringList& program, const QString& home) {
 }
 } // namespace
 
+// Neither name begins with the other: Ardour takes every port whose name begins with its own
+// client's name for one of its own, and would handle the other instance's ports as its own.
 QString StandbyDaws::clientId(int instance) {
-    return instance == 0 ? QStringLiteral("Gigmora DAW") : QStringLiteral("Gigmora DAW B");
+    return instance == 0 ? QStringLiteral("Gigmora DAW") : QStringLiteral("Gigmora Second DAW");
 }
 
 StandbyDaws::StandbyDaws(Options options, QObject* parent)

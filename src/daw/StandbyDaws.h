@@ -31,7 +31,7 @@ public:
         // The song after `path` in the running order; empty after the last.
         std::function<QString(const QString&)> songAfter;
     };
-    static QString clientId(int instance); // "Gigmora DAW", "Gigmora DAW B"
+    static QString clientId(int instance); // "Gigmora DAW", "Gigmora Second DAW"
     // Where the instance's DAW keeps its configuration; empty: the musician's own.
     static QString configHome(int instance);
 
