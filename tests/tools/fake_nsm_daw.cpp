@@ -5,7 +5,8 @@
 // MS (says why and exits with status 3 after MS, as a DAW giving up does), --jack (with the
 // first open, a JACK client named after the client id, with the main outputs "Master/audio_out
 // 1" and "2" that Ardour has, before it answers), --tone (those outputs play a constant: 0.5 for
-// a client id ending in "B", else 0.25, so that a listener tells the instances apart), --drop-jack
+// the second instance's client id, "Gigmora Second DAW", else 0.25, so that a listener tells
+// the instances apart), --drop-jack
 // ID (the client of that id closes its JACK client half a second after its first open and lives
 // on without one, as a DAW the server has shut out does). Prints "OPEN
 // <path> <client id>" for every open it gets, so a test can read what it was asked.
@@ -60,7 +61,7 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
         s->client =
             jack_client_open(reinterpret_cast<const char*>(argv[2]), JackNoStartServer, nullptr);
         const std::string id = reinterpret_cast<const char*>(argv[2]);
-        if (!id.empty() && id.back() == 'B') s->level = 0.5f;
+        if (id.find("Second") != std::string::npos) s->level = 0.5f;
         if (id != s->dropJackOf) s->dropJackOf.clear();
         s->openedAt = std::chrono::steady_clock::now();
         if (s->client) {
