@@ -19,23 +19,30 @@
 
 using namespace helpers;
 
-// Gigmora as the session manager of a DAW, through the window: the stand-in DAW
-// (tests/tools/fake_nsm_daw) speaks the protocol as Ardour does.
+namespace {
+// The stand-in DAW (tests/tools/fake_nsm_daw), which speaks the protocol as Ardour does.
+void useTheStandIn() {
+    GigmoraConfig::Daw daw;
+    daw.control = GigmoraConfig::Daw::Control::SessionManager;
+    daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
+    GigmoraConfig::setDaw(daw);
+}
+
+// An Ardour-like session folder: a folder holding NAME.ardour.
+QString session(const QString& name) {
+    const QString folder = TempHome::home() + "/sessions/" + name;
+    QDir().mkpath(folder);
+    writeFile(folder + "/" + name + ".ardour", "<Session/>");
+    return folder;
+}
+} // namespace
+
+// Gigmora as the session manager of a DAW, through the window.
 class DawSessions : public EditFixture {
 protected:
     void SetUp() override {
         EditFixture::SetUp(); // a fresh home; the configuration is read at launch
-        GigmoraConfig::Daw daw;
-        daw.control = GigmoraConfig::Daw::Control::SessionManager;
-        daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
-        GigmoraConfig::setDaw(daw);
-    }
-    // An Ardour-like session folder: a folder holding NAME.ardour.
-    static QString session(const QString& name) {
-        const QString folder = TempHome::home() + "/sessions/" + name;
-        QDir().mkpath(folder);
-        writeFile(folder + "/" + name + ".ardour", "<Session/>");
-        return folder;
+        useTheStandIn();
     }
     PerformanceView* stage() { return app->window()->performanceView(); }
 };
@@ -97,17 +104,9 @@ TEST_F(DawSessions, TheLogicControlIsTheDefault) {
 class DawTakeOver : public StageFixture {};
 
 TEST_F(DawTakeOver, TheStageMovesOnFromTheSongTheDawPlays) {
-    QStringList sessions;
-    for (const char* name : {"Opener", "Ballad", "Encore"}) {
-        sessions << TempHome::home() + "/sessions/" + name;
-        QDir().mkpath(sessions.last());
-        writeFile(sessions.last() + "/" + name + ".ardour", "<Session/>");
-    }
+    const QStringList sessions{session("Opener"), session("Ballad"), session("Encore")};
     makeSetlist(sessions);
-    GigmoraConfig::Daw daw;
-    daw.control = GigmoraConfig::Daw::Control::SessionManager;
-    daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
-    GigmoraConfig::setDaw(daw);
+    useTheStandIn();
     QProcess host;
     host.start(SESSION_MANAGER_HOST,
                {DawControl::runtimeFolder(), sessions[1], FAKE_NSM_DAW, "--caps", ":switch:"});

@@ -47,6 +47,14 @@ std::vector<AudioProbe::Command> AudioProbe::commands() const {
     return {commands_.begin(), commands_.begin() + long(n)};
 }
 
+size_t AudioProbe::stale(size_t from) const {
+    const auto h = heard();
+    size_t stale = 0;
+    for (size_t i = std::max<size_t>(from, 1); i < h.size(); ++i)
+        stale += h[i].first != h[i - 1].first + 1.0f;
+    return stale;
+}
+
 jack_nframes_t AudioProbe::now() const {
     return jack_frame_time(client_);
 }
@@ -57,9 +65,10 @@ jack_nframes_t AudioProbe::period() const {
 
 int AudioProbe::process(jack_nframes_t frames, void* self) {
     auto* p = static_cast<AudioProbe*>(self);
+    const float level = p->level_ < 0.0f ? ++p->sent_ : p->level_;
     for (int c = 0; c < 2; ++c) {
         auto* out = static_cast<float*>(jack_port_get_buffer(p->out_[c], frames));
-        std::fill(out, out + frames, p->level_);
+        std::fill(out, out + frames, level);
     }
     const auto* in = static_cast<const float*>(jack_port_get_buffer(p->in_[0], frames));
     const size_t n = p->count_.load(std::memory_order_relaxed);

@@ -7,8 +7,10 @@
 #include <jack/types.h>
 
 // A JACK client of the tests': stereo "Master/audio_out" ports that play a constant, as a
-// DAW's master bus would, a stereo input that notes the level of every period it hears, and
-// an "MMC in" that notes the MIDI Machine Control commands it gets, as a DAW's would.
+// DAW's master bus would (or, with a negative level, a count that goes up by one a period: a
+// witness of the periods the server itself loses, heard by another probe), a stereo input
+// that notes the level of every period it hears, and an "MMC in" that notes the MIDI Machine
+// Control commands it gets, as a DAW's would.
 class AudioProbe {
 public:
     explicit AudioProbe(const QString& name, float level = 0.0f);
@@ -32,6 +34,8 @@ public:
         int command;          // 1 Stop, 2 Play, ...
     };
     std::vector<Command> commands() const;
+    // Of the periods heard from the `from`th, those in which a witness's count did not go on.
+    size_t stale(size_t from) const;
     jack_nframes_t now() const;
     jack_nframes_t period() const;
 
@@ -44,6 +48,7 @@ private:
     jack_port_t* in_[2] = {};
     jack_port_t* mmc_ = nullptr;
     const float level_;
+    float sent_ = 0.0f; // the count, with a negative level
     std::vector<Heard> heard_;
     std::atomic<size_t> count_{0};
     static constexpr size_t kCommands = 1000;
