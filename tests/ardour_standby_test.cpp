@@ -280,6 +280,10 @@ TEST_F(ArdourStandby, ASongThatAsksIsPassedOverAndTheSetGoesOn) {
     };
     ASSERT_TRUE(waitUntil([&] { return stageSays("Opener playing · next: Odd loading…"); }, 180000))
         << stage->dawState().toStdString();
+    // From here on the song that plays sounds throughout: the stuck instance, its end and its
+    // return, the refusal and the swap.
+    const size_t from = listener_.heard().size();
+    const size_t witnessFrom = witnessIn_.heard().size();
     QElapsedTimer loading;
     loading.start();
     const QString asks = "Odd cannot load: Ardour asks \"Sample Rate Mismatch\"";
@@ -289,8 +293,6 @@ TEST_F(ArdourStandby, ASongThatAsksIsPassedOverAndTheSetGoesOn) {
                 qPrintable(said.filter(asks).first()));
     ASSERT_TRUE(waitUntil([&] { return stageSays("Opener playing · next: Finale ready"); }, 120000))
         << stage->dawState().toStdString() << graph();
-    const size_t from = listener_.heard().size();
-    const size_t witnessFrom = witnessIn_.heard().size();
     midi->send({0xC0, 0x7F});
     ASSERT_TRUE(waitUntil(
         [&] { return stageSays("Opener playing · " + asks + " · next: Finale ready"); }, 10000))

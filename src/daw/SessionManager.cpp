@@ -284,7 +284,7 @@ void SessionManager::announced() {
     }
     // Started (again): the song asked for meanwhile, else the one it had, else the stage's.
     // A DAW with nothing open may give up on its session manager, so it always gets one.
-    if (waiting_.isEmpty() && !std::exchange(endingStuck_, false))
+    if (waiting_.isEmpty() && !std::exchange(endedByUs_, false))
         waiting_ =
             options_.songOnReturn && !loaded_.isEmpty() ? options_.songOnReturn(loaded_) : loaded_;
     else if (waiting_.isEmpty() && options_.songOnReturn)
@@ -405,13 +405,25 @@ void SessionManager::giveUp(const QString& reason) {
     fromStage_ = false;
     clockFor_.clear();
     question_.clear();
-    endingStuck_ = process_ != nullptr;
+    endedByUs_ = process_ != nullptr;
     setState(QStringLiteral("Starting %1 again…").arg(dawName()));
     emit cannotLoad(stuck_, reason);
     if (process_)
         ::kill(pid_t(process_->pid()), SIGKILL);
     else
         next();
+}
+
+void SessionManager::startAgain() {
+    if (!process_) return;
+    // Not a death of its own: it does not count toward giving up.
+    endedByUs_ = true;
+    if (!loading_.isEmpty() && waiting_.isEmpty()) waiting_ = loading_;
+    loading_.clear();
+    timeout_.stop();
+    saving_ = false;
+    fromStage_ = false;
+    ::kill(pid_t(process_->pid()), SIGKILL);
 }
 
 void SessionManager::next() {
@@ -427,7 +439,7 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
     dialogPoll_.stop();
     question_.clear();
     if (quitting_) return;
-    if (endingStuck_) {
+    if (endedByUs_) {
         launch(); // ended by Gigmora, not a death
         return;
     }

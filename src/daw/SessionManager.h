@@ -63,6 +63,9 @@ public:
     void start();
     // Puts the session folder `path` in front of the DAW.
     void open(const QString& path);
+    // Ends the DAW at once and starts it again, not as a death (one that the JACK server has
+    // shut out); it comes back with its song.
+    void startAgain();
     // Ends the DAW: SIGTERM, then SIGKILL after `graceMs`.
     void shutdown(int graceMs = kEndGraceMs);
 
@@ -148,7 +151,7 @@ private:
     QTimer dialogPoll_;
     QString question_; // the dialog seen, since `questionSeen_`
     QElapsedTimer questionSeen_;
-    QString stuck_;  // the song it could not load; not opened again until asked for
-    QString notice_; // why, said before the state until the next song is asked for
-    bool endingStuck_ = false;
+    QString stuck_;          // the song it could not load; not opened again until asked for
+    QString notice_;         // why, said before the state until the next song is asked for
+    bool endedByUs_ = false; // ended by Gigmora, to come back at once
 };

@@ -7,7 +7,6 @@
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QStandardPaths>
-#include <signal.h>
 
 namespace {
 QString songName(const QString& path) {
@@ -248,7 +247,7 @@ void StandbyDaws::openInStandby(const QString& path) {
 
 void StandbyDaws::restartIfCutOff(int instance) {
     // A DAW the JACK server has shut out (Ardour says "JACK HALTED") lives on without a port
-    // and is never heard again: it is ended and comes back as after a crash, with its song.
+    // and is never heard again: it is ended and comes back with its song.
     SessionManager& daw = *daws_[size_t(instance)];
     QElapsedTimer& loaded = loadedAt_[size_t(instance)];
     if (!daw.isUp() || !daw.pendingPath().isEmpty() || !loaded.isValid() ||
@@ -257,7 +256,7 @@ void StandbyDaws::restartIfCutOff(int instance) {
     loaded.invalidate();
     qCWarning(lcDaw).noquote() << clientId(instance)
                                << "has no port on the JACK server; it is started again.";
-    if (const qint64 pid = daw.dawProcessId(); pid > 0) ::kill(pid_t(pid), SIGKILL);
+    daw.startAgain();
 }
 
 void StandbyDaws::swap() {
