@@ -138,6 +138,7 @@ bool SessionManager::takeOverRecorded() {
         if (taken->adopt(record->pid, record->startTime, outputFile())) {
             process_ = taken;
             watch(taken);
+            dialogPoll_.start();
             nsm_.adoptClient(QHostAddress(record->clientAddress), record->clientPort,
                              record->clientName, record->capabilities);
             loaded_ = record->loaded;
