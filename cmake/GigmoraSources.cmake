@@ -206,6 +206,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/NsmServer.h
     src/daw/SessionManager.cpp
     src/daw/SessionManager.h
+    src/daw/StagePlan.cpp
+    src/daw/StagePlan.h
     src/daw/StandbyDaws.cpp
     src/daw/StandbyDaws.h
 )
@@ -215,8 +217,8 @@ set(GIGMORA_SOURCES_performance
     src/performance/StageRequests.cpp
     src/performance/StageRequests.h
     src/performance/StageSnapshot.h
-    src/performance/StageSong.cpp
-    src/performance/StageSong.h
+    src/performance/StagePosition.cpp
+    src/performance/StagePosition.h
     src/performance/StageState.cpp
     src/performance/StageState.h
     src/performance/TriggerDispatch.cpp

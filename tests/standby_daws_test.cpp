@@ -26,25 +26,20 @@ protected:
         QDir().mkpath(path);
         return path;
     }
-    // The running order Opener, Ballad, Encore; the stage stands on `stage_`.
+    // The running order Opener, Ballad, Encore; the stage stands on the first.
     StandbyDaws::Options options(int delayMs = 200) {
         StandbyDaws::Options o;
         o.daw.program = {FAKE_NSM_DAW, "--jack", "--delay", QString::number(delayMs)};
         o.daw.loadTimeoutMs = 5000;
         o.daw.placeholder = session("Placeholder");
-        o.daw.stageSong = [this] { return stage_; };
         o.router = {{}, 64, 0};
-        o.songAfter = [this](const QString& song) {
-            const qsizetype at = songs_.indexOf(song);
-            return at >= 0 && at + 1 < songs_.size() ? songs_[at + 1] : QString();
-        };
+        o.plan = {songs_, 0};
         return o;
     }
     static bool ready(const StandbyDaws& d, const QString& playing, const QString& next) {
         return d.stateText() == playing + " playing · next: " + next + " ready";
     }
     QStringList songs_;
-    QString stage_;
 };
 
 // Launched on the first song, the standby takes the second; a trigger for it swaps at once
@@ -53,7 +48,6 @@ protected:
 // standby idles.
 TEST_F(StandbyDawsTest, TheStandbyAlwaysHoldsTheNextSong) {
     REQUIRE_JACK();
-    stage_ = songs_[0];
     StandbyDaws daws(options());
     daws.start();
     ASSERT_TRUE(daws.routed());
@@ -93,7 +87,6 @@ TEST_F(StandbyDawsTest, TheStandbyAlwaysHoldsTheNextSong) {
 // loaded, never the one it was loading before.
 TEST_F(StandbyDawsTest, ARecallDuringALoadSwapsToTheLatest) {
     REQUIRE_JACK();
-    stage_ = songs_[0];
     StandbyDaws daws(options(400));
     daws.start();
     ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000));
@@ -108,7 +101,6 @@ TEST_F(StandbyDawsTest, ARecallDuringALoadSwapsToTheLatest) {
 // that keeps dying stays down, and then one DAW does everything, as without a standby.
 TEST_F(StandbyDawsTest, ADeadStandbyFallsBackToOneDaw) {
     REQUIRE_JACK();
-    stage_ = songs_[0];
     StandbyDaws daws(options());
     QStringList said;
     QObject::connect(&daws, &StandbyDaws::stateChanged, [&](const QString& s) { said << s; });
@@ -141,7 +133,6 @@ TEST_F(StandbyDawsTest, ADeadStandbyFallsBackToOneDaw) {
 // its song is recalled comes back without it, since the other instance loaded it meanwhile.
 TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
     REQUIRE_JACK();
-    stage_ = songs_[0];
     StandbyDaws daws(options());
     daws.start();
     ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000));
@@ -151,7 +142,7 @@ TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
     ASSERT_EQ(::kill(pid_t(first), SIGKILL), 0);
     ASSERT_TRUE(waitUntil([&] { return daws.instance(0)->dawProcessId() != first; }));
     daws.open(songs_[1]);
-    stage_ = songs_[1];
+    daws.setPlan({songs_, 1});
     EXPECT_EQ(daws.active(), 1) << "the standby was up: swapped at once";
     ASSERT_TRUE(waitUntil([&] { return ready(daws, "Ballad", "Encore"); }, 10000))
         << daws.stateText().toStdString();
@@ -163,7 +154,7 @@ TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
     QObject::connect(&daws, &StandbyDaws::stateChanged, &daws, [&](const QString& state) {
         if (recalled || !state.contains(" · standby: ")) return;
         recalled = true;
-        stage_ = songs_[2];
+        daws.setPlan({songs_, 2});
         daws.open(songs_[2]);
     });
     ASSERT_EQ(::kill(pid_t(daws.instance(0)->dawProcessId()), SIGKILL), 0);
@@ -181,7 +172,6 @@ TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
 // it is ended and comes back with its song.
 TEST_F(StandbyDawsTest, ADawCutOffFromJackComesBack) {
     REQUIRE_JACK();
-    stage_ = songs_[0];
     StandbyDaws::Options o = options();
     o.daw.program << "--drop-jack"
                   << "Gigmora Second DAW";

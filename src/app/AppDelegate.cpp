@@ -24,8 +24,8 @@
 #include "midi/MainMidi.h"
 #include "midi/MidiServices.h"
 #include "performance/SongRecall.h"
+#include "performance/StagePosition.h"
 #include "performance/StageRequests.h"
-#include "performance/StageSong.h"
 #include "performance/StageState.h"
 #include "performance/TriggerDispatch.h"
 #include "platform/Alerts.h"
@@ -64,7 +64,6 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
     currentSetlist->bindContentArray(allSetlists, "song");
     filter_ = std::make_unique<LibraryFilter>(allSongs, allSetlists, context);
     dawControl_ = new DawControl(this); // what counts as a project is its to say
-    dawControl_->setNextSongTriggers(services_->nextSongPrograms());
     controllers_.context = context;
     controllers_.allSetlists = allSetlists;
     controllers_.allSongs = allSongs;
@@ -85,15 +84,18 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
         new SongDetailsScreen({details, controllers_, editScreen_->songList(), mainMidiObject_,
                                [this] { return modes_->shownModeView(); }},
                               this);
-    new StageSong(currentSetlist, w->editView()->setlistTableView(), dawControl_, this);
-    recall_ = new SongRecall({w->editView()->setlistTableView(), w->editView()->allSongsTableView(),
-                              this, mainMidiObject_, sharedPrefs_.get(), context,
+    auto* position =
+        new StagePosition(currentSetlist, w->editView()->setlistTableView(), dawControl_, this);
+    recall_ = new SongRecall({w->editView()->setlistTableView(), position,
+                              w->editView()->allSongsTableView(), this, mainMidiObject_,
+                              sharedPrefs_.get(), context,
                               [this] { return filter_->returnFilteredArray(); }, w, dawControl_},
                              this);
     dispatch_ =
         new TriggerDispatch({recall_, sharedPrefs_.get(), this, &mainMidiObject_->capture()}, this);
-    requests_ = new StageRequests(recall_, currentSetlist, this);
-    stageState_ = new StageState({filter_.get(), allSetlists, currentSetlist, dawControl_}, this);
+    requests_ = new StageRequests(recall_, position, this);
+    stageState_ =
+        new StageState({filter_.get(), allSetlists, currentSetlist, position, dawControl_}, this);
     wireWindow(context);
     remotes_ = new StageRemotes({stageState_, requests_}, this);
     connect(remotes_, &StageRemotes::webRemoteChanged, w, &MainWindow::showRemoteIndicator);

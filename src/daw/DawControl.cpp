@@ -5,6 +5,7 @@
 #include "library/ProjectKind.h"
 
 #include <QCryptographicHash>
+#include <QDir>
 #include <QStandardPaths>
 
 namespace {
@@ -23,6 +24,16 @@ AudioRouter::Transport transportAtSwap(GigmoraConfig::Daw::Transport transport) 
 
 DawControl::DawControl(QObject* parent) : QObject(parent) {}
 
+void DawControl::setPlan(const StagePlan& plan) {
+    plan_ = plan;
+    StagePlan sessions{{}, plan.at};
+    for (const QString& song : plan.order)
+        sessions.order << QDir::cleanPath(projectKind_.projectPath(song));
+    if (sessions == sessions_) return;
+    sessions_ = std::move(sessions);
+    if (standby_) standby_->setPlan(sessions_);
+}
+
 DawControl::~DawControl() {
     shutdown();
 }
@@ -33,6 +44,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
     settings_ = settings;
     projectKind_.setKind(managed ? ProjectKind::Kind::SessionFolder
                                  : ProjectKind::Kind::LogicProject);
+    setPlan(plan_); // the songs' projects may be other ones now
     if (managed && same) return;
     shutdown();
     if (managed) {
@@ -42,7 +54,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
         options.loadTimeoutMs = settings.loadTimeoutSeconds * 1000;
         options.placeholder = placeholderPath();
         options.runtimeFolder = runtimeFolder();
-        options.stageSong = stageSong_;
+        options.stageSong = [this] { return sessions_.current(); };
         if (settings.standby) {
             StandbyDaws::Options two;
             two.daw = std::move(options);
@@ -50,7 +62,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
                           uint32_t(settings.spilloverMs), triggers_,
                           transportAtSwap(settings.transportOnSwitch)};
             two.mainOutputs = settings.mainOutputs;
-            two.songAfter = songAfter_;
+            two.plan = sessions_;
             standby_ = std::make_unique<StandbyDaws>(std::move(two));
             connect(standby_.get(), &StandbyDaws::stateChanged, this, &DawControl::stateChanged);
             connect(standby_.get(), &StandbyDaws::songInDaw, this, &DawControl::songInDaw);

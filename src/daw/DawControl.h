@@ -1,5 +1,6 @@
 #pragma once
 
+#include "daw/StagePlan.h"
 #include "library/ProjectKind.h"
 #include "settings/GigmoraConfig.h"
 
@@ -21,14 +22,11 @@ public:
     explicit DawControl(QObject* parent = nullptr);
     ~DawControl() override;
 
-    // The session folder of the song the stage is on (empty for none), opened whenever the
-    // DAW announces itself. Set before the first `apply`.
-    void setStageSong(std::function<QString()> stageSong) { stageSong_ = std::move(stageSong); }
-    // The song after a song in the running order (empty after the last), which a standby DAW
-    // holds ready. Set before the first `apply`.
-    void setSongAfter(std::function<QString(const QString&)> songAfter) {
-        songAfter_ = std::move(songAfter);
-    }
+    // Where the stage is: its song is opened whenever the DAW announces itself, and a standby
+    // DAW holds the one after it ready.
+    void setPlan(const StagePlan& plan);
+    // The plan in session folders, as the DAWs take it.
+    const StagePlan& sessionPlan() const { return sessions_; }
     // Next-song triggers counted in real time by the MIDI backend (may be null), so that a
     // standby swap need not wait for the main thread. It must outlive this control's DAWs.
     void setNextSongTriggers(const std::atomic<uint32_t>* triggers) { triggers_ = triggers; }
@@ -65,8 +63,8 @@ signals:
 private:
     GigmoraConfig::Daw settings_;
     ProjectKind projectKind_;
-    std::function<QString()> stageSong_;
-    std::function<QString(const QString&)> songAfter_;
+    StagePlan plan_;     // as given
+    StagePlan sessions_; // in this control's projects
     const std::atomic<uint32_t>* triggers_ = nullptr;
     std::unique_ptr<SessionManager> manager_;
     std::unique_ptr<StandbyDaws> standby_;

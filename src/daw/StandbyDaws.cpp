@@ -273,16 +273,19 @@ void StandbyDaws::swap() {
 }
 
 QString StandbyDaws::stageSongNow() const {
-    return options_.daw.stageSong ? options_.daw.stageSong() : QString();
+    return options_.plan.current();
+}
+
+void StandbyDaws::setPlan(const StagePlan& plan) {
+    options_.plan = plan;
+    updateState(); // the trigger is armed for the new next song
 }
 
 QString StandbyDaws::standbySong() const {
     const SessionManager& playing = *daws_[size_t(active_)];
     QString song = nextSong();
-    if (song.isEmpty() && playing.loadedPath().isEmpty() && options_.songAfter) {
-        const QString stage = stageSongNow();
-        if (!stage.isEmpty()) song = options_.songAfter(stage);
-    }
+    if (song.isEmpty() && playing.loadedPath().isEmpty())
+        song = options_.plan.after(stageSongNow());
     // A session is never open in both.
     return song == playing.loadedPath() || song == playing.pendingPath() ? QString() : song;
 }
@@ -296,11 +299,10 @@ QString StandbyDaws::configHome(int instance) {
 QString StandbyDaws::nextSong() const {
     if (!wanted_.isEmpty()) return wanted_;
     const QString current = daws_[size_t(active_)]->loadedPath();
-    QString next =
-        options_.songAfter && !current.isEmpty() ? options_.songAfter(current) : QString();
+    QString next = options_.plan.after(current);
     // A song that cannot load is passed over: the one after it is ready for the trigger after.
     for (int skipped = 0; refused_.contains(next) && skipped < refused_.size(); ++skipped)
-        next = options_.songAfter(next);
+        next = options_.plan.after(next);
     return next == current ? QString() : next;
 }
 
@@ -343,9 +345,7 @@ void StandbyDaws::updateState() {
 void StandbyDaws::rearm() {
     // The next trigger recalls the song after the stage's: if the standby holds it, heard by
     // the router, the trigger itself swaps.
-    const QString stage = stageSongNow();
-    const QString next =
-        stage.isEmpty() || !options_.songAfter ? QString() : options_.songAfter(stage);
+    const QString next = options_.plan.next();
     router_.arm(router_.target() == active_ && swapsAtOnce(next) ? standby() : -1);
 }
 

@@ -2,6 +2,7 @@
 
 #include "audio/AudioRouter.h"
 #include "daw/SessionManager.h"
+#include "daw/StagePlan.h"
 
 #include <QElapsedTimer>
 #include <QHash>
@@ -28,8 +29,7 @@ public:
         SessionManager::Options daw;
         AudioRouter::Options router;
         QString mainOutputs = QStringLiteral("Master/audio_out");
-        // The song after `path` in the running order; empty after the last.
-        std::function<QString(const QString&)> songAfter;
+        StagePlan plan; // the stage's, in session folders
     };
     static QString clientId(int instance); // "Gigmora DAW", "Gigmora Second DAW"
     // Where the instance's DAW keeps its configuration; empty: the musician's own.
@@ -39,6 +39,8 @@ public:
     ~StandbyDaws() override;
 
     void start();
+    // Where the stage is now: the standby follows it.
+    void setPlan(const StagePlan& plan);
     // The recall's song.
     void open(const QString& path);
     // Whether `open(path)` would swap at once (the standby has it loaded).

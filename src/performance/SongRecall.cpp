@@ -8,6 +8,7 @@
 #include "library/ProjectKind.h"
 #include "midi/MainMidi.h"
 #include "midi/SongOutput.h"
+#include "performance/StagePosition.h"
 #include "platform/MainQueue.h"
 #include "platform/NotificationCenter.h"
 #include "platform/RangeError.h"
@@ -28,10 +29,10 @@ ManagedObject* songAt(const QList<ManagedObject*>& songs, qsizetype index) {
 } // namespace
 
 SongRecall::SongRecall(const Dependencies& d, QObject* parent)
-    : QObject(parent), setlistTableView(d.setlistTableView), aSongsTableView(d.aSongsTableView),
-      notificationSender(d.notificationSender), mainMidiObject(d.mainMidiObject),
-      sharedPrefs(d.sharedPrefs), context(d.context), returnFilteredArray(d.returnFilteredArray),
-      window(d.window), daw(d.daw) {}
+    : QObject(parent), setlistTableView(d.setlistTableView), position(d.position),
+      aSongsTableView(d.aSongsTableView), notificationSender(d.notificationSender),
+      mainMidiObject(d.mainMidiObject), sharedPrefs(d.sharedPrefs), context(d.context),
+      returnFilteredArray(d.returnFilteredArray), window(d.window), daw(d.daw) {}
 
 qint64 SongRecall::waitingFlag() const {
     return waitingMidiMessage && !waitingMidiMessage->isEmpty()
@@ -61,23 +62,19 @@ void SongRecall::closeAndScheduleOpening() {
 
 bool SongRecall::runMyScriptInController() {
     ArrayController* controller = currentSetlistController();
-    if (!controller || !setlistTableView) return false;
-    const qsizetype r = setlistTableView->selectedRow();
-    const qsizetype n = controller->arrangedObjects().size();
-    // Unsigned, as the platform compares: no selection (-1) and an empty list never pass.
-    const bool hasNext = static_cast<quint64>(r) < static_cast<quint64>(n - 1);
-    if (hasNext) {
-        MainQueue::async([table = setlistTableView, r] {
-            if (!table) return;
-            table->selectRowIndexes({r + 1}, false);
-            table->scrollRowToVisible(r + 1);
+    if (!controller || !setlistTableView || !position) return false;
+    const int r = position->row();
+    const int next = position->nextRow();
+    if (next >= 0) {
+        MainQueue::async([self = QPointer<SongRecall>(this), next] {
+            if (!self || !self->position || !self->setlistTableView) return;
+            self->position->select(next);
+            self->setlistTableView->scrollRowToVisible(next);
         });
     }
     NotificationCenter::defaultCenter().post("ProgChangeNumber", notificationSender);
-    const qsizetype current = setlistTableView->selectedRow();
-    if (current >= 0) controller->setSelectionIndex(current);
     const QList<ManagedObject*> songs = controller->arrangedObjects();
-    ManagedObject* song = songAt(songs, hasNext ? r + 1 : r); // no wrap-around: the last re-opens
+    ManagedObject* song = songAt(songs, next >= 0 ? next : r); // no wrap-around: the last re-opens
     if (!song) return false;
     controllerFileToOpen = song->value("path");
     if (isProject(controllerFileToOpen)) {
@@ -90,16 +87,13 @@ bool SongRecall::runMyScriptInController() {
 
 bool SongRecall::reverseMyScriptInController() {
     ArrayController* controller = currentSetlistController();
-    if (!controller || !setlistTableView) return false;
-    const qsizetype r = setlistTableView->selectedRow();
+    if (!controller || !setlistTableView || !position) return false;
     // No guard for the first row, by design: the row before it ends the recall.
-    if (!setlistTableView->selectRowIndexes({r - 1}, false)) return false;
+    if (!position->select(position->row() - 1)) return false;
     setlistTableView->reloadData();
     redisplay();
     NotificationCenter::defaultCenter().post("ProgChangeNumber", notificationSender);
-    const qsizetype current = setlistTableView->selectedRow();
-    if (current >= 0) controller->setSelectionIndex(current);
-    ManagedObject* song = songAt(controller->arrangedObjects(), current);
+    ManagedObject* song = songAt(controller->arrangedObjects(), position->row());
     if (!song) return false;
     controllerFileToOpen = song->value("path");
     if (isProject(controllerFileToOpen)) {
@@ -140,10 +134,9 @@ bool SongRecall::runMyScriptUsingProgChangeInController() {
 
 void SongRecall::goToLogicProject() {
     ArrayController* controller = currentSetlistController();
-    if (!controller || !setlistTableView) return;
-    const qsizetype r = setlistTableView->selectedRow();
+    if (!controller || !position) return;
+    const int r = position->row();
     if (r < 0) return;
-    controller->setSelectionIndex(r);
     ManagedObject* song = songAt(controller->arrangedObjects(), r);
     controllerFileToOpen = song->value("path");
     if (isProject(controllerFileToOpen)) {

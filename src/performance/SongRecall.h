@@ -12,6 +12,7 @@ class DawControl;
 class ManagedObject;
 class MainMidi;
 class ObjectContext;
+class StagePosition;
 class Prefs;
 class TableView;
 class QWidget;
@@ -27,6 +28,7 @@ public:
 
     struct Dependencies {
         TableView* setlistTableView = nullptr; // the current setlist's table
+        StagePosition* position = nullptr;     // the stage's row in it, moved only there
         TableView* aSongsTableView = nullptr;  // the song list
         QObject* notificationSender = nullptr;
         MainMidi* mainMidiObject = nullptr;
@@ -78,6 +80,7 @@ private:
     void openWithDaw();
 
     QPointer<TableView> setlistTableView;
+    QPointer<StagePosition> position;
     QPointer<TableView> aSongsTableView;
     QPointer<QObject> notificationSender;
     QPointer<MainMidi> mainMidiObject;

@@ -1,11 +1,11 @@
 #include "performance/StageRequests.h"
 
-#include "library/ArrayController.h"
 #include "performance/SongRecall.h"
+#include "performance/StagePosition.h"
 #include "platform/Guard.h"
 
-StageRequests::StageRequests(SongRecall* recall, ArrayController* currentSetlist, QObject* parent)
-    : QObject(parent), recall_(recall), currentSetlist_(currentSetlist) {}
+StageRequests::StageRequests(SongRecall* recall, StagePosition* position, QObject* parent)
+    : QObject(parent), recall_(recall), position_(position) {}
 
 void StageRequests::next() {
     if (recall_) guarded("runMyScriptInController", [this] { recall_->runMyScriptInController(); });
@@ -21,9 +21,9 @@ void StageRequests::selected() {
 }
 
 void StageRequests::row(int row) {
-    if (!recall_ || !currentSetlist_) return;
+    if (!recall_ || !position_) return;
     guarded("goToLogicProject:", [&] {
-        currentSetlist_->setSelectionIndex(row);
+        position_->select(row);
         recall_->goToLogicProject();
     });
 }

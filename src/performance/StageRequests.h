@@ -3,8 +3,8 @@
 #include <QObject>
 #include <QPointer>
 
-class ArrayController;
 class SongRecall;
+class StagePosition;
 
 // The one way in for whatever asks the stage to move besides a MIDI trigger: the Perform
 // view's buttons (and the stage keys that press them), the web remote and the OSC surface. Each
@@ -13,7 +13,7 @@ class SongRecall;
 class StageRequests : public QObject {
     Q_OBJECT
 public:
-    StageRequests(SongRecall* recall, ArrayController* currentSetlist, QObject* parent = nullptr);
+    StageRequests(SongRecall* recall, StagePosition* position, QObject* parent = nullptr);
 
     void next();
     void previous();
@@ -28,5 +28,5 @@ public:
 
 private:
     QPointer<SongRecall> recall_;
-    QPointer<ArrayController> currentSetlist_;
+    QPointer<StagePosition> position_;
 };

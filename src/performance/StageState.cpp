@@ -4,11 +4,14 @@
 #include "library/ArrayController.h"
 #include "library/LibraryFilter.h"
 #include "library/ManagedObject.h"
+#include "performance/StagePosition.h"
 #include "platform/Guard.h"
 
 StageState::StageState(const Dependencies& d, QObject* parent)
-    : QObject(parent), filter_(d.filter), currentSetlist_(d.currentSetlist), daw_(d.daw) {
+    : QObject(parent), filter_(d.filter), currentSetlist_(d.currentSetlist), position_(d.position),
+      daw_(d.daw) {
     connect(d.daw, &DawControl::stateChanged, this, &StageState::schedule);
+    connect(d.position, &StagePosition::planChanged, this, &StageState::schedule);
     for (ArrayController* c : {d.allSetlists, d.currentSetlist})
         for (auto signal :
              {&ArrangedContent::selectionChanged, &ArrangedContent::arrangedObjectsChanged})
@@ -39,20 +42,18 @@ StageSnapshot StageState::build() const {
     if (filter_)
         if (ManagedObject* setlist = filter_->getCurrentSetlist())
             stage.setlist = setlist->stringValue("name");
-    if (currentSetlist_) {
+    if (currentSetlist_)
         for (ManagedObject* song : currentSetlist_->arrangedObjects())
             stage.songs << song->stringValue("title");
-        const IndexSet selected = currentSetlist_->selectionIndexes();
-        if (!selected.isEmpty() && selected.first() < stage.songs.size()) {
-            stage.currentRow = int(selected.first());
-            stage.current = stage.songs.at(stage.currentRow);
-        }
+    if (position_ && position_->row() < stage.songs.size()) {
+        stage.currentRow = position_->row();
+        stage.current = stage.songs.value(stage.currentRow);
+        const int next = position_->nextRow();
+        if (next >= 0 && next < stage.songs.size())
+            stage.next = QStringLiteral("Next: ") + stage.songs.at(next);
+        else if (stage.currentRow >= 0 && stage.currentRow == stage.songs.size() - 1)
+            stage.next = QStringLiteral("Last song");
     }
-    const qsizetype count = stage.songs.size();
-    if (stage.currentRow >= 0 && stage.currentRow + 1 < count)
-        stage.next = QStringLiteral("Next: ") + stage.songs.at(stage.currentRow + 1);
-    else if (count > 0 && stage.currentRow == count - 1)
-        stage.next = QStringLiteral("Last song");
     if (daw_) stage.state = daw_->stateText();
     return stage;
 }

@@ -8,6 +8,7 @@
 class ArrayController;
 class DawControl;
 class LibraryFilter;
+class StagePosition;
 
 // Where the set is, worked out in one place and published as one value: the Perform view's
 // lines, the web remote and the OSC surface all show this snapshot. It is published once per
@@ -20,6 +21,7 @@ public:
         LibraryFilter* filter = nullptr;
         ArrayController* allSetlists = nullptr;
         ArrayController* currentSetlist = nullptr;
+        StagePosition* position = nullptr;
         DawControl* daw = nullptr;
     };
     explicit StageState(const Dependencies& dependencies, QObject* parent = nullptr);
@@ -36,6 +38,7 @@ private:
 
     LibraryFilter* filter_; // lives as long as the application
     QPointer<ArrayController> currentSetlist_;
+    QPointer<StagePosition> position_;
     QPointer<DawControl> daw_;
     StageSnapshot snapshot_;
     bool pending_ = false;
