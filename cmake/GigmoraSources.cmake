@@ -202,10 +202,14 @@ set(GIGMORA_SOURCES_daw
     src/daw/DawProcess.h
     src/daw/DawRecord.cpp
     src/daw/DawRecord.h
+    src/daw/DawStatus.cpp
+    src/daw/DawStatus.h
     src/daw/NsmServer.cpp
     src/daw/NsmServer.h
     src/daw/SessionManager.cpp
     src/daw/SessionManager.h
+    src/daw/SessionPlan.cpp
+    src/daw/SessionPlan.h
     src/daw/StagePlan.cpp
     src/daw/StagePlan.h
     src/daw/StandbyDaws.cpp

@@ -3,6 +3,7 @@
 #include "daw/DawDialogs.h"
 #include "daw/DawProcess.h"
 #include "daw/NsmServer.h"
+#include "daw/SessionPlan.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -41,18 +42,16 @@ public:
         QString runtimeFolder;
         // The session folder of the song the stage is on; empty when it has none.
         std::function<QString()> stageSong;
-        // The song a DAW started again after a death opens, given the one it had; unset: that.
-        std::function<QString(const QString&)> songOnReturn;
+        // Whether the DAW stands by for the next song: back from a death, it takes the song
+        // `stageSong` gives (the next one), not the one it had. Unset: never.
+        std::function<bool()> standby;
         // Added to the DAW's environment ("NAME=value").
         QStringList environment;
         // Whether the audience hears this DAW (written down for the next Gigmora); unset: yes.
         std::function<bool()> heard;
     };
-    static constexpr int kDeathsBeforeGivingUp = 3;
-    static constexpr int kDeathWindowMs = 60000;
+    static constexpr int kDeathsBeforeGivingUp = SessionPlan::kDeathsBeforeGivingUp;
     static constexpr int kEndGraceMs = 10000;
-    // A dialog shown this long stops the DAW: a load waiting on it is given up.
-    static constexpr int kDialogMs = 2000;
     static constexpr int kDialogPollMs = 1000;
 
     explicit SessionManager(Options options, QObject* parent = nullptr);
@@ -69,15 +68,16 @@ public:
     // Ends the DAW: SIGTERM, then SIGKILL after `graceMs`.
     void shutdown(int graceMs = kEndGraceMs);
 
-    QString stateText() const { return state_; }
+    QString stateText() const { return plan_.text(); }
+    const DawStatus& status() const { return plan_.status(); }
     QString dawName() const;                           // "Ardour", or the name it was given
     static QString nameOf(const QStringList& program); // "Ardour" for "/usr/bin/ardour7"
-    QString loadedPath() const { return loaded_; }
+    QString loadedPath() const { return plan_.loaded(); }
     // The session being opened, else the one waiting to be; empty when neither.
-    QString pendingPath() const { return loading_.isEmpty() ? waiting_ : loading_; }
+    QString pendingPath() const { return plan_.pending(); }
     // The DAW runs and has announced itself.
-    bool isUp() const { return process_ && nsm_.hasClient(); }
-    bool placeholderLoaded() const;
+    bool isUp() const { return process_ && plan_.isUp(); }
+    bool placeholderLoaded() const { return plan_.placeholderLoaded(); }
     qint64 dawProcessId() const;
     const NsmServer& server() const { return nsm_; }
     QString recordFile() const;
@@ -106,52 +106,30 @@ signals:
     void cannotLoad(const QString& path, const QString& reason);
 
 private:
+    // Carries out what the plan says.
+    void run(const SessionPlan::Commands& commands);
+    qint64 now() const { return clock_.elapsed(); }
+    // The stage's song when it is a session folder, else empty.
+    QString stageSong() const;
+    // Starts the DAW, or takes over the one an earlier Gigmora left running.
+    void startProcess();
     bool takeOverRecorded();
     void endRecorded();
     void launch();
     void watch(DawProcess* process);
-    void announced();
-    QString songToOpen() const;
-    // Begins to put `path` in front of the DAW: a restart, a save or straight away the open.
-    void serve(const QString& path);
-    void openLoading();
     void restart();
-    void replied(const QString& path, const QString& message);
-    void failed(const QString& path, int code, const QString& message);
-    void timedOut();
-    // Looks whether the DAW waits on a dialog: a load stuck on it is given up.
+    void kill();
     void lookForDialogs();
-    // Gives up the load running (`reason`: what the DAW does instead of answering).
-    void giveUp(const QString& reason);
     void exited(DawProcess::Ending ending, int status, const QString& lastLine);
-    void next(); // the song that waited, if any
     void writeRecord();
-    void setState(const QString& text);
-    void setLoadedState(qint64 ms);
-
-    static QString songName(const QString& path);
 
     Options options_;
+    SessionPlan plan_;
     NsmServer nsm_;
     DawProcess* process_ = nullptr; // a child of this object
     DawProcess* ending_ = nullptr;  // one left by an earlier Gigmora, being ended
     QTimer timeout_;
     QElapsedTimer clock_;
-    QString loading_;  // the session being opened now
-    QString waiting_;  // the latest one asked for meanwhile
-    QString loaded_;   // the session the DAW has open
-    QString clockFor_; // the song the clock times, from its request to its load
-    QString state_;
-    std::deque<qint64> deaths_; // when the DAW died, within the last minute
-    bool givenUp_ = false;
-    bool quitting_ = false;
-    bool saving_ = false;
-    bool fromStage_ = false; // the load running was chosen at the DAW's announce
     DawDialogs dialogs_;
     QTimer dialogPoll_;
-    QString question_; // the dialog seen, since `questionSeen_`
-    QElapsedTimer questionSeen_;
-    QString stuck_;          // the song it could not load; not opened again until asked for
-    QString notice_;         // why, said before the state until the next song is asked for
-    bool endedByUs_ = false; // ended by Gigmora, to come back at once
 };

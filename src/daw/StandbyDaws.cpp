@@ -79,9 +79,7 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
         // stage's when it is heard, the next one when it stands by.
         o.stageSong = [this, i] { return i == active_ ? stageSongNow() : standbySong(); };
         o.heard = [this, i] { return i == active_; };
-        o.songOnReturn = [this, i](const QString& had) {
-            return i == active_ ? had : standbySong();
-        };
+        o.standby = [this, i] { return i != active_; };
         auto daw = std::make_unique<SessionManager>(std::move(o));
         connect(daw.get(), &SessionManager::loaded, this, [this, i](const QString& path, qint64) {
             guarded("StandbyDaws::loaded", [&] { loadedIn(i, path); });
