@@ -135,35 +135,20 @@ void sendDrag(TableView* table, QPoint at, QMimeData& data, bool drop) {
 // pill by the focus, the others in the unselected colour, blended by their alpha; a corner
 // pixel keeps the background (the corners are round); Qt's own highlight is gone.
 TEST(Tables, PillsInEachTablesColours) {
-    struct Case {
+    const struct {
         const char* name;
-        std::function<std::unique_ptr<Window>()> make;
+        std::unique_ptr<Window> (*make)(QStringList, int);
         PillColors colors;
     } cases[] = {
-        {"song list",
-         [] {
-             return Window::with<AllSongsTableView>({"", "", ""});
-         },
-         AllSongsTableView::kColors},
-        {"setlists",
-         [] {
-             return Window::with<TopListOfSetlistsTableView>({"", "", ""});
-         },
+        {"song list", &Window::with<AllSongsTableView>, AllSongsTableView::kColors},
+        {"setlists", &Window::with<TopListOfSetlistsTableView>,
          TopListOfSetlistsTableView::kColors},
-        {"setlist",
-         [] {
-             return Window::with<SetlistTableView>({"", "", ""});
-         },
-         SetlistTableView::kColors},
-        {"messages",
-         [] {
-             return Window::with<MidiMessageTableVIew>({"", "", ""});
-         },
-         MidiMessageTableVIew::kColors},
+        {"setlist", &Window::with<SetlistTableView>, SetlistTableView::kColors},
+        {"messages", &Window::with<MidiMessageTableVIew>, MidiMessageTableVIew::kColors},
     };
     for (auto& c : cases) {
         SCOPED_TRACE(c.name);
-        auto w = c.make();
+        auto w = c.make({"", "", ""}, 200);
         w->table->selectRowIndexes({1}, false);
         w->table->clearFocus();
         QImage image = w->image();
