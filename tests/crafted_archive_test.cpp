@@ -1,68 +1,12 @@
 #include "platform/IndexSet.h"
 #include "platform/KeyedArchiver.h"
 #include "platform/KeyedUnarchiver.h"
-#include "platform/PlistNode.h"
 
 #include <gtest/gtest.h>
 
 // Hand-built archives of the kind an attacker (or a broken tool) could leave as a settings
 // file or a drag payload.
 namespace {
-class Archive {
-public:
-    Archive() : objects_(plist_new_array()) {
-        plist_array_append_item(objects_, plist_new_string("$null"));
-    }
-    ~Archive() {
-        if (objects_) plist_free(objects_);
-    }
-    // Adds an object; its UID.
-    uint64_t add(plist_t node) {
-        plist_array_append_item(objects_, node);
-        return plist_array_get_size(objects_) - 1;
-    }
-    void set(uint64_t uid, plist_t node) { plist_array_set_item(objects_, node, uint32_t(uid)); }
-    uint64_t className(const char* name) {
-        plist_t cls = plist_new_dict();
-        plist_dict_set_item(cls, "$classname", plist_new_string(name));
-        return add(cls);
-    }
-    static plist_t record(uint64_t cls) {
-        plist_t d = plist_new_dict();
-        plist_dict_set_item(d, "$class", plist_new_uid(cls));
-        return d;
-    }
-    plist_t array(const std::vector<uint64_t>& uids) {
-        if (!arrayClass_) arrayClass_ = className("NSArray");
-        plist_t d = record(arrayClass_);
-        plist_t list = plist_new_array();
-        for (uint64_t u : uids)
-            plist_array_append_item(list, plist_new_uid(u));
-        plist_dict_set_item(d, "NS.objects", list);
-        return d;
-    }
-    QByteArray data(uint64_t rootUid) {
-        PlistNode root(plist_new_dict());
-        plist_dict_set_item(root.get(), "$archiver", plist_new_string("NSKeyedArchiver"));
-        plist_dict_set_item(root.get(), "$version", plist_new_uint(100000));
-        plist_t top = plist_new_dict();
-        plist_dict_set_item(top, "root", plist_new_uid(rootUid));
-        plist_dict_set_item(root.get(), "$top", top);
-        plist_dict_set_item(root.get(), "$objects", objects_);
-        objects_ = nullptr; // now owned by root
-        char* bin = nullptr;
-        uint32_t size = 0;
-        plist_to_bin(root.get(), &bin, &size);
-        QByteArray out(bin, size);
-        free(bin);
-        return out;
-    }
-
-private:
-    plist_t objects_;
-    uint64_t arrayClass_ = 0;
-};
-
 int depthOf(const QVariant& v) {
     int depth = 0;
     for (QVariant cur = v; cur.typeId() == QMetaType::QVariantList && !cur.toList().isEmpty();
@@ -88,9 +32,11 @@ public:
         be(v, 4);
         return ref;
     }
-    uint32_t uid(uint8_t v) {
+    uint32_t uid(uint32_t v) {
         const uint32_t ref = begin();
-        out_.append(char(0x80)).append(char(v));
+        const int bytes = v < 0x100 ? 1 : v < 0x10000 ? 2 : 4;
+        out_.append(char(0x80 | (bytes - 1)));
+        be(v, bytes);
         return ref;
     }
     uint32_t utf16(const QString& s) {
@@ -116,6 +62,19 @@ public:
             be(e.second, 4);
         return ref;
     }
+    // A list of the archiver's, its class at $objects[2] (as listClass() makes it), holding the
+    // objects of these UIDs; its keys shared by every list.
+    uint32_t list(const std::vector<uint32_t>& uids) {
+        std::vector<uint32_t> refs;
+        for (uint32_t u : uids)
+            refs.push_back(uid(u));
+        if (!classKey_) {
+            classKey_ = string("$class");
+            objectsKey_ = string("NS.objects");
+        }
+        return dict({{classKey_, uid(2)}, {objectsKey_, array(refs)}});
+    }
+    uint32_t listClass() { return dict({{string("$classname"), string("NSArray")}}); }
     // A keyed archive: $objects are the given references, $top's root is $objects[1].
     QByteArray keyedArchive(const std::vector<uint32_t>& objects) {
         const uint32_t top = dict({{string("root"), uid(1)}});
@@ -152,7 +111,24 @@ private:
     }
     QByteArray out_{"bplist00"};
     std::vector<uint32_t> offsets_;
+    uint32_t classKey_ = 0, objectsKey_ = 0;
 };
+
+// Lists nested `levels` deep, each holding `fanout` references to the one below, the innermost
+// the string "leaf".
+QByteArray nested(int levels, int fanout) {
+    Bplist b;
+    std::vector<uint32_t> objects{b.string("$null"), 0, b.listClass(), b.string("leaf")};
+    for (int level = 1; level <= levels; ++level) {
+        const uint32_t below = uint32_t(objects.size() - 1);
+        const uint32_t record = b.list(std::vector<uint32_t>(size_t(fanout), below));
+        if (level == levels)
+            objects[1] = record;
+        else
+            objects.push_back(record);
+    }
+    return b.keyedArchive(objects);
+}
 
 QByteArray indexSetArchive(const std::vector<uint32_t>& indexes) {
     Bplist b;
@@ -168,20 +144,20 @@ QByteArray indexSetArchive(const std::vector<uint32_t>& indexes) {
 
 } // namespace
 
-// Each level refers twice to the level below: 2^40 paths in 41 objects. Decoding every
-// object once makes this instant; decoding per reference would never finish.
-TEST(CraftedArchive, SharedReferencesDecodeOnce) {
-    Archive a;
-    uint64_t below = a.add(plist_new_string("leaf"));
-    for (int level = 0; level < 40; ++level)
-        below = a.add(a.array({below, below}));
-    const QVariant root = KeyedUnarchiver::unarchiveObjectWithData(a.data(below));
-    ASSERT_EQ(root.typeId(), QMetaType::QVariantList);
-    EXPECT_EQ(depthOf(root), 40);
+// Each level refers twice to the level below: 2^30 paths in 33 objects. Decoding every object
+// once makes this instant (decoding per reference would never finish), and writing back what
+// it decoded to takes as little room as the archive did.
+TEST(CraftedArchive, SharedReferencesDecodeAndArchiveOnce) {
+    const QByteArray crafted = nested(30, 2);
+    const QVariant root = KeyedUnarchiver::unarchiveObjectWithData(crafted);
+    ASSERT_EQ(depthOf(root), 30);
     QVariant leaf = root;
     while (leaf.typeId() == QMetaType::QVariantList)
         leaf = leaf.toList().last();
     EXPECT_EQ(leaf.toString(), "leaf");
+    const QByteArray again = KeyedArchiver::archivedDataWithRootObject(root);
+    EXPECT_LT(again.size(), 4 * crafted.size());
+    EXPECT_EQ(depthOf(KeyedUnarchiver::unarchiveObjectWithData(again)), 30);
 }
 
 // A string with a NUL inside (no archiver writes one; a hand-made file can) reads whole.
@@ -195,18 +171,13 @@ TEST(CraftedArchive, StringsWithANulInsideReadWhole) {
 // Nesting deeper than any real archive is cut off as absent, not followed down the stack;
 // a reference to itself is absent too.
 TEST(CraftedArchive, DeepNestingAndCyclesEndAsAbsent) {
-    Archive a;
-    uint64_t below = a.add(plist_new_string("bottom"));
-    for (int level = 0; level < 5000; ++level)
-        below = a.add(a.array({below}));
-    const QVariant deep = KeyedUnarchiver::unarchiveObjectWithData(a.data(below));
+    const QVariant deep = KeyedUnarchiver::unarchiveObjectWithData(nested(5000, 1));
     ASSERT_EQ(deep.typeId(), QMetaType::QVariantList);
     EXPECT_LT(depthOf(deep), 100);
 
-    Archive cyclic;
-    const uint64_t self = cyclic.add(plist_new_string("placeholder"));
-    cyclic.set(self, cyclic.array({self, self}));
-    const QVariantList loop = KeyedUnarchiver::unarchiveObjectWithData(cyclic.data(self)).toList();
+    Bplist b;
+    const QByteArray cyclic = b.keyedArchive({b.string("$null"), b.list({1, 1}), b.listClass()});
+    const QVariantList loop = KeyedUnarchiver::unarchiveObjectWithData(cyclic).toList();
     ASSERT_EQ(loop.size(), 2);
     EXPECT_FALSE(loop[0].isValid());
 }
@@ -251,18 +222,4 @@ TEST(CraftedArchive, DescendingIndexListOfAMillion) {
     EXPECT_EQ(
         KeyedUnarchiver::unarchiveObjectWithData(indexSetArchive({5, 3, 3, 9})).value<IndexSet>(),
         (IndexSet{3, 5, 9}));
-}
-
-// A value held in many places is archived once: writing back what such an archive decoded
-// to takes as little room as the archive did, never the 2^30 paths through it.
-TEST(CraftedArchive, SharedValuesArchiveOnce) {
-    Archive a;
-    uint64_t below = a.add(plist_new_string("leaf"));
-    for (int level = 0; level < 30; ++level)
-        below = a.add(a.array({below, below}));
-    const QByteArray crafted = a.data(below);
-    const QVariant root = KeyedUnarchiver::unarchiveObjectWithData(crafted);
-    const QByteArray again = KeyedArchiver::archivedDataWithRootObject(root);
-    EXPECT_LT(again.size(), 4 * crafted.size());
-    EXPECT_EQ(depthOf(KeyedUnarchiver::unarchiveObjectWithData(again)), 30);
 }

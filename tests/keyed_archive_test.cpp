@@ -99,21 +99,14 @@ TEST(KeyedArchive, SongRoundTripAndTheSetlistQuirk) {
     EXPECT_FALSE(fromSetlist->value("title").isValid());
 }
 
-TEST(KeyedArchive, TransformerAndPasteboardPayloads) {
+// The drag payloads are read back by the drag and drop suites.
+TEST(KeyedArchive, TransformerAndPlainValues) {
     ObjectContext c(ManagedObjectModel::gigmoraTwo());
     auto* a = addSong(c, "A", "/a.logicx", 1);
     auto* b = addSong(c, "B", "/b.logicx", 2);
     using L = QList<ManagedObject*>;
     EXPECT_EQ(OrderedSetArrayValueTransformer::reverseTransformedValue({a, b, a}), (L{a, b}));
     EXPECT_TRUE(OrderedSetArrayValueTransformer::transformedValue({}).isEmpty());
-
-    const IndexSet rows{4, 1, 2};
-    EXPECT_EQ(TransferRecords::rowIndexesFromPayload(TransferRecords::rowIndexesPayload(rows)),
-              rows);
-    EXPECT_EQ(TransferRecords::songsFromPayload(TransferRecords::songURIsPayload({b, a}, c), c),
-              (L{b, a}));
-    EXPECT_TRUE(
-        TransferRecords::songsFromPayload(TransferRecords::songURIsPayload({}, c), c).isEmpty());
 
     const QVariantList plain{1,
                              -7,

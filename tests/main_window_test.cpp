@@ -51,13 +51,9 @@ TEST_F(MainWindowModes, SwitchingModesKeepsTheTopEdgeAndOneModeView) {
     w()->move(40, 70);
     processEvents();
     const int top = w()->geometry().top();
-    for (QString name : {"Edit", "Perform", "Song Details"})
-        EXPECT_EQ(w()->topButtons()
-                      ->segmentButton(name == "Edit"      ? 0
-                                      : name == "Perform" ? 1
-                                                          : 2)
-                      ->accessibleName(),
-                  name);
+    const QStringList names{"Edit", "Perform", "Song Details"};
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(w()->topButtons()->segmentButton(i)->accessibleName(), names[i]);
     choose(1);
     EXPECT_EQ(modeViewsShown(), QList<QWidget*>{w()->performanceView()});
     EXPECT_EQ(originUp(w()->performanceView()), QPoint(3, 5));
@@ -180,24 +176,25 @@ TEST_F(MainWindowModes, DetailControlsFollowThePickedProject) {
     setlist->mutableOrderedSetValueForKey("song").addObject(copy);
     launch();
     choose(2);
-    w()->songDetailsView()->songPicker()->selectRowIndexes({}, false);
+    TableView* picker = w()->songDetailsView()->songPicker();
+    auto* enable = w()->findChild<QCheckBox*>("midiEnableCheckBox");
+    auto* channel = w()->findChild<QComboBox*>("midiChannel");
+    auto* field = w()->findChild<QLineEdit*>("progCcNumberTextField");
+    picker->selectRowIndexes({}, false);
     processEvents();
-    EXPECT_FALSE(w()->findChild<QCheckBox*>("midiEnableCheckBox")->isEnabled()) << "no song picked";
-    QTest::mouseClick(w()->songDetailsView()->songPicker()->viewport(), Qt::LeftButton, {},
-                      w()->songDetailsView()
-                          ->songPicker()
-                          ->visualRect(w()->songDetailsView()->songPicker()->model()->index(0, 1))
-                          .center());
+    EXPECT_FALSE(enable->isEnabled()) << "no song picked";
+    QTest::mouseClick(picker->viewport(), Qt::LeftButton, {},
+                      picker->visualRect(picker->model()->index(0, 1)).center());
     processEvents();
-    ASSERT_EQ(w()->songDetailsView()->songPicker()->selectedRow(), 0) << "a click picks the song";
-    EXPECT_FALSE(w()->findChild<QComboBox*>("midiChannel")->isEnabled()) << "MIDI out is off";
-    QTest::mouseClick(w()->findChild<QCheckBox*>("midiEnableCheckBox"), Qt::LeftButton);
-    EXPECT_TRUE(w()->findChild<QComboBox*>("midiChannel")->isEnabled());
-    w()->findChild<QComboBox*>("midiChannel")->setCurrentIndex(9);
-    emit w()->findChild<QComboBox*>("midiChannel")->activated(9);
-    QTest::keyClicks(w()->findChild<QLineEdit*>("progCcNumberTextField"), "300");
-    EXPECT_EQ(w()->findChild<QLineEdit*>("progCcNumberTextField")->text(), "30") << "0-127 only";
-    QTest::keyClick(w()->findChild<QLineEdit*>("progCcNumberTextField"), Qt::Key_Return);
+    ASSERT_EQ(picker->selectedRow(), 0) << "a click picks the song";
+    EXPECT_FALSE(channel->isEnabled()) << "MIDI out is off";
+    QTest::mouseClick(enable, Qt::LeftButton);
+    EXPECT_TRUE(channel->isEnabled());
+    channel->setCurrentIndex(9);
+    emit channel->activated(9);
+    QTest::keyClicks(field, "300");
+    EXPECT_EQ(field->text(), "30") << "0-127 only";
+    QTest::keyClick(field, Qt::Key_Return);
     for (ManagedObject* record : {songs[0], copy}) {
         EXPECT_TRUE(record->value("midiOutEnabled").toBool());
         EXPECT_EQ(record->integerValue("midiOutChannel"), 10);
@@ -206,14 +203,14 @@ TEST_F(MainWindowModes, DetailControlsFollowThePickedProject) {
     EXPECT_FALSE(songs[1]->value("midiOutEnabled").toBool());
     EXPECT_FALSE(context().hasChanges()) << "saved";
     // Picking the other song shows its own settings.
-    w()->songDetailsView()->songPicker()->selectRowIndexes({1}, false);
+    picker->selectRowIndexes({1}, false);
     processEvents();
-    EXPECT_FALSE(w()->findChild<QCheckBox*>("midiEnableCheckBox")->isChecked());
-    EXPECT_TRUE(w()->findChild<QLineEdit*>("progCcNumberTextField")->text().isEmpty());
-    w()->songDetailsView()->songPicker()->selectRowIndexes({0}, false);
+    EXPECT_FALSE(enable->isChecked());
+    EXPECT_TRUE(field->text().isEmpty());
+    picker->selectRowIndexes({0}, false);
     processEvents();
-    EXPECT_EQ(w()->findChild<QComboBox*>("midiChannel")->currentText(), "10");
-    EXPECT_EQ(w()->findChild<QLineEdit*>("progCcNumberTextField")->text(), "30");
+    EXPECT_EQ(channel->currentText(), "10");
+    EXPECT_EQ(field->text(), "30");
 }
 
 // On stage the running order follows the setlist's selection, and the next song is named.

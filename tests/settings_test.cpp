@@ -8,9 +8,9 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <gtest/gtest.h>
-#include <optional>
 
 using namespace helpers;
 
@@ -26,34 +26,6 @@ protected:
         return s ? std::make_unique<Storage>(*s) : nullptr;
     }
 };
-
-TEST_F(Settings, FirstRunWritesExactlyTheDefaults) {
-    Prefs prefs;
-    EXPECT_EQ(Prefs::dataFilePath(), path());
-    auto s = storedRecord();
-    ASSERT_TRUE(s);
-    EXPECT_EQ(s->storageSelectedDAWDelay, 1.2f) << "the float nearest 1.2";
-    EXPECT_EQ(s->storageBackupDelay, 1.0f);
-    EXPECT_EQ(s->storageSelectedMidiChannel.toInt(), 1);
-    EXPECT_EQ(s->storageSelectedSpacebarMidiChannel.toInt(), 1);
-    EXPECT_TRUE(s->storageActive);
-    EXPECT_EQ(s->storageSelectedMidiDevice.toInt(), 0);
-    EXPECT_TRUE(s->storageSelectedMidiDevice.isValid());
-    EXPECT_FALSE(s->storageCreateVirtualPort);
-    EXPECT_FALSE(s->storageForceSysEventsRequest);
-    EXPECT_FALSE(prefs.prefsNumberOfActiveSources.isValid());
-
-    prefs.prefsSelectedMidiChannel = 10;
-    prefs.prefsSelectedMidiDeviceUniqueID = -123;
-    prefs.prefsSelectedDAWDelay = 0.25f;
-    prefs.prefsNumberOfActiveSources = 4;
-    prefs.saveDataToDisk();
-    Prefs again;
-    EXPECT_EQ(again.prefsSelectedMidiChannel.toInt(), 10);
-    EXPECT_EQ(again.prefsSelectedMidiDeviceUniqueID, -123);
-    EXPECT_EQ(again.prefsSelectedDAWDelay, 0.25f);
-    EXPECT_FALSE(again.prefsNumberOfActiveSources.isValid()) << "never persisted";
-}
 
 TEST_F(Settings, MissingKeysAndUnreadableFilesReadAsZero) {
     // A record written before "StorageBackupDelay" existed.
@@ -87,7 +59,8 @@ TEST_F(Settings, MissingKeysAndUnreadableFilesReadAsZero) {
 }
 
 namespace {
-// The "Data" record of the settings file as libplist reads it, and the archive's objects.
+// The "Data" record of the settings file as libplist reads it: each key as the kind of value
+// it holds and its value (for an object-coded key, the number it points at).
 struct RawRecord {
     PlistNode root;
     plist_t objects = nullptr;
@@ -98,78 +71,84 @@ struct RawRecord {
         plist_from_bin(data.constData(), uint32_t(data.size()), &r);
         root.reset(r);
         objects = plist_dict_get_item(root.get(), "$objects");
-        uint64_t uid = 0;
-        plist_get_uid_val(plist_dict_get_item(plist_dict_get_item(root.get(), "$top"), "Data"),
-                          &uid);
-        record = plist_array_get_item(objects, uint32_t(uid));
+        record =
+            plist_array_get_item(objects, uid(plist_dict_get_item(root.get(), "$top"), "Data"));
     }
-    plist_t item(const char* key) const { return plist_dict_get_item(record, key); }
-    // An object-coded key: the number it points at, or nullopt for $null.
-    std::optional<int64_t> object(const char* key) const {
-        uint64_t uid = 0;
-        if (plist_get_node_type(item(key)) != PLIST_UID) return int64_t(-999999);
-        plist_get_uid_val(item(key), &uid);
-        if (uid == 0) return std::nullopt;
+    uint32_t uid(plist_t dict, const char* key) const {
         uint64_t v = 0;
-        plist_get_uint_val(plist_array_get_item(objects, uint32_t(uid)), &v);
-        return int64_t(v);
+        plist_get_uid_val(plist_dict_get_item(dict, key), &v);
+        return uint32_t(v);
     }
-    double real(const char* key) const {
-        double v = -1;
-        EXPECT_EQ(plist_get_node_type(item(key)), PLIST_REAL) << key;
-        plist_get_real_val(item(key), &v);
-        return v;
+    QString className() const {
+        char* name = nullptr;
+        plist_get_string_val(
+            plist_dict_get_item(plist_array_get_item(objects, uid(record, "$class")), "$classname"),
+            &name);
+        const QString out = QString::fromUtf8(name);
+        free(name);
+        return out;
     }
-    int64_t integer(const char* key) const {
-        uint64_t v = 0;
-        EXPECT_EQ(plist_get_node_type(item(key)), PLIST_UINT) << key;
-        plist_get_uint_val(item(key), &v);
-        return int64_t(v);
-    }
-    bool flag(const char* key) const {
-        uint8_t v = 2;
-        EXPECT_EQ(plist_get_node_type(item(key)), PLIST_BOOLEAN) << key;
-        plist_get_bool_val(item(key), &v);
-        return v != 0;
+    QString operator[](const char* key) const {
+        plist_t item = plist_dict_get_item(record, key);
+        uint64_t n = 0;
+        double real = 0;
+        uint8_t flag = 0;
+        switch (plist_get_node_type(item)) {
+        case PLIST_UID:
+            if (uid(record, key) == 0) return "$null";
+            plist_get_uint_val(plist_array_get_item(objects, uid(record, key)), &n);
+            return QString("object %1").arg(n);
+        case PLIST_REAL:
+            plist_get_real_val(item, &real);
+            return QString("real %1").arg(QString::number(float(real)));
+        case PLIST_UINT:
+            plist_get_uint_val(item, &n);
+            return QString("integer %1").arg(int32_t(n));
+        case PLIST_BOOLEAN:
+            plist_get_bool_val(item, &flag);
+            return flag ? "flag true" : "flag false";
+        default:
+            return "missing";
+        }
     }
 };
 } // namespace
 
 // The file itself, read without our own decoder: one "Data" record of class Storage with the
 // sixteen keys, numbers as objects, the rest inline with their coder types; first the
-// defaults, then every field set to something other than its default, negatives included.
+// defaults, then every field set to something other than its default, negatives included,
+// and what is written reads back whole.
 TEST_F(Settings, TheFileHoldsTheSixteenKeysWithTheirCoderTypes) {
+    const struct {
+        const char *key, *byDefault, *set;
+    } keys[] = {
+        {"StorageSelectedMidiDevice", "object 0", "object 3"},
+        {"StorageSelectedMidiOutDevice", "object 0", "object 4"},
+        {"StorageSelectedMidiChannel", "object 1", "object 16"},
+        {"StorageSelectedDAW", "object 0", "object 1"},
+        {"StorageSelectedDAWDelay", "real 1.2", "real 2.75"},
+        {"StorageBackupDelay", "real 1", "real 0.5"},
+        {"StorageSelectedMidiDeviceUniqueID", "integer 0", "integer -19711971"},
+        {"StorageSelectedMidiDeviceDestinationUniqueID", "integer 0", "integer 2147483647"},
+        {"StorageCreateVirtualPort", "flag false", "flag true"},
+        {"StorageSpacebarMidiTrigger", "flag false", "flag true"},
+        {"StorageSelectedSpacebarMidiDevice", "object 0", "object 2"},
+        {"StorageSelectedSpacebarMidiDeviceUniqueID", "integer 0", "integer -2147483648"},
+        {"StorageSelectedSpacebarMidiNote", "object 0", "object 72"},
+        {"StorageSelectedSpacebarMidiChannel", "object 1", "object 10"},
+        {"StorageActive", "flag true", "flag false"},
+        {"StorageForceSysEventsRequest", "flag false", "flag true"},
+    };
     Prefs prefs;
+    EXPECT_EQ(Prefs::dataFilePath(), path());
     {
         RawRecord raw(readFile(path()));
         ASSERT_TRUE(raw.record);
         EXPECT_EQ(plist_dict_get_size(raw.record), 17u) << "sixteen keys and $class";
-        uint64_t cls = 0;
-        plist_get_uid_val(raw.item("$class"), &cls);
-        char* name = nullptr;
-        plist_get_string_val(
-            plist_dict_get_item(plist_array_get_item(raw.objects, uint32_t(cls)), "$classname"),
-            &name);
-        EXPECT_STREQ(name, "Storage");
-        free(name);
-        EXPECT_EQ(raw.object("StorageSelectedMidiDevice"), 0);
-        EXPECT_EQ(raw.object("StorageSelectedMidiOutDevice"), 0);
-        EXPECT_EQ(raw.object("StorageSelectedMidiChannel"), 1);
-        EXPECT_EQ(raw.object("StorageSelectedDAW"), 0);
-        EXPECT_FLOAT_EQ(float(raw.real("StorageSelectedDAWDelay")), 1.2f);
-        EXPECT_EQ(raw.real("StorageBackupDelay"), 1.0);
-        EXPECT_EQ(raw.integer("StorageSelectedMidiDeviceUniqueID"), 0);
-        EXPECT_EQ(raw.integer("StorageSelectedMidiDeviceDestinationUniqueID"), 0);
-        EXPECT_FALSE(raw.flag("StorageCreateVirtualPort"));
-        EXPECT_FALSE(raw.flag("StorageSpacebarMidiTrigger"));
-        EXPECT_EQ(raw.object("StorageSelectedSpacebarMidiDevice"), 0);
-        EXPECT_EQ(raw.integer("StorageSelectedSpacebarMidiDeviceUniqueID"), 0);
-        EXPECT_EQ(raw.object("StorageSelectedSpacebarMidiNote"), 0);
-        EXPECT_EQ(raw.object("StorageSelectedSpacebarMidiChannel"), 1);
-        EXPECT_TRUE(raw.flag("StorageActive"));
-        EXPECT_FALSE(raw.flag("StorageForceSysEventsRequest"));
+        EXPECT_EQ(raw.className(), "Storage");
+        for (const auto& k : keys)
+            EXPECT_EQ(raw[k.key], k.byDefault) << k.key;
     }
-
     prefs.prefsSelectedMidiDevice = 3;
     prefs.prefsSelectedMidiOutDevice = 4;
     prefs.prefsSelectedMidiChannel = 16;
@@ -186,34 +165,18 @@ TEST_F(Settings, TheFileHoldsTheSixteenKeysWithTheirCoderTypes) {
     prefs.prefsSelectedSpacebarMidiChannel = 10;
     prefs.prefsActive = false;
     prefs.prefsForceSysEventsRequest = true;
+    prefs.prefsNumberOfActiveSources = 4;
     prefs.saveDataToDisk();
-    {
-        RawRecord raw(readFile(path()));
-        EXPECT_EQ(raw.object("StorageSelectedMidiChannel"), 16);
-        EXPECT_EQ(raw.real("StorageSelectedDAWDelay"), 2.75);
-        EXPECT_EQ(int32_t(raw.integer("StorageSelectedMidiDeviceUniqueID")), -19711971);
-        EXPECT_EQ(int32_t(raw.integer("StorageSelectedSpacebarMidiDeviceUniqueID")),
-                  -2147483647 - 1);
-        EXPECT_FALSE(raw.flag("StorageActive"));
-        EXPECT_TRUE(raw.flag("StorageForceSysEventsRequest"));
-    }
+    const QByteArray written = readFile(path());
+    RawRecord raw(written);
+    for (const auto& k : keys)
+        EXPECT_EQ(raw[k.key], k.set) << k.key;
+
     Prefs again;
-    EXPECT_EQ(again.prefsSelectedMidiDevice.toInt(), 3);
-    EXPECT_EQ(again.prefsSelectedMidiOutDevice.toInt(), 4);
-    EXPECT_EQ(again.prefsSelectedMidiChannel.toInt(), 16);
-    EXPECT_EQ(again.prefsSelectedDAW.toInt(), 1);
-    EXPECT_EQ(again.prefsSelectedDAWDelay, 2.75f);
-    EXPECT_EQ(again.prefsBackupDelay, 0.5f);
-    EXPECT_EQ(again.prefsSelectedMidiDeviceUniqueID, -19711971);
-    EXPECT_EQ(again.prefsSelectedMidiDeviceDestinationUniqueID, 2147483647);
-    EXPECT_TRUE(again.prefsCreateVirtualPort);
-    EXPECT_TRUE(again.spacebarMidiTrigger);
-    EXPECT_EQ(again.prefsSelectedSpacebarMidiDevice.toInt(), 2);
-    EXPECT_EQ(again.prefsSelectedSpacebarMidiDeviceUniqueID, -2147483647 - 1);
-    EXPECT_EQ(again.prefsSelectedSpacebarMidiNote.toInt(), 72);
-    EXPECT_EQ(again.prefsSelectedSpacebarMidiChannel.toInt(), 10);
-    EXPECT_FALSE(again.prefsActive);
-    EXPECT_TRUE(again.prefsForceSysEventsRequest);
+    EXPECT_FALSE(again.prefsNumberOfActiveSources.isValid()) << "never persisted";
+    QFile::remove(path());
+    again.saveDataToDisk();
+    EXPECT_EQ(readFile(path()), written) << "every field reads back as it was written";
 }
 
 // A settings file with a list, a string and a date where numbers belong, the list shared by
