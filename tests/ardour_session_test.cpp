@@ -10,6 +10,7 @@
 #include "support/LibraryHelpers.h"
 #include "support/RealArdour.h"
 #include "support/StageFixture.h"
+#include "support/StageStatus.h"
 #include "support/TempHome.h"
 
 #include <QDir>
@@ -82,7 +83,7 @@ TEST_F(ArdourStage, LeftAloneThenASetlistPlaysThroughOnProgramChange127) {
     makeSetlist({ardourSession("Opener"), ardourSession("Ballad"), ardourSession("Encore")});
     launch();
     PerformanceView* stage = app->window()->performanceView();
-    ASSERT_TRUE(waitUntil([&] { return stage->dawState().startsWith("Opener loaded ("); }, 120000))
+    ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing("Opener"); }, 120000))
         << stage->dawState().toStdString();
     const qint64 pid = app->dawControl()->sessionManager()->dawProcessId();
     // Under load Ardour's engine sometimes halts after its first session at launch (its JACK
@@ -96,18 +97,17 @@ TEST_F(ArdourStage, LeftAloneThenASetlistPlaysThroughOnProgramChange127) {
     EXPECT_FALSE(waitUntil(
         [&] {
             return DawProcess::startTimeOf(pid) == 0 || manager->dawProcessId() != pid ||
-                   !stage->dawState().startsWith("Opener loaded (");
+                   daw() != stage::playing("Opener");
         },
         45000))
         << "left alone: " << stage->dawState().toStdString();
     EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "the same Ardour";
-    EXPECT_TRUE(stage->dawState().startsWith("Opener loaded (")) << stage->dawState().toStdString();
+    EXPECT_TRUE(daw() == stage::playing("Opener")) << stage->dawState().toStdString();
     EXPECT_EQ(selectedSetlistRow(), 0) << "the stage is on the song Ardour has";
     EXPECT_TRUE(titled("Opener"));
     for (const char* name : {"Ballad", "Encore"}) {
         midi->send({0xC0, 0x7F});
-        ASSERT_TRUE(waitUntil(
-            [&] { return stage->dawState().startsWith(QString(name) + " loaded ("); }, 60000))
+        ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing(name); }, 60000))
             << name << ": " << stage->dawState().toStdString();
         EXPECT_TRUE(waitUntil([&] { return titled(name); }, 10000)) << name;
         // Ardour registers its ports again after a switch: under the same name.
@@ -164,11 +164,11 @@ TEST_F(ArdourStage, AGigmoraKilledMidSetLeavesOneArdourThatTheNextDrives) {
     launch();
     PerformanceView* stage = app->window()->performanceView();
     EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "taken over";
-    EXPECT_EQ(stage->dawState(), "Opener loaded (Ardour kept playing)");
+    EXPECT_EQ(daw(), stage::playing("Opener")) << "kept playing";
     processEvents();
     EXPECT_EQ(selectedSetlistRow(), 0) << "the stage is on the song Ardour plays";
     midi->send({0xC0, 0x7F});
-    ASSERT_TRUE(waitUntil([&] { return stage->dawState().startsWith("Ballad loaded ("); }, 60000))
+    ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing("Ballad"); }, 60000))
         << stage->dawState().toStdString();
     EXPECT_TRUE(waitUntil([&] { return titled("Ballad"); }, 10000));
     EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid);

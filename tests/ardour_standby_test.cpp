@@ -1,11 +1,13 @@
 #include "app/PerformanceView.h"
 #include "daw/DawControl.h"
 #include "daw/StandbyDaws.h"
+#include "performance/StageState.h"
 #include "settings/GigmoraConfig.h"
 #include "support/AudioProbe.h"
 #include "support/LibraryHelpers.h"
 #include "support/RealArdour.h"
 #include "support/StageFixture.h"
+#include "support/StageStatus.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -158,12 +160,11 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
     makeSetlist(sessions);
     launch();
     PerformanceView* stage = app->window()->performanceView();
-    const auto stageSays = [&](const QString& text) {
+    const auto stageSays = [&](const DawStatus& status) {
         keepFed();
-        return stage->dawState() == text;
+        return daw() == status;
     };
-    ASSERT_TRUE(waitUntil(
-        [&] { return stageSays(names[0] + " playing · next: " + names[1] + " ready"); }, 180000))
+    ASSERT_TRUE(waitUntil([&] { return stageSays(stage::playing(names[0], names[1])); }, 180000))
         << stage->dawState().toStdString() << graph();
     ASSERT_TRUE(waitUntil([&] { return heardInstance() == 0; }, 20000))
         << "the first instance at the outputs" << graph();
@@ -222,11 +223,12 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
         } else {
             std::printf("%s: Ardour did not say that it rolls\n", qPrintable(names[song]));
         }
-        const QString next =
-            song + 1 < names.size() ? " · next: " + names[song + 1] + " ready" : QString();
+        const DawStatus next = song + 1 < names.size()
+                                   ? stage::playing(names[song], names[song + 1])
+                                   : stage::playingLast(names[song]);
         QElapsedTimer standby;
         standby.start();
-        ASSERT_TRUE(waitUntil([&] { return stageSays(names[song] + " playing" + next); }, 120000))
+        ASSERT_TRUE(waitUntil([&] { return stageSays(next); }, 120000))
             << stage->dawState().toStdString() << graph();
         std::printf("%s: %s (standby ready after %lld ms)\n", qPrintable(names[song]),
                     qPrintable(stage->dawState()), standby.elapsed());
@@ -237,11 +239,10 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
             killedAt = listener_.heard().size();
             const size_t witnessAtKill = witnessIn_.stale(0);
             ASSERT_EQ(::kill(pid_t(daws->instance(1 - expected)->dawProcessId()), SIGKILL), 0);
-            ASSERT_TRUE(waitUntil([&] { return stage->dawState().contains(" · standby: "); }))
+            ASSERT_TRUE(waitUntil([&] { return daw().standby == stage::Phase::Starting; }))
                 << stage->dawState().toStdString();
             std::printf("Killed the standby: %s\n", qPrintable(stage->dawState()));
-            ASSERT_TRUE(
-                waitUntil([&] { return stageSays(names[song] + " playing" + next); }, 120000))
+            ASSERT_TRUE(waitUntil([&] { return stageSays(next); }, 120000))
                 << stage->dawState().toStdString() << graph();
             // A crash, not a load: until the server has dropped the dead client, the router
             // waits for it in every period. Counted apart.
@@ -269,16 +270,20 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
 TEST_F(ArdourStandby, ASongThatAsksIsPassedOverAndTheSetGoesOn) {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     makeSetlist({ardourSession("Opener"), ardourSession("Odd", 44100), ardourSession("Finale")});
-    QStringList said;
+    QString named; // the words the stage had when it named the song
     launch();
-    QObject::connect(app->dawControl(), &DawControl::stateChanged,
-                     [&](const QString& state) { said << state; });
     PerformanceView* stage = app->window()->performanceView();
-    const auto stageSays = [&](const QString& text) {
+    QObject::connect(app->stageState(), &StageState::changed, [&](const StageSnapshot& now) {
+        if (named.isEmpty() && now.daw.refused == "Odd" &&
+            now.daw.reason == DawStatus::Reason::Dialog)
+            named = now.state;
+    });
+    const auto stageSays = [&](const DawStatus& status) {
         keepFed();
-        return stage->dawState() == text;
+        return daw() == status;
     };
-    ASSERT_TRUE(waitUntil([&] { return stageSays("Opener playing · next: Odd loading…"); }, 180000))
+    ASSERT_TRUE(waitUntil(
+        [&] { return stageSays(stage::playing("Opener", "Odd", stage::Phase::Loading)); }, 180000))
         << stage->dawState().toStdString();
     // From here on the song that plays sounds throughout: the stuck instance, its end and its
     // return, the refusal and the swap.
@@ -286,21 +291,21 @@ TEST_F(ArdourStandby, ASongThatAsksIsPassedOverAndTheSetGoesOn) {
     const size_t witnessFrom = witnessIn_.heard().size();
     QElapsedTimer loading;
     loading.start();
-    const QString asks = "Odd cannot load: Ardour asks \"Sample Rate Mismatch\"";
-    ASSERT_TRUE(waitUntil([&] { return !said.filter(asks).isEmpty(); }, 15000))
-        << said.join('\n').toStdString();
-    std::printf("Named %lld ms after the load began: %s\n", loading.elapsed(),
-                qPrintable(said.filter(asks).first()));
-    ASSERT_TRUE(waitUntil([&] { return stageSays("Opener playing · next: Finale ready"); }, 120000))
+    ASSERT_TRUE(waitUntil([&] { return !named.isEmpty(); }, 15000))
+        << stage->dawState().toStdString();
+    std::printf("Named %lld ms after the load began: %s\n", loading.elapsed(), qPrintable(named));
+    ASSERT_TRUE(waitUntil([&] { return stageSays(stage::playing("Opener", "Finale")); }, 120000))
         << stage->dawState().toStdString() << graph();
     midi->send({0xC0, 0x7F});
-    ASSERT_TRUE(waitUntil(
-        [&] { return stageSays("Opener playing · " + asks + " · next: Finale ready"); }, 10000))
+    DawStatus refused = stage::playing("Opener", "Finale");
+    refused.refused = "Odd";
+    refused.reason = DawStatus::Reason::Dialog;
+    ASSERT_TRUE(waitUntil([&] { return stageSays(refused); }, 10000))
         << stage->dawState().toStdString();
     EXPECT_EQ(heardInstance(), 0) << "the song that plays goes on";
     midi->send({0xC0, 0x7F});
     ASSERT_TRUE(waitUntil([&] { return heardInstance() == 1; }, 10000)) << graph();
-    ASSERT_TRUE(waitUntil([&] { return stageSays("Finale playing"); }, 10000))
+    ASSERT_TRUE(waitUntil([&] { return stageSays(stage::playingLast("Finale")); }, 10000))
         << stage->dawState().toStdString();
     EXPECT_EQ(silentPeriods(from), witnessIn_.stale(witnessFrom));
 }
@@ -314,25 +319,20 @@ TEST_F(ArdourStandby, OneDawNamesASongThatAsksAndGoesOn) {
     makeSetlist({ardourSession("Opener"), ardourSession("Odd", 44100), ardourSession("Finale")});
     launch();
     PerformanceView* stage = app->window()->performanceView();
-    ASSERT_TRUE(waitUntil([&] { return stage->dawState().startsWith("Opener loaded ("); }, 180000))
+    ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing("Opener"); }, 180000))
         << stage->dawState().toStdString();
     const qint64 first = app->dawControl()->sessionManager()->dawProcessId();
     QElapsedTimer asked;
     asked.start();
     midi->send({0xC0, 0x7F});
     ASSERT_TRUE(waitUntil(
-        [&] {
-            return stage->dawState().startsWith(
-                "Odd cannot load: Ardour asks \"Sample Rate Mismatch\"");
-        },
-        15000))
+        [&] { return daw().refused == "Odd" && daw().reason == DawStatus::Reason::Dialog; }, 15000))
         << stage->dawState().toStdString();
     std::printf("Named %lld ms after the trigger\n", asked.elapsed());
-    ASSERT_TRUE(waitUntil(
-        [&] { return stage->dawState().endsWith("Ardour ready, no song loaded"); }, 120000))
+    ASSERT_TRUE(waitUntil([&] { return daw().phase == stage::Phase::Ready; }, 120000))
         << stage->dawState().toStdString();
     EXPECT_NE(app->dawControl()->sessionManager()->dawProcessId(), first);
     midi->send({0xC0, 0x7F});
-    ASSERT_TRUE(waitUntil([&] { return stage->dawState().startsWith("Finale loaded ("); }, 60000))
+    ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing("Finale"); }, 60000))
         << stage->dawState().toStdString();
 }

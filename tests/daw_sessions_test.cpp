@@ -5,10 +5,12 @@
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
 #include "library/ProjectKind.h"
+#include "performance/StageState.h"
 #include "settings/GigmoraConfig.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
 #include "support/StageFixture.h"
+#include "support/StageStatus.h"
 #include "support/TempHome.h"
 
 #include <QDir>
@@ -45,6 +47,7 @@ protected:
         useTheStandIn();
     }
     PerformanceView* stage() { return app->window()->performanceView(); }
+    DawStatus daw() { return app->stageState()->snapshot().daw; }
 };
 
 // Session folders (or their .ardour files) are songs; recall opens them in the running DAW,
@@ -52,7 +55,7 @@ protected:
 TEST_F(DawSessions, ASetlistOfSessionsPlaysThrough) {
     launch();
     ASSERT_TRUE(app->dawControl()->managesSessions());
-    ASSERT_TRUE(waitUntil([&] { return stage()->dawState().endsWith("ready, no song loaded"); }))
+    ASSERT_TRUE(waitUntil([&] { return daw().phase == stage::Phase::Ready; }))
         << stage()->dawState().toStdString();
     QDir().mkpath(TempHome::home() + "/sessions/NotASession");
     ASSERT_TRUE(dropFiles(songList(),
@@ -76,7 +79,7 @@ TEST_F(DawSessions, ASetlistOfSessionsPlaysThrough) {
     auto* next = stage()->findChild<QPushButton*>("nextButton");
     const qint64 pid = app->dawControl()->sessionManager()->dawProcessId();
     QTest::mouseClick(next, Qt::LeftButton);
-    ASSERT_TRUE(waitUntil([&] { return stage()->dawState().startsWith("Ballad loaded ("); }))
+    ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing("Ballad"); }))
         << stage()->dawState().toStdString();
     EXPECT_EQ(app->dawControl()->sessionManager()->loadedPath(), session("Ballad"));
     EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "one DAW";
@@ -93,7 +96,7 @@ TEST_F(DawSessions, TheLogicControlIsTheDefault) {
     QFile::remove(GigmoraConfig::filePath());
     launch();
     EXPECT_FALSE(app->dawControl()->managesSessions());
-    EXPECT_TRUE(stage()->dawState().isEmpty());
+    EXPECT_EQ(daw(), DawStatus()) << "nothing to say";
     EXPECT_TRUE(app->dawControl()->projectKind().isProject(project("Song.logicx")));
     EXPECT_FALSE(app->dawControl()->projectKind().isProject(session("Opener")));
 }

@@ -25,7 +25,7 @@ public:
     explicit Surface(quint16 port, const char* host = "127.0.0.1")
         : server_(lo_server_new(nullptr, nullptr)),
           target_(lo_address_new(host, QByteArray::number(port).constData())) {
-        lo_server_add_method(server_, nullptr, "s", &Surface::collect, this);
+        lo_server_add_method(server_, nullptr, nullptr, &Surface::collect, this);
     }
     ~Surface() {
         lo_address_free(target_);
@@ -44,8 +44,14 @@ public:
     }
 
 private:
-    static int collect(const char* path, const char*, lo_arg** argv, int, lo_message, void* s) {
-        static_cast<Surface*>(s)->last_[path] = reinterpret_cast<const char*>(argv[0]);
+    // Every argument, strings and integers, joined by "|".
+    static int collect(const char* path, const char* types, lo_arg** argv, int argc, lo_message,
+                       void* s) {
+        std::string heard;
+        for (int i = 0; i < argc; ++i)
+            heard += (i ? "|" : "") +
+                     (types[i] == 'i' ? std::to_string(argv[i]->i) : std::string(&argv[i]->s));
+        static_cast<Surface*>(s)->last_[path] = heard;
         return 0;
     }
     lo_server server_;
@@ -75,9 +81,17 @@ TEST(OscRemote, MessagesAndFeedback) {
     remote.publish({.setlist = "Friday",
                     .current = "Ballad",
                     .next = "Last song",
-                    .state = "Ballad loaded (1.1 s)"});
+                    .state = "Ballad loaded (1.1 s) · next: Encore loading…",
+                    .daw = {DawStatus::Phase::Loaded,
+                            "Ballad",
+                            DawStatus::Reason::None,
+                            0,
+                            {},
+                            DawStatus::Phase::Loading,
+                            "Encore"}});
     EXPECT_TRUE(surface.heard("/gigmora/current", "Ballad"));
-    EXPECT_TRUE(surface.heard("/gigmora/state", "Ballad loaded (1.1 s)"));
+    EXPECT_TRUE(surface.heard("/gigmora/state", "Ballad loaded (1.1 s) · next: Encore loading…"));
+    EXPECT_TRUE(surface.heard("/gigmora/daw", "loaded|Ballad||0||loading|Encore"));
 }
 
 // Senders that are not allowed, garbage and wrong arguments change nothing.

@@ -2,6 +2,7 @@
 #include "support/JackAvailable.h"
 #include "support/LibraryHelpers.h"
 #include "support/LogCapture.h"
+#include "support/StageStatus.h"
 #include "support/TempHome.h"
 
 #include <QDir>
@@ -37,7 +38,7 @@ protected:
         return o;
     }
     static bool ready(const StandbyDaws& d, const QString& playing, const QString& next) {
-        return d.stateText() == playing + " playing · next: " + next + " ready";
+        return d.status() == stage::playing(playing, next);
     }
     QStringList songs_;
 };
@@ -68,7 +69,7 @@ TEST_F(StandbyDawsTest, TheStandbyAlwaysHoldsTheNextSong) {
     EXPECT_FALSE(daws.swapsAtOnce(songs_[0]));
     daws.open(songs_[0]);
     EXPECT_EQ(daws.router().target(), 1);
-    EXPECT_TRUE(daws.stateText().contains("next: Opener loading…"))
+    EXPECT_EQ(daws.status(), stage::playing("Ballad", "Opener", stage::Phase::Loading))
         << daws.stateText().toStdString();
     ASSERT_TRUE(waitUntil([&] { return daws.router().target() == 0; }, 10000));
     EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[0]);
@@ -77,10 +78,11 @@ TEST_F(StandbyDawsTest, TheStandbyAlwaysHoldsTheNextSong) {
 
     // To the last song: loaded into the standby, swapped, and nothing follows it.
     daws.open(songs_[2]);
-    ASSERT_TRUE(waitUntil([&] { return daws.stateText() == "Encore playing"; }, 10000))
+    ASSERT_TRUE(waitUntil([&] { return daws.status() == stage::playingLast("Encore"); }, 10000))
         << daws.stateText().toStdString();
     daws.open(songs_[2]);
-    EXPECT_EQ(daws.stateText(), "Encore playing") << "the song playing is not opened again";
+    EXPECT_EQ(daws.status(), stage::playingLast("Encore"))
+        << "the song playing is not opened again";
 }
 
 // A recall while the standby loads another song: the latest wins and is swapped in when it is
@@ -91,7 +93,9 @@ TEST_F(StandbyDawsTest, ARecallDuringALoadSwapsToTheLatest) {
     daws.start();
     ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000));
     daws.open(songs_[1]); // swap; instance 0 starts loading Encore
-    ASSERT_TRUE(waitUntil([&] { return daws.stateText().contains("Encore loading"); }));
+    ASSERT_TRUE(waitUntil([&] {
+        return daws.status().next == "Encore" && daws.status().standby == stage::Phase::Loading;
+    }));
     daws.open(songs_[0]);
     ASSERT_TRUE(waitUntil([&] { return daws.router().target() == 0; }, 10000));
     EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[0]);
@@ -102,8 +106,11 @@ TEST_F(StandbyDawsTest, ARecallDuringALoadSwapsToTheLatest) {
 TEST_F(StandbyDawsTest, ADeadStandbyFallsBackToOneDaw) {
     REQUIRE_JACK();
     StandbyDaws daws(options());
-    QStringList said;
-    QObject::connect(&daws, &StandbyDaws::stateChanged, [&](const QString& s) { said << s; });
+    bool downSaid = false;
+    QObject::connect(&daws, &StandbyDaws::stateChanged, [&] {
+        downSaid |=
+            daws.status().song == "Opener" && daws.status().standby == stage::Phase::Starting;
+    });
     daws.start();
     ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000));
     for (int death = 1; death <= SessionManager::kDeathsBeforeGivingUp; ++death) {
@@ -119,9 +126,8 @@ TEST_F(StandbyDawsTest, ADeadStandbyFallsBackToOneDaw) {
             10000))
             << "back after death " << death << ": " << daws.stateText().toStdString();
     }
-    EXPECT_FALSE(said.filter("Opener playing · standby: ").isEmpty())
-        << said.join('\n').toStdString();
-    ASSERT_TRUE(waitUntil([&] { return daws.stateText().contains("keeps stopping"); }))
+    EXPECT_TRUE(downSaid) << "the stage said the standby was down";
+    ASSERT_TRUE(waitUntil([&] { return daws.status().standby == stage::Phase::Stopped; }))
         << daws.stateText().toStdString();
     daws.open(songs_[2]);
     ASSERT_TRUE(waitUntil([&] { return daws.instance(0)->loadedPath() == songs_[2]; }, 10000));
@@ -151,8 +157,8 @@ TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
     // Recalled the moment the stage says the standby is down: a stand-in comes back so fast
     // that a later look could find it up again.
     bool recalled = false;
-    QObject::connect(&daws, &StandbyDaws::stateChanged, &daws, [&](const QString& state) {
-        if (recalled || !state.contains(" · standby: ")) return;
+    QObject::connect(&daws, &StandbyDaws::stateChanged, &daws, [&] {
+        if (recalled || daws.status().standby != stage::Phase::Starting) return;
         recalled = true;
         daws.setPlan({songs_, 2});
         daws.open(songs_[2]);
@@ -162,7 +168,7 @@ TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
     ASSERT_TRUE(waitUntil([&] { return daws.instance(1)->loadedPath() == songs_[2]; }, 10000))
         << "the one DAW up loaded it itself";
     ASSERT_TRUE(waitUntil([&] { return daws.instance(0)->isUp(); }, 10000));
-    ASSERT_TRUE(waitUntil([&] { return daws.stateText() == "Encore playing"; }, 10000))
+    ASSERT_TRUE(waitUntil([&] { return daws.status() == stage::playingLast("Encore"); }, 10000))
         << daws.stateText().toStdString();
     EXPECT_NE(daws.instance(0)->loadedPath().toStdString(), songs_[2].toStdString());
     EXPECT_EQ(daws.router().target(), 1);

@@ -4,6 +4,10 @@
 #include "support/LibraryHelpers.h"
 #include "support/StageFixture.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QSignalSpy>
 #include <QTcpSocket>
@@ -155,9 +159,18 @@ TEST(WebRemote, PagesNeedTheSessionAndTheirOrigin) {
     StageSnapshot moved = friday();
     moved.currentRow = 1;
     moved.state = "Loading Ballad…";
+    moved.daw = {DawStatus::Phase::Loading, "Ballad"};
     remote.publish(moved);
     EXPECT_TRUE(waitUntil([&] { return page.messages.last().contains("\"current\":1"); }));
-    EXPECT_TRUE(page.messages.last().contains("\"state\":\"Loading Ballad…\""));
+    const QJsonObject stage = QJsonDocument::fromJson(page.messages.last().toUtf8()).object();
+    EXPECT_EQ(stage["state"].toString(), "Loading Ballad…");
+    EXPECT_EQ(stage["daw"].toObject(), (QJsonObject{{"phase", "loading"},
+                                                    {"song", "Ballad"},
+                                                    {"reason", ""},
+                                                    {"code", 0},
+                                                    {"refused", ""},
+                                                    {"standby", "off"},
+                                                    {"next", ""}}));
     // Frames beyond what a command needs end the page's connection.
     page.socket.sendTextMessage(QString(10000, 'x'));
     EXPECT_TRUE(waitUntil([&] { return remote.pageCount() == 0; }));

@@ -130,3 +130,7 @@ void DawControl::shutdown() {
 QString DawControl::stateText() const {
     return standby_ ? standby_->stateText() : manager_ ? manager_->stateText() : QString();
 }
+
+DawStatus DawControl::status() const {
+    return standby_ ? standby_->status() : manager_ ? manager_->status() : DawStatus();
+}

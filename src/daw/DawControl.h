@@ -1,5 +1,6 @@
 #pragma once
 
+#include "daw/DawStatus.h"
 #include "daw/StagePlan.h"
 #include "library/ProjectKind.h"
 #include "settings/GigmoraConfig.h"
@@ -48,6 +49,7 @@ public:
     // Closes the standby's audio router, before the MIDI services it reads from go.
     void closeRouter();
     QString stateText() const;
+    DawStatus status() const;
     // The one DAW's manager, or the active instance's with a standby.
     SessionManager* sessionManager() const;
     StandbyDaws* standbyDaws() const { return standby_.get(); }

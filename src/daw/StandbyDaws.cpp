@@ -161,6 +161,7 @@ void StandbyDaws::open(const QString& path) {
         refused_.remove(path);
         said_.remove(path);
         notice_.clear();
+        noticeSong_.clear();
     }
     if (router_.target() != active_) {
         // The trigger swapped by itself, in real time: this is its recall.
@@ -200,6 +201,7 @@ void StandbyDaws::loadedIn(int instance, const QString& path) {
 
 void StandbyDaws::cannotLoad(int instance, const QString& path, const QString& reason) {
     refused_.insert(path, reason);
+    refusedWhy_.insert(path, daws_[size_t(instance)]->status().reason);
     // A recall waiting for it is refused now; a song the stage is not on yet is skipped.
     if (instance == standby() && path == wanted_) {
         wanted_.clear();
@@ -213,6 +215,7 @@ void StandbyDaws::cannotLoad(int instance, const QString& path, const QString& r
 void StandbyDaws::refuse(const QString& path) {
     said_.insert(path);
     notice_ = QStringLiteral("%1 cannot load: %2").arg(songName(path), refused_.value(path));
+    noticeSong_ = path;
     qCWarning(lcDaw).noquote() << notice_ + "; the song that plays goes on.";
     updateState();
 }
@@ -318,25 +321,44 @@ void StandbyDaws::prepareStandby() {
 }
 
 void StandbyDaws::updateState() {
+    using Phase = DawStatus::Phase;
     const SessionManager& a = *daws_[size_t(active_)];
     const SessionManager& s = *daws_[size_t(standby())];
-    QString text = a.loadedPath().isEmpty() || !a.pendingPath().isEmpty() || a.placeholderLoaded()
-                       ? a.stateText()
-                       : songName(a.loadedPath()) + QStringLiteral(" playing");
-    if (!notice_.isEmpty()) text += QStringLiteral(" · ") + notice_;
+    DawStatus status = a.status();
+    const bool playing =
+        !a.loadedPath().isEmpty() && a.pendingPath().isEmpty() && !a.placeholderLoaded();
+    QString text = playing ? songName(a.loadedPath()) + QStringLiteral(" playing") : a.stateText();
+    if (!notice_.isEmpty()) {
+        text += QStringLiteral(" · ") + notice_;
+        status.refused = songName(noticeSong_);
+        status.reason = refusedWhy_.value(noticeSong_);
+    } else if (routed_ && status.refused.isEmpty() && !s.status().refused.isEmpty()) {
+        status.refused = s.status().refused; // the standby's, said in its part of the words
+        status.reason = s.status().reason;
+    }
     if (routed_) {
-        if (!s.isUp())
+        if (!s.isUp()) {
             text += QStringLiteral(" · standby: ") + s.stateText();
-        else if (!s.pendingPath().isEmpty())
+            status.standby = s.status().phase;
+        } else if (!s.pendingPath().isEmpty()) {
             text += QStringLiteral(" · next: %1 loading…").arg(songName(s.pendingPath()));
-        else if (!s.loadedPath().isEmpty() && s.loadedPath() == nextSong())
-            text += (heard(standby()) ? QStringLiteral(" · next: %1 ready")
-                                      : QStringLiteral(" · next: %1 loading…"))
+            status.standby = Phase::Loading;
+            status.next = songName(s.pendingPath());
+        } else if (!s.loadedPath().isEmpty() && s.loadedPath() == nextSong()) {
+            const bool ready = heard(standby());
+            text += (ready ? QStringLiteral(" · next: %1 ready")
+                           : QStringLiteral(" · next: %1 loading…"))
                         .arg(songName(s.loadedPath()));
+            status.standby = ready ? Phase::Loaded : Phase::Loading;
+            status.next = songName(s.loadedPath());
+        } else {
+            status.standby = Phase::Ready;
+        }
     }
     rearm();
-    if (text == state_) return;
+    if (text == state_ && status == status_) return;
     state_ = text;
+    status_ = status;
     emit stateChanged(text);
 }
 

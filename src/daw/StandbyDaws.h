@@ -50,6 +50,7 @@ public:
     void closeRouter();
 
     QString stateText() const { return state_; }
+    const DawStatus& status() const { return status_; }
     int active() const { return active_; }
     bool routed() const { return routed_; }
     SessionManager* instance(int i) const { return daws_[size_t(i)].get(); }
@@ -102,8 +103,11 @@ private:
     // refused with the reason (a later recall tries again).
     QHash<QString, QString> refused_;
     QSet<QString> said_; // refusals said to a recall
+    QHash<QString, DawStatus::Reason> refusedWhy_;
     QString notice_;     // the last refusal, said until the next song
+    QString noticeSong_;
     QString state_;
+    DawStatus status_;
     QTimer spillover_; // the instance left behind loads only once it is silent
     QTimer graph_;     // looks whether the DAWs' ports changed, to route them again
     static constexpr int kSettleMs = 500;  // after a load

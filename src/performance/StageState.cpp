@@ -54,6 +54,9 @@ StageSnapshot StageState::build() const {
         else if (stage.currentRow >= 0 && stage.currentRow == stage.songs.size() - 1)
             stage.next = QStringLiteral("Last song");
     }
-    if (daw_) stage.state = daw_->stateText();
+    if (daw_) {
+        stage.state = daw_->stateText();
+        stage.daw = daw_->status();
+    }
     return stage;
 }

@@ -84,4 +84,10 @@ void OscRemote::sendStage(const QHostAddress& to, quint16 port) {
                                                      {"/gigmora/state", stage_.state}};
     for (const auto& [path, text] : parts)
         endpoint_.send({QString::fromLatin1(path), {text}}, to, port);
+    // The same state in fields, for a surface that acts on it rather than shows it.
+    const DawStatus& d = stage_.daw;
+    endpoint_.send({QStringLiteral("/gigmora/daw"),
+                    {DawStatus::name(d.phase), d.song, DawStatus::name(d.reason), d.code,
+                     d.refused, DawStatus::name(d.standby), d.next}},
+                   to, port);
 }

@@ -225,6 +225,15 @@ QByteArray WebRemote::stageJson() const {
     o.insert(QLatin1String("current"), stage_.currentRow);
     o.insert(QLatin1String("next"), stage_.next);
     o.insert(QLatin1String("state"), stage_.state);
+    const DawStatus& d = stage_.daw;
+    o.insert(QLatin1String("daw"),
+             QJsonObject{{QLatin1String("phase"), DawStatus::name(d.phase)},
+                         {QLatin1String("song"), d.song},
+                         {QLatin1String("reason"), DawStatus::name(d.reason)},
+                         {QLatin1String("code"), d.code},
+                         {QLatin1String("refused"), d.refused},
+                         {QLatin1String("standby"), DawStatus::name(d.standby)},
+                         {QLatin1String("next"), d.next}});
     return QJsonDocument(o).toJson(QJsonDocument::Compact);
 }
 

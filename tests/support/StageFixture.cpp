@@ -7,6 +7,7 @@
 #include "midi/MainMidi.h"
 #include "midi/MidiServices.h"
 #include "midi/backends/jack/JackMidiServices.h"
+#include "performance/StageState.h"
 #include "platform/NotificationCenter.h"
 #include "platform/TableView.h"
 #include "settings/Prefs.h"
@@ -123,4 +124,8 @@ qsizetype StageFixture::selectedSetlistRow() const {
 void StageFixture::selectSetlistRow(qsizetype row) {
     app->window()->editView()->setlistTableView()->selectRowIndexes({row}, false);
     processEvents();
+}
+
+DawStatus StageFixture::daw() const {
+    return app->stageState()->snapshot().daw;
 }

@@ -5,6 +5,7 @@
 #include "app/MainWindow.h"
 #include "app/PerformanceView.h"
 #include "app/SongDetailsView.h"
+#include "daw/DawStatus.h"
 #include "platform/SegmentedControl.h"
 #include "platform/TableView.h"
 #include "support/JackTestClient.h"
@@ -45,6 +46,8 @@ protected:
     // queue has run a job timed this far ahead.
     double dawDelay() const;
     qsizetype selectedSetlistRow() const;
+    // What the stage last published of the DAW.
+    DawStatus daw() const;
     void selectSetlistRow(qsizetype row);
 
     ScriptedAlerts alerts;
