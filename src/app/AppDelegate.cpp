@@ -64,7 +64,6 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
     currentSetlist->bindContentArray(allSetlists, "song");
     filter_ = std::make_unique<LibraryFilter>(allSongs, allSetlists, context);
     dawControl_ = new DawControl(this); // what counts as a project is its to say
-    dawControl_->setNextSongTriggers(services_->nextSongPrograms());
     controllers_.context = context;
     controllers_.allSetlists = allSetlists;
     controllers_.allSongs = allSongs;
@@ -101,8 +100,7 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
 
 AppDelegate::~AppDelegate() {
     TzPrefsWindowController::releaseShared();
-    dawControl_->closeRouter(); // it reads the MIDI services' trigger count
-    delete remotes_;            // nothing reaches the remotes while the rest goes
+    delete remotes_; // nothing reaches the remotes while the rest goes
     remotes_ = nullptr;
     NotificationCenter::defaultCenter().removeObserver(this);
     window_.reset();

@@ -47,7 +47,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
             StandbyDaws::Options two;
             two.daw = std::move(options);
             two.router = {settings.outputs, uint32_t(settings.crossfadeSamples),
-                          uint32_t(settings.spilloverMs), triggers_,
+                          uint32_t(settings.spilloverMs),
                           transportAtSwap(settings.transportOnSwitch)};
             two.mainOutputs = settings.mainOutputs;
             two.songAfter = songAfter_;
@@ -94,10 +94,6 @@ bool DawControl::openSession(const QString& path) {
     else if (manager_)
         manager_->open(path);
     return managesSessions();
-}
-
-void DawControl::closeRouter() {
-    if (standby_) standby_->closeRouter();
 }
 
 bool DawControl::swapsAtOnce(const QString& path) const {

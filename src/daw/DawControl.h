@@ -4,8 +4,6 @@
 #include "settings/GigmoraConfig.h"
 
 #include <QObject>
-#include <atomic>
-#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -29,9 +27,6 @@ public:
     void setSongAfter(std::function<QString(const QString&)> songAfter) {
         songAfter_ = std::move(songAfter);
     }
-    // Next-song triggers counted in real time by the MIDI backend (may be null), so that a
-    // standby swap need not wait for the main thread. It must outlive this control's DAWs.
-    void setNextSongTriggers(const std::atomic<uint32_t>* triggers) { triggers_ = triggers; }
     // Where the DAW's placeholder session and its record for the next Gigmora live.
     static QString placeholderPath();
     static QString runtimeFolder();
@@ -47,8 +42,6 @@ public:
     bool swapsAtOnce(const QString& path) const;
     // Ends the DAW Gigmora started (on quit, after the library is saved).
     void shutdown();
-    // Closes the standby's audio router, before the MIDI services it reads from go.
-    void closeRouter();
     QString stateText() const;
     // The one DAW's manager, or the active instance's with a standby.
     SessionManager* sessionManager() const;
@@ -67,7 +60,6 @@ private:
     ProjectKind projectKind_;
     std::function<QString()> stageSong_;
     std::function<QString(const QString&)> songAfter_;
-    const std::atomic<uint32_t>* triggers_ = nullptr;
     std::unique_ptr<SessionManager> manager_;
     std::unique_ptr<StandbyDaws> standby_;
 };

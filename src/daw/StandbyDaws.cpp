@@ -52,7 +52,11 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
     connect(&graph_, &QTimer::timeout, this, [this] {
         guarded("StandbyDaws::route", [this] {
             const bool changed = router_.takeGraphChange();
-            if (changed) quiet_.start();
+            if (changed) {
+                quiet_.start();
+                // A source connected to the virtual input, now or after a reconnect.
+                router_.followTriggerSources();
+            }
             for (int i = 0; i < kInstances; ++i) {
                 if (changed || listened(i) != router_.listensTo(i)) route(i);
             }
@@ -347,11 +351,6 @@ void StandbyDaws::rearm() {
     const QString next =
         stage.isEmpty() || !options_.songAfter ? QString() : options_.songAfter(stage);
     router_.arm(router_.target() == active_ && swapsAtOnce(next) ? standby() : -1);
-}
-
-void StandbyDaws::closeRouter() {
-    graph_.stop();
-    router_.stop();
 }
 
 void StandbyDaws::shutdown() {

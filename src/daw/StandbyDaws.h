@@ -44,8 +44,6 @@ public:
     // Whether `open(path)` would swap at once (the standby has it loaded).
     bool swapsAtOnce(const QString& path) const;
     void shutdown();
-    // Closes the router only: the DAWs play on, unheard through Gigmora.
-    void closeRouter();
 
     QString stateText() const { return state_; }
     int active() const { return active_; }
