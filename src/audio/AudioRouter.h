@@ -14,12 +14,11 @@
 // DAW instance, one stereo output pair and a MIDI input for the next-song trigger. Its process
 // callback plays RouterMix: the active instance reaches the outputs, and a swap crossfades to
 // the other inside one period; a trigger on the MIDI input fires an armed swap in the very
-// period it arrives, with no other thread on the way. Each
-// instance's main outputs are connected to its inputs only, so that a standby DAW is never
-// heard. The swap's MIDI Machine Control goes out from a client of its own, "Gigmora
-// Transport": from the router it would close a loop with each DAW in JACK's graph, and in a
-// loop the router no longer waits for the DAW it reads. Everything but the process callbacks
-// runs on the main thread.
+// period it arrives, with no other thread on the way. Each instance's main outputs are
+// connected to its inputs only, so that a standby DAW is never heard. The swap's MIDI Machine
+// Control goes out from a client of its own, "Gigmora Transport": from the router it would
+// close a loop with each DAW in JACK's graph, and in a loop the router no longer waits for the
+// DAW it reads. Everything but the process callbacks runs on the main thread.
 class AudioRouter {
 public:
     static constexpr const char* kClientName = "Gigmora Audio";

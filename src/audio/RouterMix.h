@@ -28,7 +28,6 @@ public:
     // With `instance` armed, the next trigger swaps to it in the period it is seen, without
     // waiting for anyone, and disarms; -1 disarms.
     void arm(int instance) { armed_.store(instance, std::memory_order_release); }
-    int armed() const { return armed_.load(std::memory_order_acquire); }
 
     // The real-time side: `frames` samples of every input to every output, `triggered` when a
     // next-song trigger came in this period; the instance this period swapped to or kept.
