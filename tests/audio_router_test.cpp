@@ -208,7 +208,6 @@ TEST(AudioRouter, AnArmedTriggerSwapsInThePeriodItArrives) {
         ASSERT_NE(at, heard.end());
         EXPECT_EQ(std::prev(at)->last, 0.25f) << "not before";
         EXPECT_EQ(at->first, c.swaps ? 0.5f : 0.25f) << "from the first sample of that period";
-        EXPECT_EQ(heard.back().last, c.swaps ? 0.5f : 0.25f);
     }
 
     ASSERT_EQ(jack_disconnect(foot.client(), "foot:out", "Gigmora Midi:Gigmora Virtual Input"), 0);
