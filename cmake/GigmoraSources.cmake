@@ -149,6 +149,7 @@ set(GIGMORA_SOURCES_midi
     src/midi/MidiServices.cpp
     src/midi/MidiServices.h
     src/midi/MidiTypes.h
+    src/midi/NextSongTrigger.h
     src/midi/ReadProcedure.cpp
     src/midi/ReadProcedure.h
     src/midi/SongMessages.cpp

@@ -2,11 +2,11 @@
 #include "audio/RouterMix.h"
 #include "support/AudioProbe.h"
 #include "support/JackAvailable.h"
+#include "support/JackTestClient.h"
 #include "support/LibraryHelpers.h"
 
 #include <QString>
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <vector>
 
@@ -32,7 +32,7 @@ struct Period {
 };
 Period run(RouterMix& mix, uint32_t frames) {
     Buffers b(frames);
-    mix.process(b.in(), b.out(), frames);
+    mix.process(b.in(), b.out(), frames, false);
     return {b.out0, b.out1};
 }
 } // namespace
@@ -67,27 +67,6 @@ TEST(RouterMix, SwapsInThePeriodAfterItIsArmedWithAnEqualPowerCrossfade) {
     p = run(mix, 32);
     EXPECT_EQ(p.gainA[0], 1.0f);
     EXPECT_EQ(p.gainB[0], 0.0f);
-}
-
-// Armed, the next trigger counted by the MIDI side swaps in the very period it is seen, once;
-// triggers that came before the count was handed over, or while nothing is armed, do nothing.
-TEST(RouterMix, AnArmedTriggerSwapsInThePeriodItArrives) {
-    std::atomic<uint32_t> triggers{5};
-    RouterMix mix;
-    mix.setFades(0, 0);
-    mix.setTriggers(&triggers);
-    EXPECT_EQ(run(mix, 64).gainA[0], 1.0f) << "earlier triggers are not this one's";
-    triggers.fetch_add(1);
-    EXPECT_EQ(run(mix, 64).gainA[0], 1.0f) << "nothing armed";
-    mix.arm(1);
-    EXPECT_EQ(run(mix, 64).gainA[0], 1.0f) << "armed, no trigger yet";
-    triggers.fetch_add(1);
-    const Period p = run(mix, 64);
-    EXPECT_EQ(p.gainB[0], 1.0f);
-    EXPECT_EQ(mix.target(), 1);
-    EXPECT_EQ(mix.armed(), -1) << "used up";
-    triggers.fetch_add(1);
-    EXPECT_EQ(run(mix, 64).gainB[0], 1.0f) << "a second trigger does not swap back";
 }
 
 // With a spillover the song left behind fades out over it, under the new one, and counts as
@@ -176,6 +155,66 @@ TEST(AudioRouter, RoutesTheActiveInstanceAndSwapsWithinTwoPeriods) {
     }
 }
 
+// A source of Gigmora's virtual input reaches the router's own MIDI input too, and a next-song
+// trigger from it swaps the armed instance at the first sample of the router's period it
+// arrives in. Anything else, or a trigger with nothing armed, swaps nothing; a source taken off
+// the virtual input is taken off the router.
+TEST(AudioRouter, AnArmedTriggerSwapsInThePeriodItArrives) {
+    REQUIRE_JACK();
+    AudioProbe listener("router listener");
+    AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora Second DAW", 0.5f);
+    JackTestClient gigmora("Gigmora Midi"), foot("foot");
+    ASSERT_TRUE(listener.isOpen() && a.isOpen() && b.isOpen() && gigmora.isOpen() && foot.isOpen());
+    ASSERT_TRUE(jack_port_register(gigmora.client(), "Gigmora Virtual Input",
+                                   JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0));
+    AudioRouter router({{listener.inputName(0), listener.inputName(1)}, 0, 0});
+    QString error;
+    ASSERT_TRUE(router.start(&error)) << error.toStdString();
+    ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));
+    ASSERT_TRUE(router.routeInstance(1, "Gigmora Second DAW", "Master/audio_out"));
+    const jack_port_t* pedal = jack_port_by_name(foot.client(), "foot:out");
+    ASSERT_EQ(jack_connect(foot.client(), "foot:out", "Gigmora Midi:Gigmora Virtual Input"), 0);
+    router.followTriggerSources();
+    ASSERT_TRUE(jack_port_connected_to(pedal, "Gigmora Audio:trigger in"));
+
+    const struct {
+        const char* name;
+        std::vector<uint8_t> bytes;
+        bool armed, swaps;
+    } cases[] = {
+        {"program change 127, channel 10", {0xC9, 0x7F}, true, true},
+        {"the next-song sysex", {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7}, true, true},
+        {"program change 126", {0xC0, 0x7E}, true, false},
+        {"the close command's sysex", {0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7}, true, false},
+        {"program change 127, nothing armed", {0xC0, 0x7F}, false, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        router.swapTo(0);
+        ASSERT_TRUE(waitUntil([&] { return router.audible(0) && !router.audible(1); }));
+        router.arm(c.armed ? 1 : -1);
+        const uint64_t before = foot.lastSentCycle();
+        foot.send(c.bytes);
+        ASSERT_TRUE(waitUntil([&] { return foot.lastSentCycle() != before; }));
+        const jack_nframes_t sent = foot.lastSentFrame();
+        ASSERT_TRUE(waitUntil([&] {
+            const auto h = listener.heard();
+            return !h.empty() && h.back().start > sent + 2 * listener.period();
+        }));
+        // The listener runs after the router in the same cycle: its period is the router's.
+        const auto heard = listener.heard();
+        const auto at = std::find_if(heard.begin() + 1, heard.end(),
+                                     [&](const AudioProbe::Heard& h) { return h.start == sent; });
+        ASSERT_NE(at, heard.end());
+        EXPECT_EQ(std::prev(at)->last, 0.25f) << "not before";
+        EXPECT_EQ(at->first, c.swaps ? 0.5f : 0.25f) << "from the first sample of that period";
+    }
+
+    ASSERT_EQ(jack_disconnect(foot.client(), "foot:out", "Gigmora Midi:Gigmora Virtual Input"), 0);
+    router.followTriggerSources();
+    EXPECT_FALSE(jack_port_connected_to(pedal, "Gigmora Audio:trigger in"));
+}
+
 // A second router on the same server is refused by name, and says so.
 TEST(AudioRouter, OneRouterAServer) {
     REQUIRE_JACK();
@@ -198,8 +237,7 @@ TEST(AudioRouter, TellsTheTransportInThePeriodOfTheSwap) {
         AudioProbe listener("router listener");
         AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora Second DAW", 0.5f);
         ASSERT_TRUE(listener.isOpen() && a.isOpen() && b.isOpen());
-        AudioRouter router(
-            {{listener.inputName(0), listener.inputName(1)}, 64, 0, nullptr, transport});
+        AudioRouter router({{listener.inputName(0), listener.inputName(1)}, 64, 0, transport});
         QString error;
         ASSERT_TRUE(router.start(&error)) << error.toStdString();
         ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));

@@ -103,8 +103,7 @@ AppDelegate::AppDelegate(std::unique_ptr<MidiServices> services, QObject* parent
 
 AppDelegate::~AppDelegate() {
     TzPrefsWindowController::releaseShared();
-    dawControl_->closeRouter(); // it reads the MIDI services' trigger count
-    delete remotes_;            // nothing reaches the remotes while the rest goes
+    delete remotes_; // nothing reaches the remotes while the rest goes
     remotes_ = nullptr;
     NotificationCenter::defaultCenter().removeObserver(this);
     window_.reset();

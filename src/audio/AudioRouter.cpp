@@ -1,6 +1,8 @@
 #include "audio/AudioRouter.h"
 
 #include "audio/AudioLog.h"
+#include "midi/MainMidi.h"
+#include "midi/NextSongTrigger.h"
 
 #include <QRegularExpression>
 #include <algorithm>
@@ -69,15 +71,16 @@ bool AudioRouter::start(QString* error) {
         outputs_[size_t(c)] =
             jack_port_register(client.get(), outputName(c).toUtf8().constData(),
                                JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput | JackPortIsTerminal, 0);
-    const auto ports = {inputs_[0][0], inputs_[0][1], inputs_[1][0],
-                        inputs_[1][1], outputs_[0],   outputs_[1]};
+    trigger_ =
+        jack_port_register(client.get(), kTriggerInput, JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
+    const auto ports = {inputs_[0][0], inputs_[0][1], inputs_[1][0], inputs_[1][1],
+                        outputs_[0],   outputs_[1],   trigger_};
     if (std::find(ports.begin(), ports.end(), nullptr) != ports.end()) {
         *error = QStringLiteral("its ports could not be made");
         return false;
     }
     const jack_nframes_t rate = jack_get_sample_rate(client.get());
     mix_.setFades(options_.crossfade, uint32_t(uint64_t(options_.spilloverMs) * rate / 1000));
-    mix_.setTriggers(options_.triggers);
     jack_set_process_callback(client.get(), &AudioRouter::process, this);
     jack_set_port_registration_callback(client.get(), &AudioRouter::portRegistered, this);
     jack_set_port_connect_callback(client.get(), &AudioRouter::portConnected, this);
@@ -91,6 +94,7 @@ bool AudioRouter::start(QString* error) {
         return false;
     }
     connectOutputs();
+    followTriggerSources();
     return true;
 }
 
@@ -168,6 +172,24 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QS
     return true;
 }
 
+void AudioRouter::followTriggerSources() {
+    if (!client_) return;
+    // Derived from the graph rather than remembered: the MIDI engine's connection keeper is
+    // the one memory of what feeds the virtual input, and the router copies whatever it holds.
+    const QByteArray virtualInput =
+        QByteArray(MainMidi::kClientName) + ':' + MainMidi::kVirtualInputName;
+    jack_port_t* source = jack_port_by_name(client_.get(), virtualInput.constData());
+    const QStringList wanted =
+        source ? PortList{jack_port_get_all_connections(client_.get(), source)}.list()
+               : QStringList();
+    const QStringList had = PortList{jack_port_get_all_connections(client_.get(), trigger_)}.list();
+    const char* mine = jack_port_name(trigger_);
+    for (const QString& from : had)
+        if (!wanted.contains(from)) jack_disconnect(client_.get(), from.toUtf8().constData(), mine);
+    for (const QString& from : wanted)
+        if (!had.contains(from)) jack_connect(client_.get(), from.toUtf8().constData(), mine);
+}
+
 bool AudioRouter::listensTo(int instance) const {
     return client_ && instance >= 0 && instance < RouterMix::kInstances &&
            jack_port_connected(inputs_[size_t(instance)][0]) > 0;
@@ -210,13 +232,24 @@ int AudioRouter::process(jack_nframes_t frames, void* self) {
                 static_cast<const float*>(jack_port_get_buffer(router->inputs_[i][c], frames));
     for (size_t c = 0; c < RouterMix::kChannels; ++c)
         out[c] = static_cast<float*>(jack_port_get_buffer(router->outputs_[c], frames));
-    const int target = router->mix_.process(in, out, frames);
+    const int target = router->mix_.process(in, out, frames, router->triggeredIn(frames));
     if (target != router->heard_)
         router->swaps_.store(((router->swaps_.load(std::memory_order_relaxed) >> 2) + 1) << 2 |
                                  uint32_t(target),
                              std::memory_order_release);
     router->heard_ = target;
     return 0;
+}
+
+bool AudioRouter::triggeredIn(jack_nframes_t frames) const {
+    void* buffer = jack_port_get_buffer(trigger_, frames);
+    for (uint32_t e = 0, events = jack_midi_get_event_count(buffer); e < events; ++e) {
+        jack_midi_event_t event;
+        if (jack_midi_event_get(&event, buffer, e) == 0 &&
+            isNextSongTrigger(event.buffer, event.size))
+            return true;
+    }
+    return false;
 }
 
 int AudioRouter::tell(jack_nframes_t frames, void* self) {

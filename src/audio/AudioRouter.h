@@ -11,25 +11,25 @@
 #include <jack/types.h>
 
 // Gigmora's own audio path on JACK: the client "Gigmora Audio" with a stereo input pair per
-// DAW instance and one stereo output pair. Its process callback plays RouterMix: the active
-// instance reaches the outputs, and a swap crossfades to the other inside one period. Each
-// instance's main outputs are connected to its inputs only, so that a standby DAW is never
-// heard. The swap's MIDI Machine Control goes out from a client of its own, "Gigmora
-// Transport": from the router it would close a loop with each DAW in JACK's graph, and in a
-// loop the router no longer waits for the DAW it reads. Everything but the process callbacks
-// runs on the main thread.
+// DAW instance, one stereo output pair and a MIDI input for the next-song trigger. Its process
+// callback plays RouterMix: the active instance reaches the outputs, and a swap crossfades to
+// the other inside one period; a trigger on the MIDI input fires an armed swap in the very
+// period it arrives, with no other thread on the way. Each instance's main outputs are
+// connected to its inputs only, so that a standby DAW is never heard. The swap's MIDI Machine
+// Control goes out from a client of its own, "Gigmora Transport": from the router it would
+// close a loop with each DAW in JACK's graph, and in a loop the router no longer waits for the
+// DAW it reads. Everything but the process callbacks runs on the main thread.
 class AudioRouter {
 public:
     static constexpr const char* kClientName = "Gigmora Audio";
     static constexpr const char* kTransportName = "Gigmora Transport";
+    static constexpr const char* kTriggerInput = "trigger in";
     // What the DAWs' transports are told at a swap, as MIDI Machine Control.
     enum class Transport { Keep, StopOld, PlayNew };
     struct Options {
         QStringList outputs;     // where the output pair goes; empty: nowhere
         uint32_t crossfade = 64; // samples
         uint32_t spilloverMs = 0;
-        // Next-song triggers counted in real time (see RouterMix::setTriggers); may be null.
-        const std::atomic<uint32_t>* triggers = nullptr;
         Transport transport = Transport::Keep;
     };
 
@@ -68,6 +68,10 @@ public:
     // Something is connected to the instance's inputs (and MMC output, with a transport to
     // tell): swapping to it will be heard.
     bool hasInput(int instance) const;
+    // Connects the trigger input to exactly what is connected to Gigmora's virtual input, so
+    // that the router hears every trigger the stage hears and no other; called again whenever
+    // the graph changed.
+    void followTriggerSources();
     // Whether the JACK client `client` has any port on the server.
     bool hasPorts(const QString& client) const;
     jack_nframes_t sampleRate() const;
@@ -81,6 +85,7 @@ private:
     };
     static int process(jack_nframes_t frames, void* self);
     static int tell(jack_nframes_t frames, void* self);
+    bool triggeredIn(jack_nframes_t frames) const;
     bool startTransport(QString* error);
     static void portRegistered(jack_port_id_t, int, void* self);
     static void portConnected(jack_port_id_t, jack_port_id_t, int, void* self);
@@ -93,6 +98,7 @@ private:
     std::unique_ptr<jack_client_t, ClientCloser> transport_; // with a transport to tell only
     std::array<std::array<jack_port_t*, RouterMix::kChannels>, RouterMix::kInstances> inputs_{};
     std::array<jack_port_t*, RouterMix::kChannels> outputs_{};
+    jack_port_t* trigger_ = nullptr;
     std::array<jack_port_t*, RouterMix::kInstances> mmc_{}; // with a transport to tell only
     int heard_ = 0; // the router's: the instance of the last period
     // The router's last swap for the transport client: a count, times 4, plus the instance.

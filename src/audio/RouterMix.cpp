@@ -19,20 +19,10 @@ bool RouterMix::audible(int instance) const {
            audible_[size_t(instance)].load(std::memory_order_acquire);
 }
 
-void RouterMix::setTriggers(const std::atomic<uint32_t>* triggers) {
-    triggers_ = triggers;
-    triggersSeen_ = triggers ? triggers->load(std::memory_order_acquire) : 0;
-}
-
-int RouterMix::process(const Inputs& in, const Outputs& out, uint32_t frames) {
-    if (triggers_) {
-        const uint32_t seen = triggers_->load(std::memory_order_acquire);
-        if (seen != triggersSeen_) {
-            triggersSeen_ = seen;
-            if (const int armed = armed_.exchange(-1, std::memory_order_acq_rel); armed >= 0)
-                target_.store(armed, std::memory_order_release);
-        }
-    }
+int RouterMix::process(const Inputs& in, const Outputs& out, uint32_t frames, bool triggered) {
+    if (triggered)
+        if (const int armed = armed_.exchange(-1, std::memory_order_acq_rel); armed >= 0)
+            target_.store(armed, std::memory_order_release);
     const int target = target_.load(std::memory_order_acquire);
     const uint32_t crossfade = crossfade_.load(std::memory_order_relaxed);
     const uint32_t fall = std::max(crossfade, spillover_.load(std::memory_order_relaxed));

@@ -8,7 +8,7 @@
 // fades at a swap. Each instance has a fade position; its gain is sin(position·π/2). The
 // instance swapped to rises over the crossfade, the others fall over the crossfade or the
 // spillover, whichever is longer, so with no spillover the two gains always keep equal power.
-// A swap during a fade goes on from where the fade stands, so nothing clicks. A swap armed
+// A swap during a fade goes on from where the fade stands, so nothing clicks. A swap asked for
 // from any thread takes effect at the first sample of the next period processed.
 // Real-time safe: process() takes no lock, allocates nothing and calls nothing that blocks.
 class RouterMix {
@@ -25,16 +25,13 @@ public:
     int target() const { return target_.load(std::memory_order_acquire); }
     // Any thread: whether the instance is heard at all, as of the last period processed.
     bool audible(int instance) const;
-    // A count that grows with every next-song trigger, read by the real-time side; set before
-    // processing starts. With `instance` armed, the next trigger swaps to it in the period it
-    // is seen, without waiting for anyone; -1 disarms.
-    void setTriggers(const std::atomic<uint32_t>* triggers);
+    // With `instance` armed, the next trigger swaps to it in the period it is seen, without
+    // waiting for anyone, and disarms; -1 disarms.
     void arm(int instance) { armed_.store(instance, std::memory_order_release); }
-    int armed() const { return armed_.load(std::memory_order_acquire); }
 
-    // The real-time side: `frames` samples of every input to every output; the instance this
-    // period swapped to or kept.
-    int process(const Inputs& in, const Outputs& out, uint32_t frames);
+    // The real-time side: `frames` samples of every input to every output, `triggered` when a
+    // next-song trigger came in this period; the instance this period swapped to or kept.
+    int process(const Inputs& in, const Outputs& out, uint32_t frames, bool triggered);
 
 private:
     std::atomic<int> target_{0};
@@ -42,8 +39,6 @@ private:
     std::atomic<uint32_t> spillover_{0};
     std::array<std::atomic<bool>, kInstances> audible_{true, false};
     std::atomic<int> armed_{-1};
-    const std::atomic<uint32_t>* triggers_ = nullptr;
     // The real-time side's own.
     std::array<float, kInstances> position_{1.0f, 0.0f};
-    uint32_t triggersSeen_ = 0;
 };

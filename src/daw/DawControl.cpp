@@ -59,7 +59,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
             StandbyDaws::Options two;
             two.daw = std::move(options);
             two.router = {settings.outputs, uint32_t(settings.crossfadeSamples),
-                          uint32_t(settings.spilloverMs), triggers_,
+                          uint32_t(settings.spilloverMs),
                           transportAtSwap(settings.transportOnSwitch)};
             two.mainOutputs = settings.mainOutputs;
             two.plan = sessions_;
@@ -106,10 +106,6 @@ bool DawControl::openSession(const QString& path) {
     else if (manager_)
         manager_->open(path);
     return managesSessions();
-}
-
-void DawControl::closeRouter() {
-    if (standby_) standby_->closeRouter();
 }
 
 bool DawControl::swapsAtOnce(const QString& path) const {

@@ -6,9 +6,6 @@
 #include "settings/GigmoraConfig.h"
 
 #include <QObject>
-#include <atomic>
-#include <cstdint>
-#include <functional>
 #include <memory>
 
 class SessionManager;
@@ -28,9 +25,6 @@ public:
     void setPlan(const StagePlan& plan);
     // The plan in session folders, as the DAWs take it.
     const StagePlan& sessionPlan() const { return sessions_; }
-    // Next-song triggers counted in real time by the MIDI backend (may be null), so that a
-    // standby swap need not wait for the main thread. It must outlive this control's DAWs.
-    void setNextSongTriggers(const std::atomic<uint32_t>* triggers) { triggers_ = triggers; }
     // Where the DAW's placeholder session and its record for the next Gigmora live.
     static QString placeholderPath();
     static QString runtimeFolder();
@@ -46,8 +40,6 @@ public:
     bool swapsAtOnce(const QString& path) const;
     // Ends the DAW Gigmora started (on quit, after the library is saved).
     void shutdown();
-    // Closes the standby's audio router, before the MIDI services it reads from go.
-    void closeRouter();
     QString stateText() const;
     DawStatus status() const;
     // The one DAW's manager, or the active instance's with a standby.
@@ -67,7 +59,6 @@ private:
     ProjectKind projectKind_;
     StagePlan plan_;     // as given
     StagePlan sessions_; // in this control's projects
-    const std::atomic<uint32_t>* triggers_ = nullptr;
     std::unique_ptr<SessionManager> manager_;
     std::unique_ptr<StandbyDaws> standby_;
 };

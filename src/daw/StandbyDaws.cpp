@@ -52,7 +52,11 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
     connect(&graph_, &QTimer::timeout, this, [this] {
         guarded("StandbyDaws::route", [this] {
             const bool changed = router_.takeGraphChange();
-            if (changed) quiet_.start();
+            if (changed) {
+                quiet_.start();
+                // A source connected to the virtual input, now or after a reconnect.
+                router_.followTriggerSources();
+            }
             for (int i = 0; i < kInstances; ++i) {
                 if (changed || listened(i) != router_.listensTo(i)) route(i);
             }
@@ -367,11 +371,6 @@ void StandbyDaws::rearm() {
     // the router, the trigger itself swaps.
     const QString next = options_.plan.next();
     router_.arm(router_.target() == active_ && swapsAtOnce(next) ? standby() : -1);
-}
-
-void StandbyDaws::closeRouter() {
-    graph_.stop();
-    router_.stop();
 }
 
 void StandbyDaws::shutdown() {

@@ -46,8 +46,6 @@ public:
     // Whether `open(path)` would swap at once (the standby has it loaded).
     bool swapsAtOnce(const QString& path) const;
     void shutdown();
-    // Closes the router only: the DAWs play on, unheard through Gigmora.
-    void closeRouter();
 
     QString stateText() const { return state_; }
     const DawStatus& status() const { return status_; }

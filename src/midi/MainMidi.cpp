@@ -33,10 +33,10 @@ void MainMidi::createMidiPort() {
         services_.clientDispose(client_); // takes the old endpoints with it
         client_ = 0;
     }
-    services_.clientCreate(QStringLiteral("Gigmora Midi"), &MainMidi::notifyProc, this, &client_);
+    services_.clientCreate(QLatin1String(kClientName), &MainMidi::notifyProc, this, &client_);
     services_.portDispose(inPort_);
     inPort_ = 0;
-    services_.destinationCreate(client_, QStringLiteral("Gigmora Virtual Input"),
+    services_.destinationCreate(client_, QLatin1String(kVirtualInputName),
                                 &ReadProcedure::midiReadProc, this, &destVirtualsrc_);
     services_.objectSetIntegerProperty(destVirtualsrc_, MidiProperty::UniqueID,
                                        kVirtualInputUniqueID);

@@ -24,6 +24,8 @@ class SongOutput;
 class MainMidi : public QObject {
     Q_OBJECT
 public:
+    static constexpr const char* kClientName = "Gigmora Midi";
+    static constexpr const char* kVirtualInputName = "Gigmora Virtual Input";
     static constexpr MIDIUniqueID kVirtualInputUniqueID = 19711971;
     static constexpr MIDIUniqueID kVirtualOutputUniqueID = 19731973;
     // The model property of every port of Gigmora's.

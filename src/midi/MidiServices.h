@@ -3,7 +3,6 @@
 #include "midi/MidiTypes.h"
 
 #include <QString>
-#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -45,10 +44,6 @@ public:
                                           MIDIObjectType* outType) = 0;
     // No input ports to disconnect: input arrives at the destinations only.
     virtual OSStatus portDisconnectSource(MIDIPortRef, MIDIEndpointRef) { return kMIDIInvalidPort; }
-    // Program changes 127 counted as they arrive, in real time, for an audio swap that must
-    // not wait for the main thread; null where the backend cannot count them. Lives as long
-    // as the services.
-    virtual const std::atomic<uint32_t>* nextSongPrograms() const { return nullptr; }
     // Delivers the list to every listener of the virtual source; callable from any thread.
     virtual OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) = 0;
 

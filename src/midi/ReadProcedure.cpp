@@ -3,14 +3,13 @@
 #include "midi/MainMidi.h"
 #include "midi/MidiHost.h"
 #include "midi/MidiPacketList.h"
+#include "midi/NextSongTrigger.h"
 #include "platform/MainQueue.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
-constexpr uint8_t kNextSongSysex[6] = {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7};
-
 void checkMidiJob(void* engine) {
     if (MidiHost* host = static_cast<MainMidi*>(engine)->host()) host->checkMidi();
 }
@@ -56,7 +55,9 @@ void ReadProcedure::midiReadProc(const uint8_t* list, size_t byteCount, void* re
                         if (v.has(j + 2))
                             capture.data2.store(v.data[j + 2], std::memory_order_relaxed);
                     }
-                    if (v.has(j + 5) && std::memcmp(v.data + j, kNextSongSysex, 6) == 0)
+                    // Six bytes can only be the system-exclusive trigger; a program change
+                    // 127 reaches the main thread through the capture.
+                    if (v.has(j + 5) && isNextSongTrigger(v.data + j, 6))
                         MainQueue::asyncPlain(checkMidiWithSysexJob, engine);
                 }
                 // The walk moves to the next packet once per examined byte position.

@@ -1,6 +1,7 @@
 #include "performance/TriggerDispatch.h"
 
 #include "midi/MidiCapture.h"
+#include "midi/NextSongTrigger.h"
 #include "performance/SongRecall.h"
 #include "platform/KeyboardEvents.h"
 #include "platform/MainQueue.h"
@@ -25,7 +26,8 @@ void TriggerDispatch::checkMidi() {
     if (static_cast<qint64>(channel) == selected && program == kHoldProgram && recall)
         recall->kAsNumber = kHoldProgram;
     // The next-song program works on every channel; the hold program only on the chosen one.
-    if (program == kNextSongProgram && recall) {
+    const uint8_t message[] = {uint8_t(status), uint8_t(program)};
+    if (isNextSongTrigger(message, sizeof message) && recall) {
         recall->kAsNumber = kNextSongProgram;
         recall->runMyScriptInController();
     }

@@ -45,6 +45,7 @@ int JackTestClient::process(jack_nframes_t nframes, void* arg) {
         if (!dst) break; // this period's buffer is full; the rest goes in the next one
         jack_ringbuffer_read_advance(self->toSend_, 2);
         jack_ringbuffer_read(self->toSend_, reinterpret_cast<char*>(dst), size);
+        self->lastSentFrame_.store(jack_last_frame_time(self->client_));
         self->lastSentCycle_.store(cycle);
     }
     void* in = jack_port_get_buffer(self->in_, nframes);

@@ -36,6 +36,7 @@ public:
     // Written in the next period; returns that period's index once sent (by waiting).
     void send(std::vector<uint8_t> bytes);
     uint64_t lastSentCycle() const { return lastSentCycle_.load(); }
+    jack_nframes_t lastSentFrame() const { return lastSentFrame_.load(); } // its first frame
     uint64_t cycle() const { return cycle_.load(); }
     std::vector<Event> received();
     void clearReceived();
@@ -53,6 +54,7 @@ private:
     jack_ringbuffer_t* got_ = nullptr;
     std::atomic<uint64_t> cycle_{0};
     std::atomic<uint64_t> lastSentCycle_{0};
+    std::atomic<jack_nframes_t> lastSentFrame_{0};
     std::mutex mutex_;
     std::vector<Event> events_;
 };

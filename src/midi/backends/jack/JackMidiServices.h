@@ -43,9 +43,6 @@ public:
     OSStatus objectFindByUniqueID(MIDIUniqueID id, MIDIObjectRef* outObject,
                                   MIDIObjectType* outType) override;
     OSStatus received(MIDIEndpointRef source, const MidiPacketList& list) override;
-    const std::atomic<uint32_t>* nextSongPrograms() const override {
-        return queue_.nextSongPrograms();
-    }
 
 private:
     struct Endpoint : EndpointIdentity {

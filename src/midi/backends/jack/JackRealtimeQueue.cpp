@@ -69,8 +69,6 @@ int JackRealtimeQueue::process(jack_nframes_t nframes) {
         for (uint32_t k = 0; k < n; ++k) {
             jack_midi_event_t ev;
             if (jack_midi_event_get(&ev, buffer, k) != 0) continue;
-            if (ev.size >= 2 && (ev.buffer[0] & 0xF0) == 0xC0 && ev.buffer[1] == 127)
-                nextSongPrograms_.fetch_add(1, std::memory_order_release);
             if (in_.write(slot, ev.buffer, ev.size))
                 any = true;
             else

@@ -38,9 +38,6 @@ public:
     void setMaxEventSize(size_t bytes) { maxEventSize_.store(bytes); }
     // Queues the packets' messages for `source`'s port; no lock the callback waits on.
     OSStatus send(MIDIEndpointRef source, const MidiPacketList& list);
-    // How many program changes 127 (the next-song trigger, on any channel) have arrived,
-    // counted in the process callback itself.
-    const std::atomic<uint32_t>* nextSongPrograms() const { return &nextSongPrograms_; }
 
 private:
     struct ReadTarget {
@@ -59,7 +56,6 @@ private:
     std::mutex outWriteMutex_; // the senders of out_ (never the real-time thread)
     std::atomic<size_t> maxEventSize_{0};
     std::atomic<uint64_t> dropped_{0};
-    std::atomic<uint32_t> nextSongPrograms_{0};
     sem_t inputReady_;
     std::atomic<bool> stopping_{false};
     std::thread receiver_;
