@@ -215,6 +215,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/StagePlan.h
     src/daw/StandbyDaws.cpp
     src/daw/StandbyDaws.h
+    src/daw/StandbyPlan.cpp
+    src/daw/StandbyPlan.h
 )
 set(GIGMORA_SOURCES_performance
     src/performance/SongRecall.cpp
