@@ -50,7 +50,8 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
             const bool changed = router_.takeGraphChange();
             // A source connected to the virtual input, now or after a reconnect.
             if (changed) router_.followTriggerSources();
-            handle(plan_.look(changed, facts()));
+            run(plan_.look(changed, facts()));
+            handle(plan_.swapIfReady(facts()));
         });
     });
     for (int i = 0; i < kInstances; ++i) {

@@ -30,8 +30,13 @@ bool StandbyPlan::heard(int instance, const Facts& f) const {
            f.now - quietSince_ >= kQuietMs;
 }
 
-void StandbyPlan::swapIfReady(const Facts& f) {
+void StandbyPlan::swapWhenReady(const Facts& f) {
     if (!wanted_.isEmpty() && swapsAtOnce(wanted_, f)) swap(f);
+}
+
+StandbyPlan::Commands StandbyPlan::swapIfReady(const Facts& f) {
+    swapWhenReady(f);
+    return take();
 }
 
 StandbyPlan::Commands StandbyPlan::open(const QString& path, const Facts& f) {
@@ -71,7 +76,7 @@ StandbyPlan::Commands StandbyPlan::open(const QString& path, const Facts& f) {
 StandbyPlan::Commands StandbyPlan::loaded(int instance, const QString& path, const Facts& f) {
     loadedAt_[size_t(instance)] = f.now;
     if (routed_) route(instance, f);
-    if (instance == standby() && path == wanted_) swapIfReady(f);
+    if (instance == standby() && path == wanted_) swapWhenReady(f);
     return take();
 }
 
@@ -92,7 +97,8 @@ StandbyPlan::Commands StandbyPlan::cannotLoad(int instance, const QString& path,
 
 void StandbyPlan::refuse(const QString& path) {
     said_.insert(path);
-    notice_ = QStringLiteral("%1 cannot load: %2").arg(SessionPlan::songName(path), refused_.value(path));
+    notice_ =
+        QStringLiteral("%1 cannot load: %2").arg(SessionPlan::songName(path), refused_.value(path));
     noticeSong_ = path;
     qCWarning(lcDaw).noquote() << notice_ + "; the song that plays goes on.";
 }
@@ -125,8 +131,6 @@ StandbyPlan::Commands StandbyPlan::look(bool graphChanged, const Facts& f) {
         loaded = -1;
         add(PairKind::StartAgain, i);
     }
-    // JACK reports a connection before every view of it shows it: looked at each time.
-    swapIfReady(f);
     return take();
 }
 
@@ -220,7 +224,8 @@ StandbyPlan::Commands StandbyPlan::refresh(const Facts& f) {
     }
     // The next trigger recalls the song after the stage's: if the standby holds it, heard by
     // the router, the trigger itself swaps.
-    add(PairKind::Arm, f.router.target == active_ && swapsAtOnce(stage_.next(), f) ? standby() : -1);
+    add(PairKind::Arm,
+        f.router.target == active_ && swapsAtOnce(stage_.next(), f) ? standby() : -1);
     text_ = text;
     status_ = status;
     return take();

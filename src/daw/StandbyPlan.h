@@ -76,6 +76,9 @@ public:
                         DawStatus::Reason why, const Facts& f);
     // Looked at every 100 ms: whether ports or connections changed on the server since.
     Commands look(bool graphChanged, const Facts& f);
+    // Swaps to the song asked for once the standby has it loaded and heard: given the facts
+    // after a look's routing, since JACK reports a connection before every view shows it.
+    Commands swapIfReady(const Facts& f);
     Commands spilloverEnded(const Facts& f);
     void setStage(const StagePlan& stage) { stage_ = stage; }
     // Arms the trigger and works out what the stage says; call after every event.
@@ -97,7 +100,7 @@ private:
     bool heard(int instance, const Facts& f) const;
     bool listened(int instance, const Facts& f) const;
     QString nextSong(const Facts& f) const;
-    void swapIfReady(const Facts& f);
+    void swapWhenReady(const Facts& f);
     void swap(const Facts& f);
     void refuse(const QString& path);
     void openInStandby(const QString& path, const Facts& f);

@@ -1,0 +1,185 @@
+#include "daw/StandbyPlan.h"
+
+#include <QStringList>
+#include <gtest/gtest.h>
+
+// The standby pair's plan as tables, against a small world that does what the commands say:
+// an instance told to open a song has it pending until the row "load N"; the router hears what
+// it is told to route. Songs are session folders under /s/; the running order is Opener,
+// Ballad, Odd, Encore, the stage on the first. Time moves only by "wait".
+namespace {
+using Kind = StandbyPlan::Command::Kind;
+const QStringList kOrder{"/s/Opener", "/s/Ballad", "/s/Odd", "/s/Encore"};
+
+QString name(const QString& path) {
+    return path.mid(3);
+}
+
+struct World {
+    StandbyPlan plan{{kOrder, 0}, 0};
+    StandbyPlan::Facts f;
+    int armed = -1;
+
+    QString run(const StandbyPlan::Commands& commands) {
+        const int before = armed;
+        QStringList out;
+        for (const StandbyPlan::Command& c : commands) {
+            const QString n = QString::number(c.instance);
+            switch (c.kind) {
+            case Kind::OpenIn:
+                f.daws[size_t(c.instance)].pending = c.path;
+                out << "open " + name(c.path) + " in " + n;
+                break;
+            case Kind::Route:
+                f.router.listensTo[size_t(c.instance)] = c.listen;
+                f.router.hasInput[size_t(c.instance)] = c.listen;
+                out << (c.listen ? "route " : "unroute ") + n;
+                break;
+            case Kind::SwapTo:
+                f.router.target = c.instance;
+                out << "swap to " + n;
+                break;
+            case Kind::Arm:
+                armed = c.instance;
+                break; // said by the refresh when it changes
+            case Kind::StartAgain:
+                out << "again " + n;
+                break;
+            case Kind::Spillover:
+                out << "spillover";
+                break;
+            case Kind::RewriteRecords:
+                out << "records";
+                break;
+            }
+        }
+        run(plan.refresh(f), out);
+        if (armed != before) out << (armed < 0 ? "disarm" : "arm " + QString::number(armed));
+        return out.join(" | ");
+    }
+    void run(const StandbyPlan::Commands& commands, QStringList&) {
+        for (const StandbyPlan::Command& c : commands)
+            if (c.kind == Kind::Arm) armed = c.instance;
+    }
+    StandbyPlan::Daw& daw(int i) { return f.daws[size_t(i)]; }
+};
+
+struct Step {
+    const char* event;
+    const char* commands;
+};
+
+// Events: "start", "has N Song" (an instance up with a song, as after its announce), "load N",
+// "fail N" (its pending song stops on a question), "down N", "cut N" (no port on the server),
+// "open Song", "trigger" (the router swaps by itself), "spill" (the spillover ended),
+// "graph" (ports changed), "wait MS", "says TEXT" (what the stage says now).
+void play(World& w, const std::vector<Step>& steps) {
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.event);
+        const QStringList e = QString(step.event).split(' ');
+        const int n = e.value(1).toInt();
+        QString out;
+        if (e[0] == "start") {
+            out = w.run(w.plan.start(true, false, w.f));
+        } else if (e[0] == "has") {
+            w.daw(n) = {true, "/s/" + e[2]};
+            out = w.run(w.plan.loaded(n, "/s/" + e[2], w.f));
+        } else if (e[0] == "load") {
+            const QString song = std::exchange(w.daw(n).pending, QString());
+            w.daw(n).loaded = song;
+            out = w.run(w.plan.loaded(n, song, w.f));
+        } else if (e[0] == "fail") {
+            const QString song = std::exchange(w.daw(n).pending, QString());
+            out = w.run(w.plan.cannotLoad(n, song, "it asks", DawStatus::Reason::Dialog, w.f));
+        } else if (e[0] == "down") {
+            w.daw(n) = {};
+            w.daw(n).text = "Ardour stopped";
+            w.daw(n).status.phase = DawStatus::Phase::Starting;
+            out = w.run({});
+        } else if (e[0] == "cut") {
+            w.daw(n).hasPorts = false;
+            out = w.run({});
+        } else if (e[0] == "open") { // the recall moves the stage, then opens
+            w.plan.setStage({kOrder, int(kOrder.indexOf("/s/" + e[1]))});
+            out = w.run(w.plan.open("/s/" + e[1], w.f));
+        } else if (e[0] == "trigger") {
+            w.f.router.target = w.armed;
+            out = w.run({});
+        } else if (e[0] == "spill") {
+            out = w.run(w.plan.spilloverEnded(w.f));
+        } else if (e[0] == "graph") {
+            out = w.run(w.plan.look(true, w.f));
+        } else if (e[0] == "wait") {
+            w.f.now += e[1].toLongLong();
+            out = w.run(w.plan.look(false, w.f));
+            const QString swapped = w.run(w.plan.swapIfReady(w.f));
+            if (!swapped.isEmpty()) out += " | " + swapped;
+        } else if (e[0] == "says") {
+            EXPECT_EQ(w.plan.text().toStdString(), step.commands);
+            continue;
+        }
+        EXPECT_EQ(out.toStdString(), step.commands);
+    }
+}
+
+// Up on the first song, the standby takes the second and is heard once it has settled; the
+// trigger swaps by itself, the recall that follows is its own, and once the spillover has rung
+// out the instance left behind loads the song after the new one.
+const std::vector<Step> kTwoUp{{"start", ""},
+                               {"has 0 Opener", "route 0"},
+                               {"has 1 Ballad", "unroute 1"},
+                               {"says", "Opener playing · next: Ballad loading…"},
+                               {"wait 500", "route 1 | arm 1"},
+                               {"says", "Opener playing · next: Ballad ready"}};
+} // namespace
+
+TEST(StandbyPlan, TheStandbyAlwaysHoldsTheNextSong) {
+    World w;
+    play(w, kTwoUp);
+    play(w, {{"trigger", "disarm"},
+             {"open Ballad", "swap to 1 | records | spillover"},
+             {"says", "Ballad playing"},
+             {"spill", "unroute 0 | open Odd in 0"},
+             {"says", "Ballad playing · next: Odd loading…"},
+             {"load 0", "unroute 0"},
+             {"wait 500", "route 0 | arm 0"},
+             {"says", "Ballad playing · next: Odd ready"},
+             // A song not ready anywhere: the one that plays sounds on while it loads.
+             {"open Encore", "unroute 0 | open Encore in 0 | disarm"},
+             {"load 0", "unroute 0"},
+             {"wait 500", "route 0 | swap to 0 | records | spillover"},
+             {"says", "Encore playing"},
+             {"spill", ""},
+             {"open Encore", ""}});
+}
+
+// A song the standby cannot load is passed over, and a recall of it refused once with the
+// reason while the song that plays goes on; the next recall of it tries again.
+TEST(StandbyPlan, ASongThatCannotLoadIsPassedOver) {
+    World w;
+    play(w, kTwoUp);
+    play(w, {{"open Ballad", "swap to 1 | records | spillover | disarm"},
+             {"spill", "unroute 0 | open Odd in 0"},
+             {"fail 0", ""},
+             {"spill", "unroute 0 | open Encore in 0"},
+             {"load 0", "unroute 0"},
+             {"wait 500", "route 0"},
+             {"open Odd", "arm 0"},
+             {"says", "Ballad playing · Odd cannot load: it asks · next: Encore ready"},
+             {"open Odd", "unroute 0 | open Odd in 0 | disarm"}});
+    EXPECT_EQ(w.plan.status().refused, "");
+}
+
+// While the standby is down the active instance does everything; one cut off from the server
+// is started again.
+TEST(StandbyPlan, WithoutAStandbyOneDawPlays) {
+    World w;
+    play(w, kTwoUp);
+    play(w, {{"down 1", "disarm"},
+             {"says", "Opener playing · standby: Ardour stopped"},
+             {"open Encore", "open Encore in 0"},
+             {"has 1 Ballad", "unroute 1"},
+             {"cut 1", ""},
+             {"wait 8000", "route 1 | again 1"}});
+    EXPECT_EQ(w.plan.status().standby, DawStatus::Phase::Loading);
+}
