@@ -9,6 +9,7 @@ set(GIGMORA_SOURCES_platform
     src/platform/EditingRegistry.cpp
     src/platform/EditingRegistry.h
     src/platform/Error.h
+    src/platform/Failure.h
     src/platform/FontFaces.cpp
     src/platform/FontFaces.h
     src/platform/Guard.cpp
@@ -42,6 +43,7 @@ set(GIGMORA_SOURCES_platform
     src/platform/RangeError.h
     src/platform/RangeValidator.cpp
     src/platform/RangeValidator.h
+    src/platform/Result.h
     src/platform/ReferenceDate.h
     src/platform/RowScrollAnimation.cpp
     src/platform/RowScrollAnimation.h

@@ -122,8 +122,8 @@ TEST(AudioRouter, RoutesTheActiveInstanceAndSwapsWithinTwoPeriods) {
               0);
 
     AudioRouter router({{listener.inputName(0), listener.inputName(1)}, 64, 0});
-    QString error;
-    ASSERT_TRUE(router.start(&error)) << error.toStdString();
+    const Result<> started = router.start();
+    ASSERT_TRUE(started) << started.failure().words.toStdString();
     ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));
     ASSERT_TRUE(router.routeInstance(1, "Gigmora Second DAW", "Master/audio_out"));
     EXPECT_FALSE(jack_port_connected_to(jack_port_by_name(a.client(), a.outputName(0).toUtf8()),
@@ -168,8 +168,8 @@ TEST(AudioRouter, AnArmedTriggerSwapsInThePeriodItArrives) {
     ASSERT_TRUE(jack_port_register(gigmora.client(), "Gigmora Virtual Input",
                                    JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0));
     AudioRouter router({{listener.inputName(0), listener.inputName(1)}, 0, 0});
-    QString error;
-    ASSERT_TRUE(router.start(&error)) << error.toStdString();
+    const Result<> started = router.start();
+    ASSERT_TRUE(started) << started.failure().words.toStdString();
     ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));
     ASSERT_TRUE(router.routeInstance(1, "Gigmora Second DAW", "Master/audio_out"));
     const jack_port_t* pedal = jack_port_by_name(foot.client(), "foot:out");
@@ -219,10 +219,12 @@ TEST(AudioRouter, AnArmedTriggerSwapsInThePeriodItArrives) {
 TEST(AudioRouter, OneRouterAServer) {
     REQUIRE_JACK();
     AudioRouter first({{}, 64, 0}), second({{}, 64, 0});
-    QString error;
-    ASSERT_TRUE(first.start(&error)) << error.toStdString();
-    EXPECT_FALSE(second.start(&error));
-    EXPECT_EQ(error, "another \"Gigmora Audio\" is on the JACK server");
+    const Result<> started = first.start();
+    ASSERT_TRUE(started) << started.failure().words.toStdString();
+    const Result<> taken = second.start();
+    ASSERT_FALSE(taken);
+    EXPECT_EQ(taken.failure().code, Failure::Code::NameTaken);
+    EXPECT_EQ(taken.failure().words, "another \"Gigmora Audio\" is on the JACK server");
 }
 
 // With a transport to tell, the swap's MIDI Machine Control is sent in the very period of the
@@ -238,8 +240,8 @@ TEST(AudioRouter, TellsTheTransportInThePeriodOfTheSwap) {
         AudioProbe a("Gigmora DAW", 0.25f), b("Gigmora Second DAW", 0.5f);
         ASSERT_TRUE(listener.isOpen() && a.isOpen() && b.isOpen());
         AudioRouter router({{listener.inputName(0), listener.inputName(1)}, 64, 0, transport});
-        QString error;
-        ASSERT_TRUE(router.start(&error)) << error.toStdString();
+        const Result<> started = router.start();
+        ASSERT_TRUE(started) << started.failure().words.toStdString();
         ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", "Master/audio_out"));
         ASSERT_TRUE(router.routeInstance(1, "Gigmora Second DAW", "Master/audio_out"));
         const auto level = [&] {

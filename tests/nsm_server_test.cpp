@@ -137,7 +137,7 @@ TEST(NsmServer, SwitchlessErrorsAndIncompatibleVersions) {
     ASSERT_TRUE(daw.waitFor("/reply"));
     EXPECT_FALSE(server.canSwitch());
     QSignalSpy failed(&server, &NsmServer::failed);
-    server.open("/s/Missing", "Missing", "Gigmora.Missing");
+    ASSERT_TRUE(server.open("/s/Missing", "Missing", "Gigmora.Missing"));
     ASSERT_TRUE(daw.waitFor("/nsm/client/open"));
     daw.error("/nsm/client/open", -9, "The session file is damaged");
     ASSERT_TRUE(waitUntil([&] { return failed.size() == 1; }));
@@ -185,7 +185,7 @@ TEST(NsmServer, HostileTrafficIsIgnored) {
     EXPECT_TRUE(log.contains("did not announce itself"));
 
     // The DAW is still heard.
-    server.open("/s/B", "B", "Gigmora.B");
+    ASSERT_TRUE(server.open("/s/B", "B", "Gigmora.B"));
     ASSERT_TRUE(daw.waitFor("/nsm/client/open"));
     daw.reply("/nsm/client/open", "Loaded");
     EXPECT_TRUE(waitUntil([&] { return replied.size() == 1; }));

@@ -149,7 +149,7 @@ protected:
             host.waitForReadyRead(20);
             return host.peek(4096).contains("LOADED");
         }));
-        const std::optional<DawRecord> record = DawRecord::read(folder + "/Gigmora DAW.json");
+        const Result<DawRecord> record = DawRecord::read(folder + "/Gigmora DAW.json");
         EXPECT_TRUE(record && record->loaded == session("Opener"));
         ::kill(pid_t(host.processId()), SIGKILL);
         host.waitForFinished(5000);
@@ -196,7 +196,7 @@ TEST_F(SessionManagerTakeOver, TheNextGigmoraDrivesTheDawThatPlays) {
 TEST_F(SessionManagerTakeOver, OneThatCannotBeTakenOverIsEndedFirst) {
     const qint64 pid = crashWithADawPlaying();
     ASSERT_TRUE(alive(pid));
-    const std::optional<DawRecord> record = DawRecord::read(runtime() + "/Gigmora DAW.json");
+    const Result<DawRecord> record = DawRecord::read(runtime() + "/Gigmora DAW.json");
     ASSERT_TRUE(record);
     QUdpSocket squatter; // another program has the session manager's port now
     ASSERT_TRUE(squatter.bind(QHostAddress::LocalHost, record->serverPort,
@@ -212,7 +212,7 @@ TEST_F(SessionManagerTakeOver, OneThatCannotBeTakenOverIsEndedFirst) {
 
     // A record of a process long gone is only removed.
     manager.shutdown(2000);
-    DawRecord stale = *record;
+    DawRecord stale = record.value();
     ASSERT_TRUE(stale.write(runtime() + "/Gigmora DAW.json"));
     SessionManager next(options());
     QSignalSpy nextLoaded(&next, &SessionManager::loaded);

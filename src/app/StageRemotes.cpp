@@ -48,10 +48,10 @@ void StageRemotes::applyWebSettings() {
     auto* web = new WebRemote(remote.pin, {}, this);
     const QHostAddress address =
         remote.address.isEmpty() ? QHostAddress(QHostAddress::Any) : QHostAddress(remote.address);
-    if (!web->listen(address, quint16(remote.port))) {
+    if (const Result<> listening = web->listen(address, quint16(remote.port)); !listening) {
         webProblem_ = QStringLiteral("The web remote cannot listen on port %1: %2")
                           .arg(remote.port)
-                          .arg(web->listenError());
+                          .arg(listening.failure().words);
         delete web;
         return;
     }

@@ -50,17 +50,17 @@ QString AudioRouter::outputName(int channel) {
     return QStringLiteral("out %1").arg(channel + 1);
 }
 
-bool AudioRouter::start(QString* error) {
-    if (client_) return true;
+Result<> AudioRouter::start() {
+    if (client_) return {};
     jack_status_t status;
     std::unique_ptr<jack_client_t, ClientCloser> client(jack_client_open(
         kClientName, jack_options_t(JackNoStartServer | JackUseExactName), &status));
     if (!client) {
         // A server that is there refuses an exact name only when another client has it.
-        *error = status & JackServerFailed
-                     ? QStringLiteral("no JACK server")
-                     : QStringLiteral("another \"%1\" is on the JACK server").arg(kClientName);
-        return false;
+        if (status & JackServerFailed)
+            return {Failure::Code::NoServer, QStringLiteral("no JACK server")};
+        return {Failure::Code::NameTaken,
+                QStringLiteral("another \"%1\" is on the JACK server").arg(kClientName)};
     }
     for (int i = 0; i < RouterMix::kInstances; ++i)
         for (int c = 0; c < RouterMix::kChannels; ++c)
@@ -76,8 +76,7 @@ bool AudioRouter::start(QString* error) {
     const auto ports = {inputs_[0][0], inputs_[0][1], inputs_[1][0], inputs_[1][1],
                         outputs_[0],   outputs_[1],   trigger_};
     if (std::find(ports.begin(), ports.end(), nullptr) != ports.end()) {
-        *error = QStringLiteral("its ports could not be made");
-        return false;
+        return {Failure::Code::Refused, QStringLiteral("its ports could not be made")};
     }
     const jack_nframes_t rate = jack_get_sample_rate(client.get());
     mix_.setFades(options_.crossfade, uint32_t(uint64_t(options_.spilloverMs) * rate / 1000));
@@ -85,42 +84,42 @@ bool AudioRouter::start(QString* error) {
     jack_set_port_registration_callback(client.get(), &AudioRouter::portRegistered, this);
     jack_set_port_connect_callback(client.get(), &AudioRouter::portConnected, this);
     if (jack_activate(client.get()) != 0) {
-        *error = QStringLiteral("the JACK server refused to run it");
-        return false;
+        return {Failure::Code::Refused, QStringLiteral("the JACK server refused to run it")};
     }
     client_ = std::move(client);
-    if (options_.transport != Transport::Keep && !startTransport(error)) {
-        client_.reset();
-        return false;
+    if (options_.transport != Transport::Keep) {
+        Result<> transport = startTransport();
+        if (!transport) {
+            client_.reset();
+            return transport;
+        }
     }
     connectOutputs();
     followTriggerSources();
-    return true;
+    return {};
 }
 
-bool AudioRouter::startTransport(QString* error) {
+Result<> AudioRouter::startTransport() {
     std::unique_ptr<jack_client_t, ClientCloser> client(jack_client_open(
         kTransportName, jack_options_t(JackNoStartServer | JackUseExactName), nullptr));
     if (!client) {
-        *error = QStringLiteral("another \"%1\" is on the JACK server").arg(kTransportName);
-        return false;
+        return {Failure::Code::NameTaken,
+                QStringLiteral("another \"%1\" is on the JACK server").arg(kTransportName)};
     }
     for (int i = 0; i < RouterMix::kInstances; ++i) {
         mmc_[size_t(i)] = jack_port_register(client.get(), mmcName(i).toUtf8().constData(),
                                              JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
         if (!mmc_[size_t(i)]) {
-            *error = QStringLiteral("its ports could not be made");
-            return false;
+            return {Failure::Code::Refused, QStringLiteral("its ports could not be made")};
         }
     }
     told_ = swaps_.load(std::memory_order_acquire);
     jack_set_process_callback(client.get(), &AudioRouter::tell, this);
     if (jack_activate(client.get()) != 0) {
-        *error = QStringLiteral("the JACK server refused to run it");
-        return false;
+        return {Failure::Code::Refused, QStringLiteral("the JACK server refused to run it")};
     }
     transport_ = std::move(client);
-    return true;
+    return {};
 }
 
 void AudioRouter::connectOutputs() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/RouterMix.h"
+#include "platform/Result.h"
 
 #include <QString>
 #include <QStringList>
@@ -38,9 +39,9 @@ public:
     AudioRouter(const AudioRouter&) = delete;
     AudioRouter& operator=(const AudioRouter&) = delete;
 
-    // Opens the client, its ports and its connections; false, with `error` said, without a
-    // server or when the name is taken.
-    bool start(QString* error);
+    // Opens the client, its ports and its connections; fails without a server or when the
+    // name is taken.
+    Result<> start();
     bool isRunning() const { return client_ != nullptr; }
     // Closes the client (before the DAWs it listens to go).
     void stop() {
@@ -86,7 +87,7 @@ private:
     static int process(jack_nframes_t frames, void* self);
     static int tell(jack_nframes_t frames, void* self);
     bool triggeredIn(jack_nframes_t frames) const;
-    bool startTransport(QString* error);
+    Result<> startTransport();
     static void portRegistered(jack_port_id_t, int, void* self);
     static void portConnected(jack_port_id_t, jack_port_id_t, int, void* self);
     void connectOutputs();

@@ -17,19 +17,21 @@ bool isPort(qint64 value) {
 }
 } // namespace
 
-std::optional<DawRecord> DawRecord::read(const QString& file) {
+Result<DawRecord> DawRecord::read(const QString& file) {
+    const Failure malformed{Failure::Code::Malformed, file + QStringLiteral(" is not a record")};
     QFile f(file);
-    if (!f.open(QIODevice::ReadOnly) || f.size() > kMaxRecordBytes) return std::nullopt;
+    if (!f.open(QIODevice::ReadOnly)) return Failure{Failure::Code::NotFound, f.errorString()};
+    if (f.size() > kMaxRecordBytes) return malformed;
     const QJsonDocument doc = QJsonDocument::fromJson(f.readAll());
-    if (!doc.isObject()) return std::nullopt;
+    if (!doc.isObject()) return malformed;
     const QJsonObject o = doc.object();
     DawRecord r;
     r.pid = o.value("pid").toInteger();
     r.startTime = o.value("startTime").toInteger();
     const qint64 server = o.value("serverPort").toInteger();
     const qint64 client = o.value("clientPort").toInteger();
-    if (r.pid <= 0 || r.startTime <= 0 || !isPort(server)) return std::nullopt;
-    if (client != 0 && !isPort(client)) return std::nullopt;
+    if (r.pid <= 0 || r.startTime <= 0 || !isPort(server)) return malformed;
+    if (client != 0 && !isPort(client)) return malformed;
     r.serverPort = quint16(server);
     r.clientPort = quint16(client);
     r.clientAddress = o.value("clientAddress").toString();
@@ -41,7 +43,7 @@ std::optional<DawRecord> DawRecord::read(const QString& file) {
     return r;
 }
 
-bool DawRecord::write(const QString& file) const {
+Result<> DawRecord::write(const QString& file) const {
     QDir().mkpath(QFileInfo(file).absolutePath());
     const QJsonObject o{{"pid", pid},
                         {"startTime", startTime},
@@ -55,10 +57,10 @@ bool DawRecord::write(const QString& file) const {
                         {"heard", heard}};
     QSaveFile f(file);
     if (f.open(QIODevice::WriteOnly) && f.write(QJsonDocument(o).toJson()) >= 0 && f.commit())
-        return true;
+        return {};
     qCWarning(lcDaw).noquote() << "Could not write down the running DAW in" << file + ":"
                                << f.errorString();
-    return false;
+    return {Failure::Code::Refused, f.errorString()};
 }
 
 void DawRecord::remove(const QString& file) {

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QString>
-#include <optional>
 
 // What Gigmora writes down about the DAW it runs, so that a Gigmora started after a crash
 // finds that DAW still playing and takes it over instead of starting a second one: which
@@ -20,8 +21,7 @@ struct DawRecord {
 
     bool announced() const { return clientPort != 0 && !clientAddress.isEmpty(); }
 
-    // Nothing when the file is missing or is not a record.
-    static std::optional<DawRecord> read(const QString& file);
-    bool write(const QString& file) const;
+    static Result<DawRecord> read(const QString& file);
+    Result<> write(const QString& file) const;
     static void remove(const QString& file);
 };

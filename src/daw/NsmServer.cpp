@@ -12,14 +12,18 @@ NsmServer::NsmServer(QObject* parent)
                                  [this](const OscMessage& m, const QHostAddress& from,
                                         quint16 port) { handle(m, from, port); }) {}
 
-bool NsmServer::listen(quint16 port) {
-    if (endpoint_.isBound()) return port == 0 || endpoint_.port() == port;
-    if (endpoint_.bind(QHostAddress::LocalHost, port)) return true;
-    qCWarning(lcDaw).noquote() << "The session manager cannot listen on the loopback interface"
-                               << (port ? QStringLiteral("port %1:").arg(port)
-                                        : QStringLiteral(":"))
-                               << endpoint_.errorString();
-    return false;
+Result<> NsmServer::listen(quint16 port) {
+    if (endpoint_.isBound()) {
+        if (port == 0 || endpoint_.port() == port) return {};
+        return {Failure::Code::NameTaken, QStringLiteral("it listens on another port already")};
+    }
+    Result<> bound = endpoint_.bind(QHostAddress::LocalHost, port);
+    if (!bound)
+        qCWarning(lcDaw).noquote()
+            << "The session manager cannot listen on the loopback interface"
+            << (port ? QStringLiteral("port %1:").arg(port) : QStringLiteral(":"))
+            << bound.failure().words;
+    return bound;
 }
 
 QString NsmServer::url() const {
@@ -41,11 +45,11 @@ void NsmServer::adoptClient(const QHostAddress& address, quint16 port, const QSt
     capabilities_ = capabilities;
 }
 
-bool NsmServer::open(const QString& path, const QString& displayName, const QString& clientId) {
+Result<> NsmServer::open(const QString& path, const QString& displayName, const QString& clientId) {
     return sendToClient({QStringLiteral("/nsm/client/open"), {path, displayName, clientId}});
 }
 
-bool NsmServer::save() {
+Result<> NsmServer::save() {
     return sendToClient({QStringLiteral("/nsm/client/save"), {}});
 }
 
@@ -104,8 +108,9 @@ void NsmServer::announce(const OscMessage& m, const QHostAddress& from, quint16 
     emit announced(*name, *capabilities, m.integer(5).value_or(0));
 }
 
-bool NsmServer::sendToClient(const OscMessage& message) {
-    if (!hasClient()) return false;
+Result<> NsmServer::sendToClient(const OscMessage& message) {
+    if (!hasClient())
+        return {Failure::Code::NotConnected, QStringLiteral("no DAW announced itself")};
     endpoint_.send(message, clientAddress_, clientPort_);
-    return true;
+    return {};
 }

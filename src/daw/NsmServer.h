@@ -20,8 +20,8 @@ public:
 
     explicit NsmServer(QObject* parent = nullptr);
 
-    // Binds 127.0.0.1 on `port` (0: a free one); false (with the reason logged) when it cannot.
-    bool listen(quint16 port = 0);
+    // Binds 127.0.0.1 on `port` (0: a free one); the reason is also logged when it cannot.
+    Result<> listen(quint16 port = 0);
     // "osc.udp://127.0.0.1:PORT/", the value of NSM_URL for the DAW.
     QString url() const;
     quint16 port() const { return endpoint_.port(); }
@@ -39,9 +39,9 @@ public:
     void adoptClient(const QHostAddress& address, quint16 port, const QString& name,
                      const QString& capabilities);
 
-    // False when no DAW has announced itself yet.
-    bool open(const QString& path, const QString& displayName, const QString& clientId);
-    bool save();
+    // Fails when no DAW has announced itself yet.
+    Result<> open(const QString& path, const QString& displayName, const QString& clientId);
+    Result<> save();
 
 signals:
     void announced(const QString& name, const QString& capabilities, qint64 pid);
@@ -54,7 +54,7 @@ signals:
 private:
     void handle(const OscMessage& message, const QHostAddress& from, quint16 port);
     void announce(const OscMessage& message, const QHostAddress& from, quint16 port);
-    bool sendToClient(const OscMessage& message);
+    Result<> sendToClient(const OscMessage& message);
     void ignore(const QString& kind) { endpoint_.ignore(kind); }
 
     OscEndpoint endpoint_;

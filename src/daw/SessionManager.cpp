@@ -63,10 +63,10 @@ void SessionManager::run(const SessionPlan::Commands& commands) {
             kill();
             break;
         case Kind::SendOpen:
-            nsm_.open(c.path, SessionPlan::songName(c.path), options_.clientId);
+            said(nsm_.open(c.path, SessionPlan::songName(c.path), options_.clientId));
             break;
         case Kind::SendSave:
-            nsm_.save();
+            said(nsm_.save());
             break;
         case Kind::StartTimeout:
             timeout_.start();
@@ -94,6 +94,12 @@ void SessionManager::run(const SessionPlan::Commands& commands) {
             break;
         }
     }
+}
+
+void SessionManager::said(const Result<>& sent) const {
+    // The load timer gives the load up if the DAW never heard it.
+    if (!sent)
+        qCWarning(lcDaw).noquote() << "Could not ask" << dawName() + ":" << sent.failure().words;
 }
 
 QString SessionManager::stageSong() const {
@@ -154,7 +160,7 @@ void SessionManager::writeRecord() {
     r.loaded = plan_.loaded();
     r.program = options_.program.join(' ');
     r.heard = !options_.heard || options_.heard();
-    r.write(recordFile());
+    (void)r.write(recordFile()); // said in the log; the DAW plays on regardless
 }
 
 void SessionManager::start() {
@@ -170,7 +176,7 @@ void SessionManager::startProcess() {
 
 bool SessionManager::takeOverRecorded() {
     if (recordFile().isEmpty()) return false;
-    const std::optional<DawRecord> record = DawRecord::read(recordFile());
+    const Result<DawRecord> record = DawRecord::read(recordFile());
     if (!record) return false;
     if (DawProcess::startTimeOf(record->pid) != record->startTime) {
         DawRecord::remove(recordFile()); // it ended with the Gigmora that started it
@@ -203,13 +209,13 @@ bool SessionManager::takeOverRecorded() {
 }
 
 bool SessionManager::recordedHeard(const QString& recordFile) {
-    const std::optional<DawRecord> record = DawRecord::read(recordFile);
+    const Result<DawRecord> record = DawRecord::read(recordFile);
     return record && record->heard && DawProcess::startTimeOf(record->pid) == record->startTime;
 }
 
 DawProcess* SessionManager::endRecordedDaw(const QString& recordFile, const QString& name,
                                            QObject* owner) {
-    const std::optional<DawRecord> record = DawRecord::read(recordFile);
+    const Result<DawRecord> record = DawRecord::read(recordFile);
     auto* old = record ? new DawProcess(name, owner) : nullptr;
     if (!old || !old->adopt(record->pid, record->startTime, QString())) {
         delete old;

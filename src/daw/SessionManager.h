@@ -109,6 +109,7 @@ private:
     // Carries out what the plan says.
     void run(const SessionPlan::Commands& commands);
     qint64 now() const { return clock_.elapsed(); }
+    void said(const Result<>& sent) const;
     // The stage's song when it is a session folder, else empty.
     QString stageSong() const;
     // Starts the DAW, or takes over the one an earlier Gigmora left running.

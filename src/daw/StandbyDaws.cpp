@@ -161,10 +161,11 @@ void StandbyDaws::run(const StandbyPlan::Commands& commands) {
 }
 
 void StandbyDaws::start() {
-    QString error;
-    const bool routed = router_.start(&error);
-    if (!routed)
-        qCWarning(lcDaw).noquote() << "The audio router could not start (" + error +
+    const Result<> started = router_.start();
+    const bool routed = bool(started);
+    if (!started)
+        qCWarning(lcDaw).noquote() << "The audio router could not start (" +
+                                          started.failure().words +
                                           "): one DAW plays, without a standby.";
     // Taken over after a crash, the instance that was heard stays heard: the other holds the
     // next song.

@@ -16,9 +16,12 @@ OscEndpoint::OscEndpoint(QString who, Category log, Handler handler)
                      [this] { guarded("OscEndpoint::readPending", [this] { readPending(); }); });
 }
 
-bool OscEndpoint::bind(const QHostAddress& address, quint16 port) {
+Result<> OscEndpoint::bind(const QHostAddress& address, quint16 port) {
     // Exclusively: a port another program shares would split the messages between the two.
-    return socket_.bind(address, port, QAbstractSocket::DontShareAddress);
+    if (socket_.bind(address, port, QAbstractSocket::DontShareAddress)) return {};
+    return {socket_.error() == QAbstractSocket::AddressInUseError ? Failure::Code::NameTaken
+                                                                  : Failure::Code::Refused,
+            socket_.errorString()};
 }
 
 void OscEndpoint::readPending() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QHostAddress>
 #include <QLoggingCategory>
 #include <QSet>
@@ -19,8 +21,7 @@ public:
     // `who` starts its log lines ("OSC", "Session manager").
     OscEndpoint(QString who, Category log, Handler handler);
 
-    bool bind(const QHostAddress& address, quint16 port);
-    QString errorString() const { return socket_.errorString(); }
+    Result<> bind(const QHostAddress& address, quint16 port);
     quint16 port() const { return socket_.localPort(); }
     bool isBound() const { return socket_.state() == QAbstractSocket::BoundState; }
 

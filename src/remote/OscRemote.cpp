@@ -22,7 +22,7 @@ OscRemote::OscRemote(QObject* parent)
     };
 }
 
-bool OscRemote::listen(quint16 port, const QStringList& allow) {
+Result<> OscRemote::listen(quint16 port, const QStringList& allow) {
     allow_.clear();
     for (const QString& a : allow) {
         const QHostAddress address(a);
@@ -31,13 +31,13 @@ bool OscRemote::listen(quint16 port, const QStringList& allow) {
         else
             allow_ << address;
     }
-    if (endpoint_.bind(QHostAddress::Any, port)) {
+    Result<> bound = endpoint_.bind(QHostAddress::Any, port);
+    if (bound)
         qCInfo(lcOsc).noquote() << "OSC control listens on port" << endpoint_.port();
-        return true;
-    }
-    qCWarning(lcOsc).noquote() << "OSC control cannot listen on port" << port << ":"
-                               << endpoint_.errorString();
-    return false;
+    else
+        qCWarning(lcOsc).noquote()
+            << "OSC control cannot listen on port" << port << ":" << bound.failure().words;
+    return bound;
 }
 
 void OscRemote::handle(const OscMessage& m, const QHostAddress& from, quint16 port) {
@@ -87,7 +87,7 @@ void OscRemote::sendStage(const QHostAddress& to, quint16 port) {
     // The same state in fields, for a surface that acts on it rather than shows it.
     const DawStatus& d = stage_.daw;
     endpoint_.send({QStringLiteral("/gigmora/daw"),
-                    {DawStatus::name(d.phase), d.song, DawStatus::name(d.reason), d.code,
-                     d.refused, DawStatus::name(d.standby), d.next}},
+                    {DawStatus::name(d.phase), d.song, DawStatus::name(d.reason), d.code, d.refused,
+                     DawStatus::name(d.standby), d.next}},
                    to, port);
 }

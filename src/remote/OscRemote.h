@@ -24,7 +24,7 @@ public:
     explicit OscRemote(QObject* parent = nullptr);
 
     // Every interface, `port` (0: any free one); only senders in `allow` are heard.
-    bool listen(quint16 port, const QStringList& allow);
+    Result<> listen(quint16 port, const QStringList& allow);
     quint16 port() const { return endpoint_.port(); }
     // Sends the stage to the recent clients.
     void publish(const StageSnapshot& stage);

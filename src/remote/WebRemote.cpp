@@ -59,20 +59,22 @@ WebRemote::WebRemote(const QString& pin, std::function<qint64()> clock, QObject*
 
 WebRemote::~WebRemote() = default;
 
-bool WebRemote::listen(const QHostAddress& address, quint16 port) {
+Result<> WebRemote::listen(const QHostAddress& address, quint16 port) {
     auto listener = std::make_unique<RemoteListener>();
     // Room for a burst of connections while the stage loop is busy for a moment.
     listener->setListenBacklogSize(128);
     if (!listener->listen(address, port)) {
-        listenError_ = listener->errorString();
         qCWarning(lcRemote).noquote() << "The web remote cannot listen on" << address.toString()
                                       << "port" << port << ":" << listener->errorString();
-        return false;
+        return {listener->serverError() == QAbstractSocket::AddressInUseError
+                    ? Failure::Code::NameTaken
+                    : Failure::Code::Refused,
+                listener->errorString()};
     }
     listener_ = listener.get();
     bind(listener.release()); // the server becomes its parent
     qCInfo(lcRemote).noquote() << "The web remote listens on port" << listener_->serverPort();
-    return true;
+    return {};
 }
 
 quint16 WebRemote::port() const {

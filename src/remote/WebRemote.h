@@ -1,6 +1,7 @@
 #pragma once
 
 #include "performance/StageSnapshot.h"
+#include "platform/Result.h"
 
 #include <QAbstractHttpServer>
 #include <QList>
@@ -27,10 +28,8 @@ public:
     ~WebRemote() override;
 
     // False (and one log line saying why) when the port cannot be had.
-    bool listen(const QHostAddress& address, quint16 port);
+    Result<> listen(const QHostAddress& address, quint16 port);
     quint16 port() const;
-    // Why listen() failed.
-    QString listenError() const { return listenError_; }
     void publish(const StageSnapshot& stage);
     int pageCount() const { return int(pages_.size()); }
 
@@ -58,5 +57,4 @@ private:
     StageSnapshot stage_;
     QByteArray stageJson_;
     QTimer ping_;
-    QString listenError_;
 };
