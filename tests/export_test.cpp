@@ -196,8 +196,7 @@ TEST(PdfExport, FailuresLeaveNoFileBehind) {
     };
 
     for (const QStringList& args :
-         {QStringList{"--pdf"}, QStringList{"--pdf", "--setlist", "Leer"}, QStringList{"--pdf="},
-          QStringList{"--json", "--pdf", pdfPath()}}) {
+         {QStringList{"--pdf", "--setlist", "Leer"}, QStringList{"--json", "--pdf", pdfPath()}}) {
         const Output r = runExport(args);
         EXPECT_EQ(r.code, 64) << args.join(' ').toStdString();
         EXPECT_TRUE(r.err.contains("--pdf")) << r.err.toStdString();

@@ -2,7 +2,6 @@
 #include "library/ManagedObjectModel.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
-#include "library/OrderedSetArrayValueTransformer.h"
 #include "library/Setlist.h"
 #include "library/Song.h"
 #include "library/TransferRecords.h"
@@ -10,7 +9,6 @@
 #include "platform/KeyedUnarchiver.h"
 #include "support/LibraryHelpers.h"
 
-#include <QDateTime>
 #include <gtest/gtest.h>
 
 using namespace helpers;
@@ -50,24 +48,4 @@ TEST(KeyedArchive, SongRoundTripAndTheSetlistQuirk) {
     ASSERT_NE(fromSetlist, nullptr);
     EXPECT_EQ(fromSetlist->entity().name(), "Song");
     EXPECT_FALSE(fromSetlist->value("title").isValid());
-}
-
-// The drag payloads are read back by the drag and drop suites.
-TEST(KeyedArchive, TransformerAndPlainValues) {
-    ObjectContext c(ManagedObjectModel::gigmoraTwo());
-    auto* a = addSong(c, "A", "/a.logicx", 1);
-    auto* b = addSong(c, "B", "/b.logicx", 2);
-    using L = QList<ManagedObject*>;
-    EXPECT_EQ(OrderedSetArrayValueTransformer::reverseTransformedValue({a, b, a}), (L{a, b}));
-
-    const QVariantList plain{1,
-                             -7,
-                             2.5,
-                             true,
-                             QString("é"),
-                             QVariant(),
-                             QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC)};
-    EXPECT_EQ(
-        KeyedUnarchiver::unarchiveObjectWithData(KeyedArchiver::archivedDataWithRootObject(plain)),
-        QVariant(plain));
 }

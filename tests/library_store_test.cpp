@@ -7,7 +7,6 @@
 #include "library/PersistentStore.h"
 #include "library/XmlStoreWriter.h"
 #include "platform/Error.h"
-#include "platform/UnknownKeyError.h"
 #include "support/LibraryHelpers.h"
 #include "support/ScriptedAlerts.h"
 #include "support/TempHome.h"
@@ -239,26 +238,6 @@ TEST_F(LibraryStore, DeleteRulesAndUndoGroupedPerTurn) {
     c.undoManager()->undo();
     EXPECT_EQ(library->integerValue("midiIn"), 1);
     EXPECT_EQ(library->stringValue("title"), "Library");
-}
-
-TEST_F(LibraryStore, KeysFetchesAndIds) {
-    ObjectContext c(ManagedObjectModel::gigmoraTwo());
-    auto* none = addSong(c, "None", "/n.logicx", -1);
-    auto* five = addSong(c, "Five", "/5.logicx", 5);
-    auto* two = addSong(c, "Two", "/2.logicx", 2);
-    EXPECT_THROW(five->setValue("MidiIn", 1), UnknownKeyError);
-    EXPECT_EQ(five->integerValue("midiIn"), 5) << "a failed write changes nothing";
-
-    using L = QList<ManagedObject*>;
-    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {}, 0}), (L{none, five, two})) << "store order";
-    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {{"midiIn", true}}, 0}), (L{none, two, five}));
-    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {{"midiIn", false}}, 0}), (L{five, two, none}));
-    EXPECT_EQ(c.executeFetchRequest({"Song", {}, {{"midiIn", false}}, 1}), (L{five}));
-    EXPECT_EQ(
-        c.executeFetchRequest({"Song", Predicate::withFormat("midiIn == %@", {QVariant()}), {}, 0}),
-        (L{none}));
-    EXPECT_EQ(c.objectWithURI(c.URIRepresentation(two)), two);
-    EXPECT_EQ(c.objectWithURI(QUrl("x-coredata://other/Song/p1")), nullptr);
 }
 
 // A process killed while saving leaves the previous or the new store, never a torn one.
