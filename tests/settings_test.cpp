@@ -1,5 +1,4 @@
 #include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
 #include "platform/PlistNode.h"
 #include "settings/Prefs.h"
 #include "settings/Storage.h"
@@ -7,9 +6,7 @@
 #include "support/TempHome.h"
 
 #include <QDateTime>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <gtest/gtest.h>
 
 using namespace helpers;
@@ -18,13 +15,6 @@ class Settings : public ::testing::Test {
 protected:
     void SetUp() override { TempHome::clear(); }
     QString path() const { return TempHome::dataHome() + "/Gigmora/Gigmora.gigmoraprefs"; }
-    std::unique_ptr<Storage> storedRecord() {
-        KeyedUnarchiver coder(readFile(path()));
-        coder.registerClass("Storage",
-                            [](KeyedUnarchiver& c) { return Storage::initWithCoder(c); });
-        auto* s = dynamic_cast<Storage*>(coder.decodeObject("Data").value<KeyedCoding*>());
-        return s ? std::make_unique<Storage>(*s) : nullptr;
-    }
 };
 
 TEST_F(Settings, MissingKeysAndUnreadableFilesReadAsZero) {
@@ -49,13 +39,11 @@ TEST_F(Settings, MissingKeysAndUnreadableFilesReadAsZero) {
     Prefs zero;
     EXPECT_EQ(zero.prefsSelectedDAWDelay, 0.0f);
     EXPECT_FALSE(zero.prefsSelectedMidiChannel.isValid());
-    EXPECT_EQ(zero.prefsSelectedMidiChannel.toInt(), 0);
     EXPECT_FALSE(zero.prefsActive);
     EXPECT_EQ(readFile(path()), "this is not a keyed archive") << "not rewritten when read";
+    zero.prefsSelectedMidiChannel = 9;
     zero.saveDataToDisk();
-    auto s = storedRecord();
-    ASSERT_TRUE(s) << "the next save replaces the unreadable file";
-    EXPECT_EQ(s->storageSelectedDAWDelay, 0.0f);
+    EXPECT_EQ(Prefs().prefsSelectedMidiChannel.toInt(), 9) << "the next save replaces the file";
 }
 
 namespace {
@@ -63,30 +51,20 @@ namespace {
 // it holds and its value (for an object-coded key, the number it points at).
 struct RawRecord {
     PlistNode root;
-    plist_t objects = nullptr;
-    plist_t record = nullptr;
+    plist_t objects = nullptr, record = nullptr;
 
     explicit RawRecord(const QByteArray& data) {
         plist_t r = nullptr;
         plist_from_bin(data.constData(), uint32_t(data.size()), &r);
         root.reset(r);
         objects = plist_dict_get_item(root.get(), "$objects");
-        record =
-            plist_array_get_item(objects, uid(plist_dict_get_item(root.get(), "$top"), "Data"));
+        record = at(plist_dict_get_item(root.get(), "$top"), "Data");
     }
-    uint32_t uid(plist_t dict, const char* key) const {
+    // The object a UID under `key` points at.
+    plist_t at(plist_t dict, const char* key) const {
         uint64_t v = 0;
         plist_get_uid_val(plist_dict_get_item(dict, key), &v);
-        return uint32_t(v);
-    }
-    QString className() const {
-        char* name = nullptr;
-        plist_get_string_val(
-            plist_dict_get_item(plist_array_get_item(objects, uid(record, "$class")), "$classname"),
-            &name);
-        const QString out = QString::fromUtf8(name);
-        free(name);
-        return out;
+        return v ? plist_array_get_item(objects, uint32_t(v)) : nullptr;
     }
     QString operator[](const char* key) const {
         plist_t item = plist_dict_get_item(record, key);
@@ -95,8 +73,8 @@ struct RawRecord {
         uint8_t flag = 0;
         switch (plist_get_node_type(item)) {
         case PLIST_UID:
-            if (uid(record, key) == 0) return "$null";
-            plist_get_uint_val(plist_array_get_item(objects, uid(record, key)), &n);
+            if (!at(record, key)) return "$null";
+            plist_get_uint_val(at(record, key), &n);
             return QString("object %1").arg(n);
         case PLIST_REAL:
             plist_get_real_val(item, &real);
@@ -114,10 +92,8 @@ struct RawRecord {
 };
 } // namespace
 
-// The file itself, read without our own decoder: one "Data" record of class Storage with the
-// sixteen keys, numbers as objects, the rest inline with their coder types; first the
-// defaults, then every field set to something other than its default, negatives included,
-// and what is written reads back whole.
+// The file as libplist reads it, not our decoder: one "Data" record of class Storage with the
+// sixteen keys and their coder types, at their defaults and then all set otherwise.
 TEST_F(Settings, TheFileHoldsTheSixteenKeysWithTheirCoderTypes) {
     const struct {
         const char *key, *byDefault, *set;
@@ -145,7 +121,11 @@ TEST_F(Settings, TheFileHoldsTheSixteenKeysWithTheirCoderTypes) {
         RawRecord raw(readFile(path()));
         ASSERT_TRUE(raw.record);
         EXPECT_EQ(plist_dict_get_size(raw.record), 17u) << "sixteen keys and $class";
-        EXPECT_EQ(raw.className(), "Storage");
+        char* name = nullptr;
+        plist_get_string_val(plist_dict_get_item(raw.at(raw.record, "$class"), "$classname"),
+                             &name);
+        EXPECT_STREQ(name, "Storage");
+        free(name);
         for (const auto& k : keys)
             EXPECT_EQ(raw[k.key], k.byDefault) << k.key;
     }
@@ -179,16 +159,12 @@ TEST_F(Settings, TheFileHoldsTheSixteenKeysWithTheirCoderTypes) {
     EXPECT_EQ(readFile(path()), written) << "every field reads back as it was written";
 }
 
-// A settings file with a list, a string and a date where numbers belong, the list shared by
-// thirty nested levels (a thousand bytes that mean 2^30 entries): each such value is left
-// out when read, and the file written back at once is as small as an ordinary one.
+// A list, a string and a date where numbers belong are left out when read. (crafted_archive_test
+// checks lists that expand enormously.)
 TEST_F(Settings, ValuesOfTheWrongKindAreLeftOut) {
     class Crafted : public Storage {
         void encodeWithCoder(KeyedArchiver& c) const override {
-            QVariant level = QVariantList{1, 2};
-            for (int i = 0; i < 30; ++i)
-                level = QVariantList{level, level};
-            c.encodeObject(level, "StorageSelectedMidiDevice");
+            c.encodeObject(QVariantList{1, 2}, "StorageSelectedMidiDevice");
             c.encodeObject(QVariant(QStringLiteral("Keys")), "StorageSelectedMidiOutDevice");
             c.encodeObject(QVariant(QDateTime::currentDateTimeUtc()), "StorageSelectedDAW");
             c.encodeObject(QVariant(5), "StorageSelectedMidiChannel");
@@ -196,15 +172,10 @@ TEST_F(Settings, ValuesOfTheWrongKindAreLeftOut) {
     } crafted;
     KeyedArchiver coder;
     coder.encodeObject(&crafted, "Data");
-    const QByteArray bytes = coder.encodedData();
-    ASSERT_LT(bytes.size(), 2000) << "the crafted file is small";
-    writeFile(path(), bytes);
+    writeFile(path(), coder.encodedData());
     Prefs prefs;
     EXPECT_FALSE(prefs.prefsSelectedMidiDevice.isValid());
     EXPECT_FALSE(prefs.prefsSelectedMidiOutDevice.isValid());
     EXPECT_FALSE(prefs.prefsSelectedDAW.isValid());
     EXPECT_EQ(prefs.prefsSelectedMidiChannel.toInt(), 5) << "a number where one belongs stays";
-    prefs.saveDataToDisk();
-    EXPECT_LT(QFileInfo(path()).size(), 2000);
-    EXPECT_EQ(storedRecord()->storageSelectedMidiChannel.toInt(), 5);
 }

@@ -35,42 +35,29 @@ QStringList pageTexts(const QString& file) {
     return pages;
 }
 
-QList<Word> words(const QString& file, QList<QSizeF>* pageSizes) {
-    static const QRegularExpression element(
-        R"re(<page width="(?<w>[\d.]+)" height="(?<h>[\d.]+)">|<word xMin="(?<x0>[\d.]+)" )re"
-        R"re(yMin="(?<y0>[\d.]+)" xMax="(?<x1>[\d.]+)" yMax="(?<y1>[\d.]+)">(?<t>[^<]*)</word>)re");
-    QList<Word> out;
-    int page = -1;
-    for (const auto& m : element.globalMatch(run("pdftotext", {"-bbox", file, "-"}))) {
-        if (!m.captured("w").isEmpty()) {
-            ++page;
-            if (pageSizes) *pageSizes << QSizeF(attribute(m, "w"), attribute(m, "h"));
-            continue;
-        }
-        out << Word{page, unescaped(m.captured("t")),
-                    QRectF(QPointF(attribute(m, "x0"), attribute(m, "y0")),
-                           QPointF(attribute(m, "x1"), attribute(m, "y1")))};
-    }
-    return out;
-}
-
 QList<Run> runs(const QString& file) {
-    // pdftohtml gives whole sizes; at its largest scale, three times, they keep a third of a
-    // point.
+    // pdftohtml gives whole sizes; at three times the scale they keep a third of a point.
     static const QRegularExpression element(
-        R"re(<page number="(?<page>\d+)"|<fontspec id="(?<id>\d+)" size="(?<size>-?\d+)"|)re"
-        R"re(<text [^>]*font="(?<font>\d+)"[^>]*>(?<t>.*)</text>)re");
+        R"re(<page number="(?<page>\d+)"[^>]*width="(?<pw>\d+)"|)re"
+        R"re(<fontspec id="(?<id>\d+)" size="(?<size>-?\d+)"|)re"
+        R"re(<text [^>]*left="(?<l>-?\d+)" width="(?<w>\d+)")re"
+        R"re([^>]*font="(?<font>\d+)"[^>]*>(?<t>.*)</text>)re");
     QList<Run> out;
     QHash<QString, qreal> sizes;
     int page = -1;
+    qreal pageWidth = 0;
     const QString xml = run("pdftohtml", {"-xml", "-i", "-stdout", "-zoom", "3", file});
     for (const auto& m : element.globalMatch(xml)) {
-        if (!m.captured("page").isEmpty())
+        if (!m.captured("page").isEmpty()) {
             page = m.captured("page").toInt() - 1;
-        else if (!m.captured("id").isEmpty())
+            pageWidth = attribute(m, "pw") / 3;
+        } else if (!m.captured("id").isEmpty()) {
             sizes.insert(m.captured("id"), attribute(m, "size") / 3);
-        else
-            out << Run{page, unescaped(m.captured("t")), sizes.value(m.captured("font"))};
+        } else {
+            const qreal left = attribute(m, "l") / 3;
+            out << Run{page, unescaped(m.captured("t")),   sizes.value(m.captured("font")),
+                       left, left + attribute(m, "w") / 3, pageWidth};
+        }
     }
     return out;
 }

@@ -30,12 +30,7 @@ QString TempHome::dataHome() {
 }
 
 void TempHome::clear() {
-    QDir dir(g_dir->path());
-    for (const auto& e :
-         dir.entryInfoList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden)) {
-        if (e.isDir() && !e.isSymLink())
-            QDir(e.filePath()).removeRecursively();
-        else
-            QFile::remove(e.filePath());
-    }
+    // Symbolic links are removed, never followed.
+    QDir(g_dir->path()).removeRecursively();
+    QDir().mkpath(g_dir->path());
 }
