@@ -118,15 +118,21 @@ TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     EXPECT_FALSE(drag(setlistTable(), songList(), *back, 0, DropOperation::Above));
 }
 
-// Project files dropped into a setlist, by real drop events: above a row, projects already in
-// the library are only selected (and saved); a new one joins the library unnumbered and not
-// the setlist; onto a row, refused.
+// Project files dropped into a setlist, by real drop events: above a row (a row's top edge
+// or the one above's bottom edge, or below the last), projects already in the library are only
+// selected (and saved); a new one joins the library unnumbered and not the setlist; onto the
+// middle of a row, refused.
 TEST_F(SetlistDragDrop, ProjectFilesIntoASetlist) {
     const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
-    EXPECT_TRUE(dropFiles(setlistTable(),
-                          {songs[0]->stringValue("path"), songs[1]->stringValue("path")}, 2));
+    const QStringList known{songs[0]->stringValue("path"), songs[1]->stringValue("path")};
+    for (const auto& [at, selected] : {std::pair{rowPoint(setlistTable(), 1, 0.05), 1},
+                                       {rowPoint(setlistTable(), 1, 0.95), 2},
+                                       {rowPoint(setlistTable(), 3), -1}}) { // past the end
+        SCOPED_TRACE(at.y());
+        EXPECT_TRUE(dropFilesAt(setlistTable(), known, at));
+        EXPECT_EQ(setlistTable()->selectedRow(), selected);
+    }
     EXPECT_EQ(titles(), (QStringList{"S1", "S2", "S3"}));
-    EXPECT_EQ(setlistTable()->selectedRow(), 2);
     EXPECT_FALSE(context().hasChanges()) << "saved";
 
     const QString fresh = project("Fresh.logicx");

@@ -1,21 +1,19 @@
 #include "app/tables/AllSongsTableView.h"
 #include "app/tables/MidiMessageTableVIew.h"
-#include "app/tables/OverlayScroller.h"
 #include "app/tables/SetlistTableRowView.h"
 #include "app/tables/SetlistTableView.h"
 #include "app/tables/TopListOfSetlistsTableView.h"
 #include "library/TransferRecords.h"
 #include "platform/NotificationCenter.h"
+#include "platform/Pasteboard.h"
 #include "platform/TableViewDataSource.h"
 #include "support/LibraryHelpers.h"
 #include "support/LogCapture.h"
 
 #include <QApplication>
 #include <QLineEdit>
-#include <QMimeData>
 #include <QPainter>
 #include <QPropertyAnimation>
-#include <QScrollBar>
 #include <QTest>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -46,27 +44,11 @@ public:
         ++sessions;
     }
     void draggingSessionEndedAtPoint(TableView*, QPoint, uint32_t) override { ++sessionsEnded; }
-    uint32_t validateDrop(TableView* table, DraggingInfo& info, qsizetype row,
-                          DropOperation op) override {
-        proposed = {row, op};
-        if (retargetOnToAbove && op == DropOperation::On)
-            table->setDropRow(row, DropOperation::Above);
-        source = info.draggingSource();
-        return refuse ? DragOperationNone : DragOperationCopy;
-    }
-    bool acceptDrop(TableView*, DraggingInfo&, qsizetype row, DropOperation op) override {
-        accepted = {row, op};
-        return true;
-    }
 
     QStringList values;
-    bool selectable = true, reloadWhenSet = false, retargetOnToAbove = false, refuse = false;
-    bool editorOpenWhenSet = true;
+    bool selectable = true, reloadWhenSet = false, editorOpenWhenSet = true;
     IndexSet written;
     int sessions = 0, sessionsEnded = 0;
-    std::pair<qsizetype, DropOperation> proposed{-2, DropOperation::On};
-    std::pair<qsizetype, DropOperation> accepted{-2, DropOperation::On};
-    TableView* source = nullptr;
 };
 
 // A window holding one table with rows of the given values.
@@ -112,24 +94,10 @@ QColor over(const QColor& top, const QColor& bottom) {
            << "got " << got.name().toStdString() << ", want " << want.name().toStdString();
 }
 
-// As a real drag arrives: entering, moving, and dropping or leaving.
-void sendDrag(TableView* table, QPoint at, QMimeData& data, bool drop) {
-    QDragEnterEvent enter(at, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(table->viewport(), &enter);
-    QDragMoveEvent move(at, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(table->viewport(), &move);
-    if (!drop) {
-        QDragLeaveEvent leave;
-        QApplication::sendEvent(table->viewport(), &leave);
-        return;
-    }
-    QDropEvent dropped(at, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(table->viewport(), &dropped);
-}
 } // namespace
 
-// Every pill table paints the selected pill by the focus and the others in the unselected
-// colour, each blended over the row background; the round corners keep the background.
+// Every pill table paints the selected pill and the others in its own colours, blended over
+// the row background; the round corners keep the background.
 TEST(Tables, PillsInEachTablesColours) {
     const struct {
         const char* name;
@@ -153,11 +121,6 @@ TEST(Tables, PillsInEachTablesColours) {
         EXPECT_TRUE(near(pixel(selected), over(c.colors.selectedUnfocused, c.colors.background)));
         EXPECT_TRUE(near(pixel(other), over(c.colors.unselected, c.colors.background)));
         EXPECT_TRUE(near(pixel(w->table->rectOfRow(0).topLeft()), c.colors.background));
-        QApplication::setActiveWindow(&w->window);
-        w->table->setFocus();
-        processEvents();
-        ASSERT_TRUE(w->table->hasKeyFocus());
-        EXPECT_TRUE(near(pixel(selected), over(c.colors.selectedFocused, c.colors.background)));
     }
     // The row view the edit screen gives the setlist paints the same.
     QImage image(200, 20, QImage::Format_ARGB32);
@@ -166,67 +129,6 @@ TEST(Tables, PillsInEachTablesColours) {
     const PillColors& setlist = SetlistTableView::kColors;
     EXPECT_TRUE(
         near(image.pixelColor(100, 10), over(setlist.selectedUnfocused, setlist.background)));
-}
-
-// The scroller takes no width: a thin one shows over the edge while the list scrolls, follows
-// a drag, and fades; a short list has nothing to show.
-TEST(Tables, OverlayScroller) {
-    auto w = Window::with<AllSongsTableView>(QStringList(50, "song"));
-    EXPECT_EQ(w->table->verticalScrollBar()->width(), 0);
-    auto* overlay = w->table->findChild<OverlayScroller*>();
-    ASSERT_TRUE(overlay);
-    EXPECT_FALSE(overlay->isVisible());
-    w->table->verticalScrollBar()->setValue(40);
-    processEvents();
-    EXPECT_TRUE(overlay->isVisible());
-    EXPECT_EQ(overlay->geometry().right(), w->table->viewport()->geometry().right());
-    overlay->setValue(10);
-    EXPECT_EQ(w->table->verticalScrollBar()->value(), 10);
-    overlay->fade();
-    EXPECT_FALSE(overlay->isVisible());
-    auto few = Window::with<AllSongsTableView>({"a", "b"});
-    few->table->findChild<OverlayScroller*>()->flash();
-    EXPECT_FALSE(few->table->findChild<OverlayScroller*>()->isVisible());
-}
-
-// Where a drag arrives decides the row and whether it is on it or above it, as the delegate
-// is asked; its retargeting is what is dropped; refused drops and foreign types change nothing.
-TEST(Tables, DropsAreProposedOnOrAboveRows) {
-    auto w = Window::with<SetlistTableView>({"a", "b", "c"});
-    QMimeData data;
-    data.setData(TransferRecords::allsongTableViewType, "x");
-    using P = std::pair<qsizetype, DropOperation>;
-    const struct {
-        QPoint at;
-        P proposed;
-    } rows[] = {
-        {w->rowPoint(1, 0.5), {1, DropOperation::On}},
-        {w->rowPoint(1, 0.05), {1, DropOperation::Above}},
-        {w->rowPoint(1, 0.95), {2, DropOperation::Above}},
-        {{50, w->table->rectOfRow(2).bottom() + 30}, {3, DropOperation::Above}}, // below all
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.at.y());
-        sendDrag(w->table, r.at, data, true);
-        EXPECT_EQ(w->rows.proposed, r.proposed);
-        EXPECT_EQ(w->rows.accepted, r.proposed);
-    }
-    EXPECT_EQ(w->rows.source, nullptr) << "not from a table of ours";
-
-    w->rows.retargetOnToAbove = true;
-    sendDrag(w->table, w->rowPoint(0), data, true);
-    EXPECT_EQ(w->rows.accepted, (P{0, DropOperation::Above}));
-
-    w->rows.refuse = true;
-    w->rows.accepted = {-2, DropOperation::On};
-    sendDrag(w->table, w->rowPoint(2), data, true);
-    EXPECT_EQ(w->rows.accepted.first, -2);
-
-    QMimeData other;
-    other.setText("plain");
-    w->rows.proposed = {-2, DropOperation::On};
-    sendDrag(w->table, w->rowPoint(1), other, true);
-    EXPECT_EQ(w->rows.proposed.first, -2) << "a type the table did not register for";
 }
 
 // A drag starts from a row that a click cannot select; when it ends, the rows are all there.
