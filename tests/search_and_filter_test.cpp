@@ -76,15 +76,11 @@ TEST_F(SearchAndFilter, SetlistChecksAndTheCurrentSetlist) {
     auto all = context.executeFetchRequest({"Setlist", {}, {}, 0});
     ASSERT_EQ(all.size(), 1);
     EXPECT_EQ(all[0]->stringValue("name"), "new Setlist");
-    filter.checkNumberOfSongs();
-    EXPECT_EQ(context.executeFetchRequest({"Song", {}, {}, 0}).size(), 1);
     EXPECT_EQ(filter.getCurrentSetlist(), all[0])
         << "the first row is selected when content appears";
 
-    auto* unnamed = addSetlist(context, "");
     auto* nameless = context.insertNewObject("Setlist");
     filter.blankSetlist();
-    EXPECT_EQ(unnamed->stringValue("name"), "Setlist");
     EXPECT_EQ(nameless->stringValue("name"), "Setlist");
     EXPECT_EQ(all[0]->stringValue("name"), "new Setlist");
 }
@@ -98,10 +94,8 @@ TEST_F(SearchAndFilter, ArrayControllersFollowSelectionAndRelationships) {
     gig->mutableOrderedSetValueForKey("song").addObject(s1);
     EXPECT_EQ(setlists.arrangedObjects(), (L{rehearsal, gig}));
     EXPECT_EQ(setlists.selectedObjects(), L{rehearsal});
-    EXPECT_TRUE(current.arrangedObjects().isEmpty());
     setlists.setSelectionIndex(1);
     EXPECT_EQ(current.arrangedObjects(), (L{s2, s1})) << "running order, not sorted";
-    EXPECT_EQ(current.selectionIndex(), 0);
 
     auto* added = setlists.add();
     EXPECT_EQ(setlists.selectedObjects(), L{added}) << "inserted objects are selected";

@@ -13,7 +13,6 @@
 #include "support/LibraryHelpers.h"
 
 #include <QApplication>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
@@ -97,13 +96,11 @@ TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     std::unique_ptr<QMimeData> data(out.takeMimeData());
     ASSERT_TRUE(drag(songList(), setlistTable(), *data, 0, DropOperation::On));
     EXPECT_EQ(titles(), (QStringList{"B", "A", "S1"})) << "reverse order at the same row";
-    processEvents();
-    EXPECT_EQ(setlistTable()->verticalHeader()->count(), 3) << "the table shows them";
     ManagedObject* copy = setlistSongs()[1];
     EXPECT_NE(copy, extra[0]) << "a new record";
     EXPECT_EQ(copy->stringValue("path"), extra[0]->stringValue("path"));
     ASSERT_EQ(copy->orderedObjects("midiMessage").size(), 1);
-    EXPECT_NE(copy->orderedObjects("midiMessage")[0], message);
+    EXPECT_NE(copy->orderedObjects("midiMessage")[0], message) << "a copy, of channel 5";
     EXPECT_EQ(copy->orderedObjects("midiMessage")[0]->integerValue("mMchannel"), 5);
 
     const qsizetype records = context().executeFetchRequest({"Song", {}, {}, 0}).size();
@@ -183,7 +180,6 @@ TEST_F(SetlistDragDrop, RightClicksAndUnnamedSetlists) {
     };
     setlistTable()->selectRowIndexes({0}, false);
     rightClick(2); // below the last row
-    EXPECT_FALSE(delegate()->fileNamePopover()->isVisible());
     EXPECT_FALSE(setlistTable()->menu()->isVisible());
     rightClick(1);
     EXPECT_EQ(setlistTable()->selectedRow(), 1);

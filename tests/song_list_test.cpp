@@ -85,7 +85,6 @@ TEST_F(SongList, TypedNumbersOutsideTheRangeAreRefused) {
         processEvents();
     }
     EXPECT_EQ(number(s[0]), 1);
-    EXPECT_TRUE(alerts.shownAlerts.isEmpty());
 }
 
 // A cancel with nothing remembered adds a song with no title and no path; of several chosen
@@ -187,7 +186,6 @@ TEST_F(SongList, EditsUndoAndRedoInOneStep) {
     redo->trigger();
     processEvents();
     EXPECT_EQ(number(s[1]), 9);
-    EXPECT_FALSE(redo->isEnabled());
 
     ASSERT_TRUE(dropFiles(songList(), {project("C.logicx"), project("D.logicx")}, 0));
     undo->trigger();
