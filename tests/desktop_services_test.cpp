@@ -1,59 +1,13 @@
-#include "app/DesktopServices.h"
-#include "app/MainWindow.h"
-#include "library/ManagedObject.h"
-#include "library/ObjectContext.h"
-#include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 #include "support/XvfbDisplay.h"
 
-#include <QAction>
-#include <QApplication>
 #include <QDir>
-#include <QFileDialog>
-#include <QLineEdit>
-#include <QMenuBar>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTest>
-#include <QTimer>
+#include <gtest/gtest.h>
 
 using namespace helpers;
-
-// The services a person meets are the real ones in the application: the tests elsewhere
-// answer alerts and open panels from a script, so only this shows the real ones are there
-// (a scripted panel would open no dialog).
-class DesktopServicesTest : public EditFixture {};
-
-// Library ▸ Add Song… opens a file dialog; a project folder typed into it and confirmed with
-// Return becomes a song.
-TEST_F(DesktopServicesTest, AddSongOpensAFileDialogThatAddsTheChosenProject) {
-    launch();
-    DesktopServices services;
-    const QString chosen = project("Ballad.logicx");
-    QAction* addSong = nullptr;
-    for (QAction* menu : app->window()->menuBar()->actions())
-        if (menu->menu())
-            for (QAction* a : menu->menu()->actions())
-                if (a->text() == "Add Song…") addSong = a;
-    ASSERT_TRUE(addSong);
-    bool dialogSeen = false;
-    QTimer::singleShot(0, [&] {
-        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-        if (!dialog) return;
-        dialogSeen = true;
-        auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
-        if (!name) return dialog->reject();
-        QTest::keyClicks(name, chosen);
-        QTest::keyClick(name, Qt::Key_Return);
-    });
-    addSong->trigger(); // the dialog's own event loop runs the person's typing
-    ASSERT_TRUE(dialogSeen) << "no file dialog opened";
-    QStringList paths;
-    for (ManagedObject* s : context().executeFetchRequest({"Song", {}, {}, 0}))
-        paths << s->stringValue("path");
-    EXPECT_EQ(paths, QStringList{chosen});
-}
 
 namespace {
 // xdotool's answer, trimmed.
@@ -65,8 +19,8 @@ QString xdotool(const QStringList& args) {
 }
 } // namespace
 
-// The real program in a real window: Ctrl+O opens the file dialog, a project folder's path
-// typed into it and Return add the song, which the library keeps.
+// The real program in a real window, with the real services (the other tests script alerts and
+// open panels): Ctrl+O opens the file dialog, a project's path typed and Return add the song.
 TEST(DesktopServicesProgram, CtrlOInTheRealWindowAddsAProject) {
     TempHome::clear();
     ASSERT_FALSE(QStandardPaths::findExecutable("xdotool").isEmpty())
@@ -83,40 +37,30 @@ TEST(DesktopServicesProgram, CtrlOInTheRealWindowAddsAProject) {
     gigmora.setProcessChannelMode(QProcess::MergedChannels);
     gigmora.start(GIGMORA_BINARY);
     ASSERT_TRUE(gigmora.waitForStarted());
+    // The first window of that name, or "".
+    const auto find = [](const char* name) {
+        return xdotool({"search", "--onlyvisible", "--name", name}).section('\n', 0, 0);
+    };
     QString window;
-    ASSERT_TRUE(waitUntil(
-        [&] {
-            return !(window = xdotool({"search", "--onlyvisible", "--name", "^Gigmora$"}))
-                        .isEmpty();
-        },
-        20000))
+    ASSERT_TRUE(waitUntil([&] { return !(window = find("^Gigmora$")).isEmpty(); }, 20000))
         << "the window never showed";
-    window = window.section('\n', 0, 0);
     // A loaded machine can map the window before Qt takes keys, so a first Ctrl+O may fall
     // on nothing; a person would press it again.
-    const auto dialogShown = [&] {
-        return !xdotool({"search", "--onlyvisible", "--name", "^Open$"}).isEmpty();
-    };
     bool opened = false;
     for (int attempt = 0; attempt < 4 && !opened; ++attempt) {
         xdotool({"windowfocus", "--sync", window});
         xdotool({"key", "ctrl+o"});
-        opened = waitUntil(dialogShown, 5000);
+        opened = waitUntil([&] { return !find("^Open$").isEmpty(); }, 5000);
     }
     ASSERT_TRUE(opened)
         << "no file dialog opened; windows shown: "
         << xdotool({"search", "--onlyvisible", "--name", ".", "getwindowname", "%@"}).toStdString()
         << "\nGigmora said: " << gigmora.readAll().toStdString();
     // Typed into the dialog itself, whichever window the keyboard was on.
-    xdotool({"windowfocus", "--sync",
-             xdotool({"search", "--onlyvisible", "--name", "^Open$"}).section('\n', 0, 0)});
+    xdotool({"windowfocus", "--sync", find("^Open$")});
     xdotool({"type", "--delay", "5", chosen});
     xdotool({"key", "Return"});
-    EXPECT_TRUE(waitUntil(
-        [&] {
-            return xdotool({"search", "--onlyvisible", "--name", "^Open$"}).isEmpty();
-        },
-        10000));
+    EXPECT_TRUE(waitUntil([&] { return find("^Open$").isEmpty(); }, 10000));
     gigmora.terminate(); // saves the library
     ASSERT_TRUE(gigmora.waitForFinished(10000));
     EXPECT_TRUE(readFile(storePath()).contains(chosen.toUtf8())) << "the song was not kept";

@@ -8,13 +8,11 @@
 #include "library/OrderedRelation.h"
 #include "library/TransferRecords.h"
 #include "platform/DraggingInfo.h"
-#include "platform/NotificationCenter.h"
 #include "platform/TableView.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
 
-#include <QFrame>
-#include <QHeaderView>
+#include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
@@ -59,6 +57,10 @@ protected:
         delegate()->draggingSessionEndedAtPoint(setlistTable(), {}, DragOperationMove);
         return ok;
     }
+    QList<ManagedObject*> songsAt(const QString& path) {
+        return context().executeFetchRequest(
+            {"Song", Predicate::withFormat("path == %@", {path}), {}, 0});
+    }
     QStringList titles() {
         QStringList out;
         for (ManagedObject* s : setlistSongs())
@@ -69,7 +71,6 @@ protected:
 
 TEST_F(SetlistDragDrop, ReorderingMovesToRMinusCOrR) {
     gig({"S1.logicx", "S2.logicx", "S3.logicx", "S4.logicx", "S5.logicx"});
-    EXPECT_EQ(delegate()->rowType(), "Song");
     EXPECT_TRUE(setlistTable()->registeredDraggedTypes().contains("Song"));
     ASSERT_TRUE(reorder({0}, 3)); // the first row to just above the fourth
     EXPECT_EQ(titles(), (QStringList{"S2", "S3", "S1", "S4", "S5"}));
@@ -79,9 +80,9 @@ TEST_F(SetlistDragDrop, ReorderingMovesToRMinusCOrR) {
     EXPECT_EQ(setlistTable()->selectedRow(), 0);
 }
 
-// Two songs from the song list above row 0: new records, in reverse order, with copies of
-// their MIDI messages. Onto a setlist's name: accepted, nothing changes. From a setlist onto
-// the song list: refused.
+// Songs dragged from the song list (rows past its end left out) above row 0: new records, in
+// reverse order, with copies of their MIDI messages. Onto a setlist's name: accepted, nothing
+// changes. Back onto the song list, from it or from a setlist: refused.
 TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     gig({"S1.logicx"});
     const auto extra = addSongs({"A.logicx", "B.logicx"});
@@ -90,19 +91,16 @@ TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     extra[0]->mutableOrderedSetValueForKey("midiMessage").addObject(message);
     processEvents();
     Pasteboard out;
-    app->editScreen()->songList()->writeRowsWithIndexes(
-        songList(), {songList()->numberOfRows() - 2, songList()->numberOfRows() - 1}, out);
+    const qsizetype n = songList()->numberOfRows();
+    app->editScreen()->songList()->writeRowsWithIndexes(songList(), {n - 2, n - 1, n + 5}, out);
     std::unique_ptr<QMimeData> data(out.takeMimeData());
     ASSERT_TRUE(drag(songList(), setlistTable(), *data, 0, DropOperation::On));
-    ASSERT_EQ(setlistSongs().size(), 3);
     EXPECT_EQ(titles(), (QStringList{"B", "A", "S1"})) << "reverse order at the same row";
-    processEvents();
-    EXPECT_EQ(setlistTable()->verticalHeader()->count(), 3) << "the table shows them";
     ManagedObject* copy = setlistSongs()[1];
     EXPECT_NE(copy, extra[0]) << "a new record";
     EXPECT_EQ(copy->stringValue("path"), extra[0]->stringValue("path"));
     ASSERT_EQ(copy->orderedObjects("midiMessage").size(), 1);
-    EXPECT_NE(copy->orderedObjects("midiMessage")[0], message);
+    EXPECT_NE(copy->orderedObjects("midiMessage")[0], message) << "a copy, of channel 5";
     EXPECT_EQ(copy->orderedObjects("midiMessage")[0]->integerValue("mMchannel"), 5);
 
     const qsizetype records = context().executeFetchRequest({"Song", {}, {}, 0}).size();
@@ -110,27 +108,33 @@ TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     EXPECT_EQ(setlistsTable()->dropOperation(), DropOperation::On) << "retargeted onto the name";
     EXPECT_EQ(context().executeFetchRequest({"Song", {}, {}, 0}).size(), records);
 
+    EXPECT_FALSE(drag(songList(), songList(), *data, 0, DropOperation::Above));
     Pasteboard rows;
     delegate()->writeRowsWithIndexes(setlistTable(), {0}, rows);
     std::unique_ptr<QMimeData> back(rows.takeMimeData());
     EXPECT_FALSE(drag(setlistTable(), songList(), *back, 0, DropOperation::Above));
 }
 
-// Project files dropped into a setlist, by real drop events: above a row, projects already in
-// the library are only selected (and saved); a new one joins the library unnumbered and not
-// the setlist; onto a row, refused.
+// Project files dropped into a setlist, by real drop events: above a row (a row's top edge
+// or the one above's bottom edge, or below the last), projects already in the library are only
+// selected (and saved); a new one joins the library unnumbered and not the setlist; onto the
+// middle of a row, refused.
 TEST_F(SetlistDragDrop, ProjectFilesIntoASetlist) {
     const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
-    EXPECT_TRUE(dropFiles(setlistTable(),
-                          {songs[0]->stringValue("path"), songs[1]->stringValue("path")}, 2));
+    const QStringList known{songs[0]->stringValue("path"), songs[1]->stringValue("path")};
+    for (const auto& [at, selected] : {std::pair{rowPoint(setlistTable(), 1, 0.05), 1},
+                                       {rowPoint(setlistTable(), 1, 0.95), 2},
+                                       {rowPoint(setlistTable(), 3), -1}}) { // past the end
+        SCOPED_TRACE(at.y());
+        EXPECT_TRUE(dropFilesAt(setlistTable(), known, at));
+        EXPECT_EQ(setlistTable()->selectedRow(), selected);
+    }
     EXPECT_EQ(titles(), (QStringList{"S1", "S2", "S3"}));
-    EXPECT_EQ(setlistTable()->selectedRow(), 2);
     EXPECT_FALSE(context().hasChanges()) << "saved";
 
     const QString fresh = project("Fresh.logicx");
     dropFiles(setlistTable(), {fresh}, 1);
-    const auto found = context().executeFetchRequest(
-        {"Song", Predicate::withFormat("path == %@", {fresh}), {}, 0});
+    const auto found = songsAt(fresh);
     ASSERT_EQ(found.size(), 1);
     EXPECT_FALSE(found[0]->value("midiIn").isValid()) << "unnumbered";
     EXPECT_EQ(titles(), (QStringList{"S1", "S2", "S3"}));
@@ -138,48 +142,51 @@ TEST_F(SetlistDragDrop, ProjectFilesIntoASetlist) {
     EXPECT_FALSE(dropFiles(setlistTable(), {project("Other.logicx")}, 1, true));
 }
 
-// Commands: remove and delete with and without a selection, new setlists, the last row.
+// Remove and delete with and without a selection.
 TEST_F(SetlistDragDrop, SetlistCommands) {
     const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
-    MainWindow* w = app->window();
+    const auto click = [&](const char* button) {
+        app->window()->findChild<QPushButton*>(button)->click();
+    };
     setlistsTable()->deselectAll();
-    w->findChild<QPushButton*>("removeSetlistButton")
-        ->click(); // no selection: nothing removed, no crash
+    click("removeSetlistButton"); // no selection: nothing removed, no crash
     EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), 1);
 
     ArrayController* all = app->allSetlistsArrayController();
     all->setSelectionIndex(all->arrangedObjects().indexOf(songs[0]->relatedObject("setlist")));
     processEvents();
     setlistTable()->selectRowIndexes({2}, false);
-    w->findChild<QPushButton*>("deleteSongEverywhereButton")->click();
+    click("deleteSongEverywhereButton");
     EXPECT_EQ(titles(), (QStringList{"S1", "S2"}));
     EXPECT_EQ(setlistTable()->selectedRow(), 1) << "the new last row";
-    EXPECT_TRUE(context()
-                    .executeFetchRequest(
-                        {"Song",
-                         Predicate::withFormat("path == %@", {songs[2]->stringValue("path")}),
-                         {},
-                         0})
-                    .isEmpty());
+    EXPECT_TRUE(songsAt(songs[2]->stringValue("path")).isEmpty());
 
     setlistTable()->selectRowIndexes({0}, false);
-    w->findChild<QPushButton*>("removeFromSetlistButton")->click();
+    click("removeFromSetlistButton");
     EXPECT_EQ(titles(), QStringList{"S2"});
     EXPECT_FALSE(songs[0]->isDeleted()) << "still in the library";
-
-    const qsizetype before = context().executeFetchRequest({"Setlist", {}, {}, 0}).size();
-    w->findChild<QPushButton*>("newSetlistButton")->click();
-    EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), before + 1);
 }
 
-// A right click on a setlist row shows the song's file; an emptied setlist name becomes
-// "Setlist" when the edit ends.
-TEST_F(SetlistDragDrop, FilePopoverAndUnnamedSetlists) {
+// A right click on a setlist row selects it, then shows its song's file and the menu; below
+// the last row it does nothing. An emptied setlist name becomes "Setlist" when the edit ends.
+TEST_F(SetlistDragDrop, RightClicksAndUnnamedSetlists) {
     const auto songs = gig({"S1.logicx", "S2.logicx"});
-    setlistTable()->selectRowIndexes({1}, false);
-    NotificationCenter::defaultCenter().post("rightClickNotification");
+    const auto rightClick = [&](qsizetype row) {
+        const QPoint at = rowPoint(setlistTable(), row);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at,
+                                setlistTable()->viewport()->mapToGlobal(at));
+        QApplication::sendEvent(setlistTable()->viewport(), &event);
+        processEvents();
+    };
+    setlistTable()->selectRowIndexes({0}, false);
+    rightClick(2); // below the last row
+    EXPECT_FALSE(setlistTable()->menu()->isVisible());
+    rightClick(1);
+    EXPECT_EQ(setlistTable()->selectedRow(), 1);
     EXPECT_TRUE(delegate()->fileNamePopover()->isVisible());
     EXPECT_EQ(delegate()->songFileInfo()->text(), songs[1]->stringValue("path"));
+    EXPECT_TRUE(setlistTable()->menu()->isVisible());
+    setlistTable()->menu()->hide();
     delegate()->closePopover();
 
     const qsizetype row =

@@ -17,21 +17,10 @@ protected:
     static QString folder() { return LibraryStack::applicationDocumentsDirectory(); }
 };
 
-// The second comes second: it asks the first to come forward and does not get the library.
-TEST_F(SingleInstanceTest, TheSecondAsksTheFirstToComeForward) {
-    SingleInstance first(folder());
-    ASSERT_TRUE(first.acquire());
-    QSignalSpy raised(&first, &SingleInstance::raiseRequested);
-    SingleInstance second(folder());
-    EXPECT_FALSE(second.acquire());
-    EXPECT_TRUE(raised.wait(3000));
-    // Another library (another home) is another Gigmora.
-    SingleInstance elsewhere(TempHome::home() + "/other");
-    EXPECT_TRUE(elsewhere.acquire());
-}
-
-// A lock left by a crashed Gigmora names a process that is gone: it is taken over.
-TEST_F(SingleInstanceTest, ALockLeftByACrashIsTakenOver) {
+// A lock left by a crashed Gigmora names a process that is gone: it is taken over. A second
+// comes second: it asks the first to come forward and does not get the library; another
+// library (another home) is another Gigmora.
+TEST_F(SingleInstanceTest, OneGigmoraPerLibrary) {
     QProcess gone;
     gone.start("sleep", {"30"});
     ASSERT_TRUE(gone.waitForStarted());
@@ -41,8 +30,14 @@ TEST_F(SingleInstanceTest, ALockLeftByACrashIsTakenOver) {
     QDir().mkpath(folder());
     writeFile(folder() + "/Gigmora.lock",
               QString("%1\ngigmora\n%2\n").arg(pid).arg(QSysInfo::machineHostName()).toUtf8());
-    SingleInstance next(folder());
-    EXPECT_TRUE(next.acquire());
+    SingleInstance first(folder());
+    ASSERT_TRUE(first.acquire());
+    QSignalSpy raised(&first, &SingleInstance::raiseRequested);
+    SingleInstance second(folder());
+    EXPECT_FALSE(second.acquire());
+    EXPECT_TRUE(raised.wait(3000));
+    SingleInstance elsewhere(TempHome::home() + "/other");
+    EXPECT_TRUE(elsewhere.acquire());
 }
 
 // The real program started twice on one library: the second exits at once, saying why, and

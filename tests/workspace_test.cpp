@@ -36,9 +36,6 @@ TEST(Workspace, FieldCodesExpandAndDeprecatedOnesGo) {
     e = entry("daw %U");
     EXPECT_EQ(Workspace::commandLine(e, "/music/My Song.logicx"),
               (QStringList{"daw", "file:///music/My%20Song.logicx"}));
-    e = entry("daw --project=%u");
-    EXPECT_EQ(Workspace::commandLine(e, "/a b.logicx"),
-              (QStringList{"daw", "--project=file:///a%20b.logicx"}));
     // No file code: the path still reaches the program, as its last argument.
     e = entry(R"("da\sw" -x)"); // the value's \s first, then the quoting
     EXPECT_EQ(Workspace::commandLine(e, project), (QStringList{"da w", "-x", project}));

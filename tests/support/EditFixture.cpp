@@ -87,12 +87,15 @@ QPoint EditFixture::rowPoint(TableView* table, qsizetype row, double fraction) {
 }
 
 bool EditFixture::dropFiles(TableView* table, const QStringList& files, qsizetype row, bool onRow) {
+    return dropFilesAt(table, files, rowPoint(table, row, onRow ? 0.5 : 0.1));
+}
+
+bool EditFixture::dropFilesAt(TableView* table, const QStringList& files, QPoint at) {
     QMimeData data;
     QList<QUrl> urls;
     for (const QString& f : files)
         urls << QUrl::fromLocalFile(f);
     data.setUrls(urls);
-    const QPoint at = rowPoint(table, row, onRow ? 0.5 : 0.1);
     QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, {});
     QApplication::sendEvent(table->viewport(), &enter);
     QDragMoveEvent move(at, Qt::CopyAction, &data, Qt::LeftButton, {});

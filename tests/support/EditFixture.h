@@ -39,6 +39,7 @@ protected:
     TableView* setlistsTable();
     // Real drag events as a file manager's drop arrives: enter, move, drop.
     bool dropFiles(TableView* table, const QStringList& files, qsizetype row, bool onRow = false);
+    bool dropFilesAt(TableView* table, const QStringList& files, QPoint at);
     QPoint rowPoint(TableView* table, qsizetype row, double fraction = 0.5);
     qint64 number(ManagedObject* song);
 

@@ -4,40 +4,33 @@
 #include <QDrag>
 #include <QLabel>
 #include <QMimeData>
-#include <QMouseEvent>
 #include <QUrl>
 
 namespace {
 class Source : public QLabel {
 public:
-    explicit Source(QList<QUrl> urls) : QLabel("drag me"), urls_(std::move(urls)) {
-        setWindowTitle("drag source");
-        setAlignment(Qt::AlignCenter);
-        resize(160, 80);
-    }
+    QList<QUrl> urls;
+    Source() : QLabel("drag me") { setAlignment(Qt::AlignCenter); }
 
 protected:
     void mousePressEvent(QMouseEvent*) override {
         auto* data = new QMimeData;
-        data->setUrls(urls_);
+        data->setUrls(urls);
         QDrag drag(this);
         drag.setMimeData(data);
-        const Qt::DropAction done = drag.exec(Qt::CopyAction);
-        qInfo("drag ended: %s", done == Qt::CopyAction ? "copied" : "not taken");
+        qInfo("drag ended: %s",
+              drag.exec(Qt::CopyAction) == Qt::CopyAction ? "copied" : "not taken");
     }
-
-private:
-    QList<QUrl> urls_;
 };
 } // namespace
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
-    QList<QUrl> urls;
+    Source source;
     for (const QString& path : app.arguments().mid(1))
-        urls << QUrl::fromLocalFile(path);
-    Source source(urls);
-    source.move(900, 560);
+        source.urls << QUrl::fromLocalFile(path);
+    source.setWindowTitle("drag source");
+    source.setGeometry(900, 560, 160, 80);
     source.show();
     return app.exec();
 }
