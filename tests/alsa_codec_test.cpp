@@ -24,23 +24,15 @@ Bytes decode(AlsaMidiCodec& codec, const snd_seq_event_t& ev) {
 TEST(AlsaMidiCodec, BytesToEventsAndBack) {
     auto codec = AlsaMidiCodec::create();
     ASSERT_TRUE(codec);
-    const std::vector<Bytes> messages = {
-        {0xC0, 0x7F},                         // the next-song trigger
-        {0xC9, 0x7E},                         // 126 on channel 10
-        {0x90, 0x48, 0x64},                   // the spacebar note
-        {0x80, 0x48, 0x00},                   //
-        {0xB0, 0x0F, 0x0E},                   // a control-surface button's first message
-        {0xE3, 0x00, 0x40},                   // pitch bend
-        {0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7}, // close
-        {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7}, // next song
-    };
+    // The trigger, the space bar's note on and off, a control-surface message, pitch bend, sysex.
+    const std::vector<Bytes> messages = {{0xC0, 0x7F},       {0x90, 0x48, 0x64},
+                                         {0x80, 0x48, 0x00}, {0xB0, 0x0F, 0x0E},
+                                         {0xE3, 0x00, 0x40}, {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7}};
     for (const Bytes& m : messages) {
         const auto events = encode(*codec, m);
         ASSERT_EQ(events.size(), 1u) << int(m[0]);
         EXPECT_EQ(decode(*codec, events[0]), m) << int(m[0]);
     }
-    EXPECT_EQ(encode(*codec, {0xC0, 0x7F})[0].type, SND_SEQ_EVENT_PGMCHANGE);
-    EXPECT_EQ(encode(*codec, {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7})[0].type, SND_SEQ_EVENT_SYSEX);
 
     // A button press-and-release burst is four events, decoded back with full status bytes.
     const Bytes burst = {0xB0, 0x0F, 0x0E, 0xB0, 0x2F, 0x43, 0xB0, 0x0F, 0x0E, 0xB0, 0x2F, 0x03};

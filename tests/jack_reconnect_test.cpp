@@ -106,8 +106,6 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     const QString in = "Gigmora Midi:Gigmora Virtual Input";
     const QString out = "Gigmora Midi:Gigmora Virtual Output";
     LogCapture log;
-    // How many lines so far say `text`.
-    const auto said = [&](const QString& text) { return log.lines().filter(text).size(); };
     auto peer = std::make_unique<JackTestClient>("foot");
     ASSERT_TRUE(peer->connect(in, out));
     auto routed = [&] {
@@ -115,7 +113,7 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
                connected(peer->client(), out, "foot:in");
     };
     ASSERT_TRUE(waitUntil(routed));
-    ASSERT_TRUE(waitUntil([&] { return said("Remembered the MIDI connection") == 2; }));
+    ASSERT_TRUE(waitUntil([&] { return log.count("Remembered the MIDI connection") == 2; }));
 
     g.engine.createMidiPort(); // what the device pop-ups and the virtual-port box do
     EXPECT_TRUE(waitUntil(routed)) << "restored after the rebuild";
@@ -139,9 +137,9 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     EXPECT_TRUE(peer->waitForEvents(1)) << "output works again";
 
     // The peer goes away and comes back: remembered, restored again.
-    const qsizetype kept = said("to make again");
+    const qsizetype kept = log.count("to make again");
     peer.reset();
-    ASSERT_TRUE(waitUntil([&] { return said("to make again") == kept + 2; }));
+    ASSERT_TRUE(waitUntil([&] { return log.count("to make again") == kept + 2; }));
     peer = std::make_unique<JackTestClient>("foot");
     EXPECT_TRUE(waitUntil(routed)) << "restored when the peer came back";
 
@@ -153,9 +151,9 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     g.engine.createMidiPort();
     EXPECT_TRUE(waitUntil([&] { return connected(peer->client(), out, "foot:in"); }));
     // A second rebuild's restoring starts only after the first's has ended.
-    const qsizetype restored = said("Restored the MIDI connection");
+    const qsizetype restored = log.count("Restored the MIDI connection");
     g.engine.createMidiPort();
-    ASSERT_TRUE(waitUntil([&] { return said("Restored the MIDI connection") > restored; }));
+    ASSERT_TRUE(waitUntil([&] { return log.count("Restored the MIDI connection") > restored; }));
     EXPECT_FALSE(connected(peer->client(), "foot:out", in));
 }
 

@@ -9,7 +9,6 @@
 #include "support/LogCapture.h"
 
 #include <QSignalSpy>
-#include <QUdpSocket>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <lo/lo.h>
@@ -78,65 +77,46 @@ TEST(OscRemote, MessagesAndFeedback) {
     ASSERT_TRUE(waitUntil([&] { return song.size() == 1; }));
     EXPECT_EQ(previous.size(), 1);
     EXPECT_EQ(song[0][0].toInt(), 3);
+    DawStatus daw{DawStatus::Phase::Loaded, "Ballad"};
+    daw.standby = DawStatus::Phase::Loading;
+    daw.next = "Encore";
     remote.publish({.setlist = "Friday",
                     .current = "Ballad",
-                    .next = "Last song",
                     .state = "Ballad loaded (1.1 s) · next: Encore loading…",
-                    .daw = {DawStatus::Phase::Loaded,
-                            "Ballad",
-                            DawStatus::Reason::None,
-                            0,
-                            {},
-                            DawStatus::Phase::Loading,
-                            "Encore"}});
+                    .daw = daw});
     EXPECT_TRUE(surface.heard("/gigmora/current", "Ballad"));
     EXPECT_TRUE(surface.heard("/gigmora/state", "Ballad loaded (1.1 s) · next: Encore loading…"));
     EXPECT_TRUE(surface.heard("/gigmora/daw", "loaded|Ballad||0||loading|Encore"));
 }
 
-// Senders that are not allowed, garbage and wrong arguments change nothing.
+// Senders that are not allowed and wrong arguments change nothing (garbage datagrams are the
+// OSC fuzzer's); made-up paths by the hundred are said only so many times.
 TEST(OscRemote, OnlyAllowedWellFormedMessagesCount) {
+    LogCapture log;
     OscRemote remote;
     ASSERT_TRUE(remote.listen(0, {"192.0.2.7"})); // loopback not allowed
     QSignalSpy next(&remote, &OscRemote::nextRequested);
-    {
-        LogCapture refused;
-        Surface stranger(remote.port());
-        stranger.send("/gigmora/next");
-        ASSERT_TRUE(waitUntil([&] { return refused.contains("a sender that is not allowed"); }));
-    }
+    Surface(remote.port()).send("/gigmora/next");
+    ASSERT_TRUE(waitUntil([&] { return log.contains("a sender that is not allowed"); }));
     EXPECT_EQ(next.size(), 0);
 
     OscRemote open;
     ASSERT_TRUE(open.listen(0, {"127.0.0.1"}));
     QSignalSpy song(&open, &OscRemote::songRequested);
-    QUdpSocket raw;
-    for (const QByteArray& p :
-         {QByteArray("garbage"), QByteArray("/gigmora/song\0\0\0,s\0\0x\0\0\0", 24),
-          QByteArray(4000, '/'),
-          // A blob that says it is 4 GiB long: liblo would read past the datagram.
-          QByteArray("/gigmora/song\0\0\0,b\0\0\xff\xff\xff\xff", 24)})
-        raw.writeDatagram(p, QHostAddress::LocalHost, open.port());
     Surface surface(open.port());
-    {
-        LogCapture ignored;
-        surface.song(500.0f);
-        ASSERT_TRUE(waitUntil([&] { return ignored.contains("without a number from 0 to 127"); }));
-    }
-    EXPECT_EQ(song.size(), 0);
+    surface.song(500.0f);
     surface.song(7.0f);
-    EXPECT_TRUE(waitUntil([&] { return song.size() == 1; }));
-
-    // Made-up paths by the hundred: each kind of trouble is said once, and only so many.
-    LogCapture log;
+    ASSERT_TRUE(waitUntil([&] { return song.size() == 1; }));
+    EXPECT_EQ(song[0][0].toInt(), 7);
+    const qsizetype before = log.count("ignored");
     for (int i = 0; i < 200; ++i) {
         surface.send(QByteArray("/made/up/" + QByteArray::number(i)).constData());
         if (i % 20 == 0) processEvents(); // within the socket's buffer
     }
     surface.song(8.0f);
     ASSERT_TRUE(waitUntil([&] { return song.size() == 2; }));
-    EXPECT_LE(log.lines().filter("ignored").size(), 64);
-    EXPECT_EQ(log.lines().filter("no more are logged").size(), 1);
+    EXPECT_LE(log.count("ignored") - before, 64);
+    EXPECT_EQ(log.count("no more are logged"), 1);
 }
 
 // Through the application: Gigmora.conf turns the surface on, and "/gigmora/next" runs the
@@ -144,10 +124,7 @@ TEST(OscRemote, OnlyAllowedWellFormedMessagesCount) {
 class OscStage : public EditFixture {};
 
 TEST_F(OscStage, NextFromASurfaceMovesTheSet) {
-    GigmoraConfig::Osc osc;
-    osc.enabled = true;
-    osc.port = 0;
-    GigmoraConfig::setOsc(osc);
+    GigmoraConfig::setOsc({true, 0});
     ManagedObject* gig = addSetlist(context(), "Friday");
     for (const char* title : {"Opener", "Ballad", "Encore"})
         gig->mutableOrderedSetValueForKey("song").addObject(

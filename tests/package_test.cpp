@@ -108,8 +108,7 @@ TEST_F(Package, TheProgramAnswersOnItsCommandLine) {
     EXPECT_FALSE(anything.hasNext()) << "made " << anything.next().toStdString();
 }
 
-// The packaged program reads a library made by this build and prints and prints out its
-// running order.
+// The packaged program reads a library made by this build and prints out its running order.
 TEST_F(Package, ExportsASmallLibrary) {
     TempHome::clear();
     {
@@ -146,19 +145,13 @@ TEST_F(Package, DesktopFilesAndManualPage) {
                              file("/usr/share/metainfo/io.github.gigmora.Gigmora.metainfo.xml")});
     EXPECT_EQ(metainfo.code, 0) << metainfo.out.toStdString() << metainfo.err.toStdString();
 
-    QProcess man;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("MANWIDTH", "80");
-    man.setProcessEnvironment(env);
-    man.start("man", {"--warnings", "-l", file("/usr/share/man/man1/gigmora.1.gz")});
-    ASSERT_TRUE(man.waitForFinished(60000));
-    const QString page = QString::fromUtf8(man.readAllStandardOutput());
-    const QString warnings = QString::fromUtf8(man.readAllStandardError());
-    EXPECT_EQ(man.exitCode(), 0) << warnings.toStdString();
-    EXPECT_TRUE(warnings.isEmpty())
-        << "the page renders without warnings: " << warnings.toStdString();
+    const Ran man = run("env", {"MANWIDTH=80", "man", "--warnings", "-l",
+                                file("/usr/share/man/man1/gigmora.1.gz")});
+    EXPECT_EQ(man.code, 0) << man.err.toStdString();
+    EXPECT_TRUE(man.err.isEmpty())
+        << "the page renders without warnings: " << man.err.toStdString();
     for (const char* section :
          {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "FILES", "ENVIRONMENT", "EXIT STATUS",
           "SEE ALSO", "GIGMORA_MIDI", "Gigmora.conf", "OSXCoreDataObjC.storedata"})
-        EXPECT_TRUE(page.contains(section)) << section;
+        EXPECT_TRUE(man.out.contains(section)) << section;
 }

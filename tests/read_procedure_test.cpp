@@ -57,57 +57,30 @@ protected:
     MainMidi engine{services, &recorder};
 };
 
+// One packet: the jobs it queues and what it leaves in the capture (which held {0, 0, 77}).
+// Only a program change or a note, and only the first message of a packet, is captured; only
+// the next-song sysex queues a sysex job.
 TEST_F(ReadProcedureWalk, OneMessagePerPacket) {
-    MidiPacketList pc;
-    pc.addPacket(0, {0xC0, 0x05});
-    setCapture({0, 0, 77});
-    EXPECT_EQ(run(pc), "m");
-    EXPECT_EQ(capture(), (Capture{0xC0, 5, 77})) << "no byte past the packet is captured";
-
-    MidiPacketList note;
-    note.addPacket(0, {0x92, 0x48, 0x64});
-    EXPECT_EQ(run(note), "m");
-    EXPECT_EQ(capture(), (Capture{0x92, 72, 100}));
-
-    MidiPacketList sysex;
-    sysex.addPacket(0, {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7});
-    EXPECT_EQ(run(sysex), "sm") << "the sysex job first, then the packet's";
-    EXPECT_EQ(capture(), (Capture{0x92, 72, 100})) << "sysex leaves the capture alone";
-
-    MidiPacketList close;
-    close.addPacket(0, {0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7});
-    EXPECT_EQ(run(close), "m");
-
-    MidiPacketList ccThenPc;
-    ccThenPc.addPacket(0, {0xB0, 0x07, 0x64, 0xC3, 0x7F});
-    EXPECT_EQ(run(ccThenPc), "m");
-    EXPECT_EQ(capture(), (Capture{0x92, 72, 100})) << "only the first message of a packet counts";
-
-    MidiPacketList empty;
-    EXPECT_EQ(run(empty), "");
-}
-
-TEST_F(ReadProcedureWalk, SeveralPacketsAdvanceOncePerBytePosition) {
-    MidiPacketList two;
-    two.addPacket(0, {0xC9, 0x7F});
-    two.addPacket(0, {0xC0, 0x7E});
-    EXPECT_EQ(run(two), "mm");
-    // Byte 0 of the first packet, then byte 1 of the second (a data byte): only C9 7F counts.
-    EXPECT_EQ(capture().status, 0xC9u);
-    EXPECT_EQ(capture().data1, 0x7Fu);
-
-    MidiPacketList zero;
-    zero.addPacket(0, nullptr, 0);
-    zero.addPacket(0, {0xC1, 0x10});
-    EXPECT_EQ(run(zero), "mm") << "a zero-length packet does not move the walk";
-    EXPECT_EQ(capture().status, 0xC9u);
-
-    MidiPacketList shifted;
-    shifted.addPacket(0, {0x01, 0x02});
-    shifted.addPacket(0, {0x00, 0xC5, 0x33, 0x44});
-    shifted.addPacket(0, {0x00, 0x00, 0x00});
-    EXPECT_EQ(run(shifted), "mmm");
-    EXPECT_EQ(capture(), (Capture{0xC5, 0x33, 0x44})) << "byte 1 of the second packet";
+    const struct {
+        std::vector<uint8_t> bytes;
+        std::string jobs;
+        Capture capture;
+    } cases[] = {
+        {{0xC0, 0x05}, "m", {0xC0, 5, 77}}, // no byte past the packet is captured
+        {{0x92, 0x48, 0x64}, "m", {0x92, 72, 100}},
+        {{0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7}, "sm", {0, 0, 77}},
+        {{0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7}, "m", {0, 0, 77}},
+        {{0xB0, 0x07, 0x64, 0xC3, 0x7F}, "m", {0, 0, 77}},
+        {{}, "", {0, 0, 77}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.bytes));
+        MidiPacketList list;
+        if (!c.bytes.empty()) list.addPacket(0, c.bytes.data(), uint16_t(c.bytes.size()));
+        setCapture({0, 0, 77});
+        EXPECT_EQ(run(list), c.jobs);
+        EXPECT_EQ(capture(), c.capture);
+    }
 }
 
 TEST_F(ReadProcedureWalk, NeverReadsPastTheList) {
@@ -119,23 +92,17 @@ TEST_F(ReadProcedureWalk, NeverReadsPastTheList) {
     std::memcpy(bytes.data(), &hugeCount, 4);
     const uint16_t longLength = 0xFFFF;
     std::memcpy(bytes.data() + 12, &longLength, 2);
-    recorder.jobs.clear();
-    ReadProcedure::midiReadProc(bytes.data(), bytes.size(), &engine, nullptr);
-    processEvents();
-    EXPECT_EQ(recorder.jobs, "m") << "one packet fits, so one pass";
+    EXPECT_EQ(run(ListBytes{bytes.data(), bytes.size()}), "m") << "one packet fits, so one pass";
     EXPECT_EQ(capture(), (Capture{0xC0, 5, 6}));
 
     // A sysex cut off by the end of the list does not match.
     MidiPacketList cut;
     cut.addPacket(0, {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7});
-    recorder.jobs.clear();
-    ReadProcedure::midiReadProc(cut.data(), cut.size() - 1, &engine, nullptr);
-    processEvents();
-    EXPECT_EQ(recorder.jobs, "m");
+    EXPECT_EQ(run(ListBytes{cut.data(), cut.size() - 1}), "m");
 
-    // Many random lists, read from exactly-sized heap copies so that a stray read shows up
-    // under the sanitizers. Each gives one job per packet it can hold (up to its count), a
-    // sysex job only when the sysex is in its bytes, and captures only bytes it holds.
+    // Random lists, read from exactly-sized heap copies so that a stray read shows up under
+    // the sanitizers: one job per packet a list can hold (up to its count), a sysex job only
+    // when the sysex is in its bytes, and only bytes it holds captured.
     QRandomGenerator rng(7);
     for (int i = 0; i < 20000; ++i) {
         SCOPED_TRACE(i);

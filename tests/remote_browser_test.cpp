@@ -29,6 +29,11 @@ TEST_F(RemoteBrowser, ThePinOpensTheSetAndThePageDrivesIt) {
     selectSetlistRow(0);
     HeadlessChromium browser;
     ASSERT_TRUE(browser.error().isEmpty()) << browser.error().toStdString();
+    const auto text = [&](const char* id) {
+        return browser.evaluate(QString("document.getElementById('%1').textContent").arg(id))
+            .toString()
+            .toStdString();
+    };
     ASSERT_TRUE(browser.emulatePhone());
 
     // Without the PIN: a PIN field and nothing of the library.
@@ -41,20 +46,12 @@ TEST_F(RemoteBrowser, ThePinOpensTheSetAndThePageDrivesIt) {
     browser.evaluate("document.getElementById('pin').value = '4321';"
                      "document.querySelector('form').submit(); true");
     ASSERT_TRUE(browser.waitFor(markedRow + " === 'Opener'")) << browser.error().toStdString();
-    EXPECT_EQ(
-        browser.evaluate("document.getElementById('setlist').textContent").toString().toStdString(),
-        "Gig");
+    EXPECT_EQ(text("setlist"), "Gig");
     EXPECT_EQ(browser.evaluate("location.search").toString().toStdString(), "")
         << "the PIN left the address";
-    EXPECT_EQ(
-        browser.evaluate("document.getElementById('next').textContent").toString().toStdString(),
-        "Next: Ballad");
-    EXPECT_EQ(browser
-                  .evaluate("getComputedStyle(document.querySelector("
-                            "'li[aria-current=\"true\"] button')).backgroundColor")
-                  .toString()
-                  .toStdString(),
-              "rgb(46, 104, 60)")
+    EXPECT_EQ(text("next"), "Next: Ballad");
+    EXPECT_TRUE(browser.waitFor("getComputedStyle(document.querySelector('li[aria-current=\"true\"]"
+                                " button')).backgroundColor === 'rgb(46, 104, 60)'"))
         << "the green of the pill tables";
 
     // "Next" runs the trigger's recall: the close command goes out and the page follows.
@@ -93,14 +90,10 @@ TEST_F(RemoteBrowser, ThePinOpensTheSetAndThePageDrivesIt) {
 
     // Five wrong PINs within the minute: even the right PIN is refused now.
     ASSERT_TRUE(browser.open(page + "?pin=0000"));
-    EXPECT_EQ(
-        browser.evaluate("document.getElementById('message').textContent").toString().toStdString(),
-        "Wrong PIN.");
+    EXPECT_EQ(text("message"), "Wrong PIN.");
     for (int i = 1; i < 5; ++i)
         ASSERT_TRUE(browser.open(page + "?pin=000" + QString::number(i)));
     ASSERT_TRUE(browser.open(page + "?pin=4321"));
-    EXPECT_TRUE(browser.evaluate("document.getElementById('message').textContent")
-                    .toString()
-                    .startsWith("Too many wrong PINs"));
+    EXPECT_TRUE(text("message").starts_with("Too many wrong PINs"));
     EXPECT_FALSE(browser.evaluate("!!document.getElementById('order')").toBool());
 }

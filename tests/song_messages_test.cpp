@@ -86,10 +86,7 @@ TEST_F(SongMessagesOnStage, EachRecallSendsTheSongsMessagesInOrder) {
     ASSERT_TRUE(listener_.waitForEvents(4));
     EXPECT_EQ(heard(),
               (std::vector<Bytes>{{0xC0, 12}, {0xBF, 7, 100}, {0xC2, 5}, {0xB1, 64, 127}}));
-    EXPECT_EQ(log.lines().filter("Not sent for Ballad").size(), 3)
-        << log.lines().join('\n').toStdString();
-    EXPECT_EQ(log.lines().filter("cannot be reached").size(), 1);
-    EXPECT_EQ(log.lines().filter("Sent 4 MIDI message(s) for Ballad").size(), 1);
+    EXPECT_EQ(log.count("Not sent for Ballad"), 3);
     ASSERT_TRUE(waitForCloseCommands(1)) << "the DAW still gets its close command";
     for (const auto& e : midi->received())
         EXPECT_NE(e.bytes, (Bytes{0xC0, 12})) << "nothing of the song's reaches the DAW's port";
@@ -103,8 +100,7 @@ TEST_F(SongMessagesOnStage, EachRecallSendsTheSongsMessagesInOrder) {
     selectSetlistRow(1); // Ballad tapped: the same again
     app->recall()->goToLogicProject();
     ASSERT_TRUE(listener_.waitForEvents(4));
-    EXPECT_EQ(heard().size(), 4u);
-    EXPECT_EQ(log.lines().filter("cannot be reached").size(), 1) << "said once";
+    EXPECT_EQ(log.count("cannot be reached"), 1) << "said once, over both recalls";
 }
 
 // Off (the default), the port does not exist and nothing is sent; turned on in the
@@ -114,7 +110,6 @@ TEST_F(SongMessagesOnStage, OffByDefaultWithoutAPort) {
     makeSetlist({project("Opener.logicx"), project("Ballad.logicx")});
     ownMessage(songs[1], true, SongMessages::kProgramChange, 1, 12);
     launch();
-    EXPECT_FALSE(listen()) << "no song output";
     EXPECT_EQ(listener_.countPortsNamed("Gigmora Song Output"), 0);
     ASSERT_TRUE(sendAndWaitHandled({0xC0, 0x7F}));
     ASSERT_TRUE(waitForCloseCommands(1));

@@ -6,10 +6,21 @@
 #include <jack/metadata.h>
 #include <jack/midiport.h>
 #include <memory>
+#include <optional>
 
 namespace {
-constexpr const char* kUniqueIDKey = "urn:x-midi:uniqueID";
+// The port's unique-ID property, if it has one.
+std::optional<int32_t> uniqueIDOf(jack_port_t* port) {
+    char* value = nullptr;
+    char* type = nullptr;
+    if (!port || jack_get_property(jack_port_uuid(port), "urn:x-midi:uniqueID", &value, &type) != 0)
+        return std::nullopt;
+    const int32_t id = QByteArray(value).toInt();
+    jack_free(value);
+    jack_free(type);
+    return id;
 }
+} // namespace
 
 JackTestClient::JackTestClient(const char* name) {
     jack_status_t status;
@@ -80,31 +91,15 @@ void JackTestClient::drain() {
 }
 
 bool JackTestClient::portHasUniqueID(const QString& name, int32_t id) const {
-    jack_port_t* port = client_ ? jack_port_by_name(client_, name.toUtf8().constData()) : nullptr;
-    char* value = nullptr;
-    char* type = nullptr;
-    if (!port || jack_get_property(jack_port_uuid(port), kUniqueIDKey, &value, &type) != 0)
-        return false;
-    const bool same = QByteArray(value).toInt() == id;
-    jack_free(value);
-    jack_free(type);
-    return same;
+    return client_ && uniqueIDOf(jack_port_by_name(client_, name.toUtf8().constData())) == id;
 }
 
 QString JackTestClient::portWithUniqueID(int32_t id) const {
     if (!client_) return {};
     const char** ports = jack_get_ports(client_, nullptr, JACK_DEFAULT_MIDI_TYPE, 0);
     QString found;
-    for (const char** p = ports; p && *p && found.isEmpty(); ++p) {
-        jack_port_t* port = jack_port_by_name(client_, *p);
-        char* value = nullptr;
-        char* type = nullptr;
-        if (port && jack_get_property(jack_port_uuid(port), kUniqueIDKey, &value, &type) == 0) {
-            if (QByteArray(value).toInt() == id) found = QString::fromUtf8(*p);
-            jack_free(value);
-            jack_free(type);
-        }
-    }
+    for (const char** p = ports; p && *p && found.isEmpty(); ++p)
+        if (uniqueIDOf(jack_port_by_name(client_, *p)) == id) found = QString::fromUtf8(*p);
     jack_free(ports);
     return found;
 }
