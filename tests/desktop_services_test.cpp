@@ -43,7 +43,7 @@ TEST(DesktopServicesProgram, CtrlOInTheRealWindowAddsAProject) {
     };
     QString window;
     ASSERT_TRUE(waitUntil([&] { return !(window = find("^Gigmora$")).isEmpty(); }, 20000))
-        << "the window never showed";
+        << "the window never showed; Gigmora said: " << gigmora.readAll().toStdString();
     // A loaded machine can map the window before Qt takes keys, so a first Ctrl+O may fall
     // on nothing; a person would press it again.
     bool opened = false;

@@ -66,22 +66,6 @@ TEST_F(SessionManagerTest, ASilentDawIsEndedAndComesBack) {
     EXPECT_NE(silent.dawProcessId(), first);
 }
 
-// A killed DAW comes back at once with its song, and ends with Gigmora.
-TEST_F(SessionManagerTest, AKilledDawComesBackWithItsSong) {
-    SessionManager manager(daw({}));
-    QSignalSpy loaded(&manager, &SessionManager::loaded);
-    manager.open(session("Opener"));
-    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }));
-    const qint64 pid = manager.dawProcessId();
-    ::kill(pid_t(pid), SIGKILL);
-    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 2; }));
-    EXPECT_NE(manager.dawProcessId(), pid);
-    EXPECT_EQ(loaded.last()[0].toString(), session("Opener"));
-    const qint64 last = manager.dawProcessId();
-    manager.shutdown(2000);
-    EXPECT_NE(::kill(pid_t(last), 0), 0) << "ended with Gigmora";
-}
-
 // Whatever it opens, the DAW is given one client id, so its JACK name stays the same all night.
 // As soon as it announces itself it opens the song the stage is on; with none, or with a song
 // whose session is missing, a placeholder, so that it has something open and stays.

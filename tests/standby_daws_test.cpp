@@ -98,46 +98,6 @@ TEST_F(StandbyDawsTest, ADeadStandbyFallsBackToOneDaw) {
     EXPECT_EQ(daws.router().target(), 0) << "the one DAW loaded it itself";
 }
 
-// Deaths never leave one session open in both: the active instance, killed, comes back as the
-// standby with the song after the new current one, not the song it had; a standby killed while
-// its song is recalled comes back without it, since the other instance loaded it meanwhile.
-TEST_F(StandbyDawsTest, ADeathNeverOpensASessionInBoth) {
-    REQUIRE_JACK();
-    StandbyDaws daws(options());
-    daws.start();
-    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000));
-
-    // Its death seen, whether it is back already or not.
-    const qint64 first = daws.instance(0)->dawProcessId();
-    ASSERT_EQ(::kill(pid_t(first), SIGKILL), 0);
-    ASSERT_TRUE(waitUntil([&] { return daws.instance(0)->dawProcessId() != first; }));
-    daws.open(songs_[1]);
-    daws.setPlan({songs_, 1});
-    EXPECT_EQ(daws.active(), 1) << "the standby was up: swapped at once";
-    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Ballad", "Encore"); }, 10000))
-        << daws.stateText().toStdString();
-    EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[2]);
-
-    // Recalled the moment the stage says the standby is down: a stand-in comes back so fast
-    // that a later look could find it up again.
-    bool recalled = false;
-    QObject::connect(&daws, &StandbyDaws::stateChanged, &daws, [&] {
-        if (recalled || daws.status().standby != stage::Phase::Starting) return;
-        recalled = true;
-        daws.setPlan({songs_, 2});
-        daws.open(songs_[2]);
-    });
-    ASSERT_EQ(::kill(pid_t(daws.instance(0)->dawProcessId()), SIGKILL), 0);
-    ASSERT_TRUE(waitUntil([&] { return recalled; })) << daws.stateText().toStdString();
-    ASSERT_TRUE(waitUntil([&] { return daws.instance(1)->loadedPath() == songs_[2]; }, 10000))
-        << "the one DAW up loaded it itself";
-    ASSERT_TRUE(waitUntil([&] { return daws.instance(0)->isUp(); }, 10000));
-    ASSERT_TRUE(waitUntil([&] { return daws.status() == stage::playingLast("Encore"); }, 10000))
-        << daws.stateText().toStdString();
-    EXPECT_NE(daws.instance(0)->loadedPath().toStdString(), songs_[2].toStdString());
-    EXPECT_EQ(daws.router().target(), 1);
-}
-
 // A DAW the JACK server has shut out lives on without a port and would never be heard again:
 // it is ended and comes back with its song.
 TEST_F(StandbyDawsTest, ADawCutOffFromJackComesBack) {

@@ -177,9 +177,10 @@ TEST(StandbyPlan, WithoutAStandbyOneDawPlays) {
     play(w, kTwoUp);
     play(w, {{"down 1", "disarm"},
              {"says", "Opener playing · standby: Ardour stopped"},
-             {"open Encore", "open Encore in 0"},
-             {"has 1 Ballad", "unroute 1"},
+             {"open Ballad", "open Ballad in 0"},
+             {"has 1 Encore", "unroute 1"},
              {"cut 1", ""},
              {"wait 8000", "route 1 | again 1"}});
-    EXPECT_EQ(w.plan.status().standby, DawStatus::Phase::Loading);
+    EXPECT_EQ(w.plan.status().standby, DawStatus::Phase::Ready);
+    EXPECT_EQ(w.plan.songFor(1, w.f), "") << "a session is never open in both";
 }

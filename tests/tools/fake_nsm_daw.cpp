@@ -1,15 +1,14 @@
 // A stand-in DAW for the session manager's tests: an NSM client written with liblo that
 // announces itself at NSM_URL and answers each open after a delay, as a DAW loading a session
 // does. Options: --caps CAPS (":switch:" by default), --delay MS, --never-reply (never answers
-// an open), --fail-on TEXT (answers an open whose path holds TEXT with /error), --quit-after
-// MS (says why and exits with status 3 after MS, as a DAW giving up does), --jack (with the
-// first open, a JACK client named after the client id, with the main outputs "Master/audio_out
-// 1" and "2" that Ardour has, before it answers), --tone (those outputs play a constant: 0.5 for
-// the second instance's client id, "Gigmora Second DAW", else 0.25, so that a listener tells
-// the instances apart), --drop-jack
-// ID (the client of that id closes its JACK client half a second after its first open and lives
-// on without one, as a DAW the server has shut out does). Prints "OPEN
-// <path> <client id>" for every open it gets, so a test can read what it was asked.
+// an open), --quit-after MS (says why and exits with status 3 after MS, as a DAW giving up
+// does), --jack (with the first open, a JACK client named after the client id, with the main
+// outputs "Master/audio_out 1" and "2" that Ardour has, before it answers), --tone (those
+// outputs play a constant: 0.5 for the second instance's client id, "Gigmora Second DAW",
+// else 0.25, so that a listener tells the instances apart), --drop-jack ID (the client of that
+// id closes its JACK client half a second after its first open and lives on without one, as a
+// DAW the server has shut out does). Prints "OPEN <path> <client id>" for every open it gets,
+// so a test can read what it was asked.
 #include <jack/jack.h>
 #include <lo/lo.h>
 
@@ -29,7 +28,6 @@ struct State {
     lo_address nsm = nullptr;
     int delayMs = 50;
     bool neverReply = false;
-    std::string failOn;
     int quitAfterMs = -1;
     bool jack = false;
     bool tone = false;
@@ -73,11 +71,7 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
             jack_activate(s->client);
         }
     }
-    if (!s->failOn.empty() && path.find(s->failOn) != std::string::npos)
-        lo_send_from(s->nsm, s->server, kNow, "/error", "sis", "/nsm/client/open", -9,
-                     "The session is damaged");
-    else
-        lo_send_from(s->nsm, s->server, kNow, "/reply", "ss", "/nsm/client/open", "Loaded");
+    lo_send_from(s->nsm, s->server, kNow, "/reply", "ss", "/nsm/client/open", "Loaded");
     return 0;
 }
 
@@ -98,7 +92,6 @@ int main(int argc, char** argv) {
         if (!std::strcmp(argv[i], "--jack")) s.jack = true;
         if (!std::strcmp(argv[i], "--tone")) s.jack = s.tone = true;
         if (!std::strcmp(argv[i], "--drop-jack") && i + 1 < argc) s.dropJackOf = argv[++i];
-        if (!std::strcmp(argv[i], "--fail-on") && i + 1 < argc) s.failOn = argv[++i];
         if (!std::strcmp(argv[i], "--quit-after") && i + 1 < argc)
             s.quitAfterMs = std::atoi(argv[++i]);
     }
