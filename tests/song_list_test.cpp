@@ -7,6 +7,7 @@
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QLineEdit>
 #include <QPushButton>
@@ -197,14 +198,15 @@ TEST_F(SongList, EditsUndoAndRedoInOneStep) {
     EXPECT_EQ(songList()->numberOfRows(), 4);
 }
 
+// Every button and table of ours (Qt's own inner buttons aside) has a name a screen reader says.
 TEST_F(SongList, CommandsAndTablesHaveAccessibleNames) {
     launch();
-    QStringList names;
-    for (QWidget* w : app->window()->findChildren<QWidget*>())
-        names << w->accessibleName();
-    for (const char* n :
-         {"Setlists", "Setlist songs", "All songs", "Search titles", "Add Song…", "Delete Song",
-          "Delete All Songs…", "New Setlist", "Remove Setlist", "Remove from Setlist",
-          "Delete Song Everywhere", "Add Song to Setlist…", "Edit", "Perform", "Song Details"})
-        EXPECT_TRUE(names.contains(n)) << n;
+    int named = 0;
+    for (QWidget* w : app->window()->findChildren<QWidget*>()) {
+        const bool ours = !w->objectName().isEmpty() && !w->objectName().startsWith("qt_");
+        if (!ours || !(qobject_cast<QAbstractButton*>(w) || qobject_cast<TableView*>(w))) continue;
+        EXPECT_FALSE(w->accessibleName().isEmpty()) << w->objectName().toStdString();
+        ++named;
+    }
+    EXPECT_GE(named, 15);
 }
