@@ -14,7 +14,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <limits>
@@ -171,14 +170,8 @@ TEST_F(LibraryStore, PlainFileWhereTheFolderShouldBe) {
     EXPECT_EQ(readFile(storeFolder()), "not a folder");
 }
 
+// (app_lifecycle_test checks a quit that saves.)
 TEST_F(LibraryStore, QuitRuleWithItsInvertedButtons) {
-    {
-        LibraryStack stack(&alerts);
-        addSong(*stack.managedObjectContext(), "A", "/a.logicx", 1);
-        EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateNow);
-        EXPECT_TRUE(QFileInfo::exists(storePath())) << "saved on quit";
-        EXPECT_TRUE(alerts.shownAlerts.isEmpty());
-    }
     LibraryStack stack(&alerts);
     ObjectContext* c = stack.managedObjectContext();
     addSong(*c, "B", "/b.logicx", 2);

@@ -30,24 +30,45 @@ protected:
     QString kOne, kTwo, kThree;
 };
 
-TEST_F(StageLoop, ProgramChange127OnAnyChannelOpensTheNextSongAfterTheDelay) {
+// Program change 127 on any channel opens the next song after the delay, the last one again
+// (no wrap-around); Previous steps back at once, unless at the first row; Go to Project opens
+// the selected song, and with another DAW setting only closes.
+TEST_F(StageLoop, TriggersPreviousAndSelectedRecalls) {
     makeSetlist({kOne, kTwo, kThree});
     launch();
     selectSetlistRow(1);
     ASSERT_EQ(selectedSetlistRow(), 1);
-
     midi->send({0xC9, 0x7F}); // channel 10, while channel 1 is selected
     ASSERT_TRUE(waitForCloseCommands(1));
     EXPECT_TRUE(waitUntil([&] { return selectedSetlistRow() == 2; }));
     EXPECT_TRUE(openedFiles().isEmpty()) << "nothing opens before the DAW delay";
     ASSERT_TRUE(waitForOpened(1));
     EXPECT_EQ(openedFiles(), QStringList{kThree}) << "the path reaches the DAW untouched";
-    // The last song is closed and opened again: no wrap-around.
     midi->send({0xC0, 0x7F});
     ASSERT_TRUE(waitForCloseCommands(2));
     ASSERT_TRUE(waitForOpened(2));
     EXPECT_EQ(openedFiles().last(), kThree);
     EXPECT_EQ(selectedSetlistRow(), 2);
+
+    app->recall()->reverseMyScriptInController();
+    EXPECT_EQ(selectedSetlistRow(), 1) << "at once, not queued";
+    ASSERT_TRUE(waitForCloseCommands(3));
+    ASSERT_TRUE(waitForOpened(3));
+    EXPECT_EQ(openedFiles().last(), kTwo);
+    selectSetlistRow(0);
+    EXPECT_FALSE(app->recall()->reverseMyScriptInController());
+    ASSERT_TRUE(waitForOutput());
+    EXPECT_EQ(closeCommands(), 3u);
+
+    selectSetlistRow(2);
+    app->recall()->goToLogicProject();
+    ASSERT_TRUE(waitForOpened(4));
+    EXPECT_EQ(openedFiles().last(), kThree);
+    app->sharedPrefs()->prefsSelectedDAW = 2;
+    app->recall()->goToLogicProject();
+    ASSERT_TRUE(waitForCloseCommands(5));
+    ASSERT_TRUE(waitForMainQueue(dawDelay()));
+    EXPECT_EQ(openedFiles().size(), 4);
 }
 
 TEST_F(StageLoop, SysexTriggerAndTheHoldProgram) {
@@ -128,33 +149,6 @@ TEST_F(StageLoop, FloodOfProgramChangesStaysResponsiveAndAnswersTheLast) {
     EXPECT_GT(ticks, 0) << "the main thread kept turning during the flood";
     EXPECT_TRUE(waitUntil([&] { return selectedSetlistRow() == 1; }));
     EXPECT_EQ(closeCommands(), 1u);
-}
-
-TEST_F(StageLoop, PreviousAndSelectedRecalls) {
-    makeSetlist({kOne, kTwo, kThree});
-    launch();
-    selectSetlistRow(1);
-    app->recall()->reverseMyScriptInController();
-    EXPECT_EQ(selectedSetlistRow(), 0) << "at once, not queued";
-    ASSERT_TRUE(waitForCloseCommands(1));
-    ASSERT_TRUE(waitForOpened(1));
-    EXPECT_EQ(openedFiles(), QStringList{kOne});
-    // At the first row the step back is out of range: nothing is closed or opened.
-    EXPECT_FALSE(app->recall()->reverseMyScriptInController());
-    ASSERT_TRUE(waitForOutput());
-    EXPECT_EQ(closeCommands(), 1u);
-
-    selectSetlistRow(2);
-    app->recall()->goToLogicProject();
-    ASSERT_TRUE(waitForOpened(2));
-    EXPECT_EQ(openedFiles().last(), kThree);
-
-    // Another DAW setting: the close goes out, nothing opens.
-    app->sharedPrefs()->prefsSelectedDAW = 2;
-    app->recall()->goToLogicProject();
-    ASSERT_TRUE(waitForCloseCommands(3));
-    ASSERT_TRUE(waitForMainQueue(dawDelay()));
-    EXPECT_EQ(openedFiles().size(), 2);
 }
 
 // Several records of one project (the library's and a setlist's copy) share a number: the
