@@ -88,7 +88,6 @@ private:
 TEST(NsmServer, AnnounceThenOpenAndReply) {
     NsmServer server;
     ASSERT_TRUE(server.listen());
-    EXPECT_TRUE(server.url().startsWith("osc.udp://127.0.0.1:"));
     EXPECT_FALSE(server.open("/s/A", "A", "Gigmora.A")) << "no DAW yet";
     NsmClient newer(server.url());
     newer.announce(":switch:", 2);
