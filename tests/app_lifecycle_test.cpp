@@ -15,7 +15,6 @@
 #include "support/StageFixture.h"
 
 #include <QAction>
-#include <QCheckBox>
 #include <QDir>
 #include <QLineEdit>
 #include <QSignalSpy>

@@ -123,7 +123,6 @@ TEST_F(Settings, TheFileHoldsTheSixteenKeysWithTheirCoderTypes) {
         {"StorageForceSysEventsRequest", "flag false"},
     };
     Prefs prefs;
-    EXPECT_EQ(Prefs::dataFilePath(), path());
     RawRecord raw(readFile(path()));
     ASSERT_TRUE(raw.record);
     EXPECT_EQ(plist_dict_get_size(raw.record), 17u) << "sixteen keys and $class";

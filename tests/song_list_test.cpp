@@ -88,8 +88,8 @@ TEST_F(SongList, TypedNumbersOutsideTheRangeAreRefused) {
     EXPECT_EQ(number(s[0]), 1);
 }
 
-// A cancel with nothing remembered adds a song with no title and no path; of several chosen
-// items only the last is added; a later cancel adds the remembered one if it is gone.
+// A cancel with nothing remembered adds an empty song; of several chosen only the last is
+// added; a later cancel adds the remembered one if it is gone.
 TEST_F(SongList, AddingSongsByOpenPanel) {
     launch();
     QPushButton* add = app->window()->findChild<QPushButton*>("addSongButton");
@@ -114,8 +114,7 @@ TEST_F(SongList, AddingSongsByOpenPanel) {
     EXPECT_EQ(paths(context()), (QStringList{"", c}));
 }
 
-// Files from the file manager: projects only, in drop order, each path byte for byte (quotes,
-// $, non-Latin letters, a newline), many at once.
+// Dropped files: projects only, in drop order, each path byte for byte, many at once.
 TEST_F(SongList, DroppedFilesAddOnlyProjects) {
     launch();
     QStringList files, projects;
@@ -142,8 +141,7 @@ TEST_F(SongList, DroppedFilesAddOnlyProjects) {
     EXPECT_FALSE(dropFiles(songList(), {project("notes.txt", false)}, 0));
 }
 
-// Two records of one project are one row and go together; without a selected row nothing
-// goes; delete all asks first.
+// Two records of a project are one row and go together; delete all asks first.
 TEST_F(SongList, DeletingSongs) {
     const auto s = addSongs({"A.logicx", "B.logicx"});
     addSong(context(), "A copy", s[0]->stringValue("path"), 1);

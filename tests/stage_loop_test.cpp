@@ -30,9 +30,8 @@ protected:
     QString kOne, kTwo, kThree;
 };
 
-// Program change 127 on any channel opens the next song after the delay, the last one again
-// (no wrap-around); Previous steps back at once, unless at the first row; Go to Project opens
-// the selected song, and with another DAW setting only closes.
+// 127 on any channel opens the next song after the delay (the last again: no wrap-around);
+// Previous steps back at once; with another DAW setting, Go to Project only closes.
 TEST_F(StageLoop, TriggersPreviousAndSelectedRecalls) {
     makeSetlist({kOne, kTwo, kThree});
     launch();
@@ -94,9 +93,8 @@ TEST_F(StageLoop, SysexTriggerAndTheHoldProgram) {
         << "the capture is disarmed to the channel";
 }
 
-// Two triggers inside the DAW delay: both close commands go out, the first opening takes the
-// latest song and the second finds "blank", which is refused. A project moved away since it
-// was added launches nothing either, and a song that is not a project sends nothing at all.
+// Two triggers inside the DAW delay: two closes, one opening (the second finds "blank"). A
+// project moved away opens nothing; a song that is not a project sends nothing at all.
 TEST_F(StageLoop, DoubleTapOpensOneProjectAndAMissingProjectNothing) {
     makeSetlist({kOne, kTwo, kThree, project("notes.txt")});
     launch();
@@ -151,8 +149,7 @@ TEST_F(StageLoop, FloodOfProgramChangesStaysResponsiveAndAnswersTheLast) {
     EXPECT_EQ(closeCommands(), 1u);
 }
 
-// Several records of one project (the library's and a setlist's copy) share a number: the
-// list shows the library record, and the project is asked for, closed and opened once.
+// Several records of one project share a number: the project is closed and opened once.
 TEST_F(StageLoop, ByNumberWithSeveralRecordsOfOnePathOpensOnce) {
     makeSetlist({kOne, kTwo});
     ManagedObject* copy = addSong(*app->managedObjectContext(), "Two (copy)", kTwo, 2);
@@ -172,8 +169,7 @@ TEST_F(StageLoop, ByNumberWithSeveralRecordsOfOnePathOpensOnce) {
     EXPECT_EQ(requests.size(), 1);
 }
 
-// With no song selected (by number, or a trigger), or with an empty setlist, the selection at
-// most moves and the program change is announced: nothing is closed or opened.
+// No song selected, or an empty setlist: the change is announced, nothing closed or opened.
 TEST_F(StageLoop, NothingSelectedOrAnEmptySetlistRecallsNothing) {
     makeSetlist({kOne, kTwo});
     launch();

@@ -1,12 +1,8 @@
-#include "app/MainWindow.h"
-#include "app/SongDetailsView.h"
 #include "app/tables/AllSongsTableView.h"
 #include "app/tables/MidiMessageTableVIew.h"
 #include "app/tables/SetlistTableView.h"
 #include "app/tables/TopListOfSetlistsTableView.h"
 #include "library/ArrayController.h"
-#include "library/ManagedObject.h"
-#include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
 #include "platform/NotificationCenter.h"
 #include "support/EditFixture.h"
@@ -15,7 +11,6 @@
 
 #include <QAbstractButton>
 #include <QDrag>
-#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QPropertyAnimation>
 #include <QTest>
@@ -33,8 +28,7 @@ QColor over(const QColor& top, const QColor& bottom) {
 ::testing::AssertionResult near(QColor got, QColor want) {
     const int d = std::max({std::abs(got.red() - want.red()), std::abs(got.green() - want.green()),
                             std::abs(got.blue() - want.blue())});
-    if (d <= 2) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure()
+    return (d <= 2 ? ::testing::AssertionSuccess() : ::testing::AssertionFailure())
            << "got " << got.name().toStdString() << ", want " << want.name().toStdString();
 }
 } // namespace
