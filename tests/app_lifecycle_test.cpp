@@ -13,12 +13,9 @@
 #include "settings/Prefs.h"
 #include "support/LibraryHelpers.h"
 #include "support/StageFixture.h"
-#include "support/TempHome.h"
 
 #include <QAction>
-#include <QCheckBox>
 #include <QDir>
-#include <QFileInfo>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <jack/metadata.h>
@@ -28,16 +25,26 @@ using namespace helpers;
 
 class AppLifecycle : public StageFixture {};
 
-TEST_F(AppLifecycle, FirstLaunchWithAnEmptyStore) {
+// The first launch makes a setlist; its name typed and not confirmed yet is committed and
+// saved by a quitting signal.
+TEST_F(AppLifecycle, FirstLaunchAndAnOpenEditSavedOnQuit) {
     launch();
     const auto setlists = app->managedObjectContext()->executeFetchRequest({"Setlist", {}, {}, 0});
     ASSERT_EQ(setlists.size(), 1);
     EXPECT_EQ(setlists[0]->stringValue("name"), "new Setlist");
     EXPECT_TRUE(app->filter()->filteredArray.isEmpty());
     EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), -1);
-    EXPECT_TRUE(QFileInfo::exists(TempHome::dataHome() + "/Gigmora/Gigmora.gigmoraprefs"));
-    EXPECT_TRUE(app->window()->activeButton()->isChecked()) << "active by default";
     EXPECT_FALSE(midi->portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty());
+
+    TableView* table = app->window()->editView()->topListOfSetlistsTableView();
+    table->edit(table->model()->index(0, 0));
+    auto* editor = table->findChild<QLineEdit*>();
+    ASSERT_TRUE(editor);
+    editor->setText("Saturday Night");
+    QSignalSpy quit(app.get(), &AppDelegate::quitRequested);
+    app->quitFromSignal();
+    EXPECT_EQ(quit.count(), 1);
+    EXPECT_TRUE(readFile(storePath()).contains("Saturday Night"));
 }
 
 TEST_F(AppLifecycle, TerminationSavesThenDropsPathlessSongsFromMemoryOnly) {
@@ -92,20 +99,6 @@ TEST_F(AppLifecycle, ABrokenStoreIsReportedOnceAtLaunch) {
     EXPECT_EQ(readFile(storePath()), "not a store");
 }
 
-// A setlist name typed and not confirmed yet is committed and saved by a quitting signal.
-TEST_F(AppLifecycle, AnOpenEditIsSavedOnQuit) {
-    launch();
-    TableView* setlists = app->window()->editView()->topListOfSetlistsTableView();
-    setlists->edit(setlists->model()->index(0, 0));
-    auto* editor = setlists->findChild<QLineEdit*>();
-    ASSERT_TRUE(editor);
-    editor->setText("Saturday Night");
-    QSignalSpy quit(app.get(), &AppDelegate::quitRequested);
-    app->quitFromSignal();
-    EXPECT_EQ(quit.count(), 1);
-    EXPECT_TRUE(readFile(storePath()).contains("Saturday Night"));
-}
-
 TEST_F(AppLifecycle, WindowQuitFollowsTheSaveRule) {
     launch();
     addSong(*app->managedObjectContext(), "Unsaved", "/u.logicx", 3);
@@ -128,8 +121,6 @@ TEST_F(AppLifecycle, DeviceAlertsShowOnceUntilTheInputDeviceChanges) {
     app->controllerMidiDeviceChangeAlert();
     app->controllerMidiDeviceInitialSetAlert();
     ASSERT_EQ(alerts.shownAlerts.size(), 1);
-    EXPECT_EQ(alerts.shownAlerts[0].informativeText,
-              "The Selected Midi Device:\n'Selected Device'\nhas been removed");
 
     app->sharedPrefs()->prefsCreateVirtualPort = true; // off, the action ends before re-arming
     app->midiSpacebarTriggerDevicePopUpAction();
@@ -146,7 +137,6 @@ TEST_F(AppLifecycle, DeviceAlertsShowOnceUntilTheInputDeviceChanges) {
     app->controllerMidiDeviceInitialSetAlert();
     app->controllerMidiDeviceChangeAlert();
     ASSERT_EQ(alerts.shownAlerts.size(), 2);
-    EXPECT_EQ(alerts.shownAlerts[1].messageText, "Midi Settings");
     app->setMidiDeviceAlert(false);
     app->controllerMidiDeviceChangeAlert();
     EXPECT_EQ(alerts.shownAlerts.last().informativeText,

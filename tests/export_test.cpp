@@ -165,29 +165,6 @@ TEST(PdfExport, FortySongsInOrderOverPagesThatEachNameTheSetlist) {
     EXPECT_FALSE(each[3].contains("Sommerfest")) << "no setlist shares a page";
 }
 
-// Up to twenty songs stay at 28 pt or more: titles that need two lines take more pages rather
-// than smaller type, and none is cut short.
-TEST(PdfExport, UpToTwentySongsOnA4StayAtLeast28Points) {
-    makeLibrary([](ObjectContext& c) {
-        auto* wordy = addSetlist(c, "Wordy");
-        for (int i = 1; i <= 20; ++i)
-            wordy->mutableOrderedSetValueForKey("song").addObject(addSong(
-                c, QString("Wordy song %1 with a title that no line holds in large type").arg(i),
-                QString("/w%1").arg(i), i));
-    });
-    ASSERT_EQ(runExport({"--pdf", pdfPath(), "--setlist", "Wordy"}).code, 0);
-    int songs = 0;
-    for (const pdf::Run& run : pdf::runs(pdfPath())) {
-        if (!run.text.contains(" song ")) continue;
-        EXPECT_GE(run.points, 28) << run.text.toStdString();
-        ++songs;
-    }
-    EXPECT_EQ(songs, 20);
-    const QStringList pages = pdf::pageTexts(pdfPath());
-    EXPECT_EQ(pages.size(), 2);
-    EXPECT_FALSE(pages.join("").contains(QChar(0x2026)));
-}
-
 TEST(PdfExport, FailuresLeaveNoFileBehind) {
     makeFestival();
     const QString out = QFileInfo(pdfPath()).path();

@@ -95,9 +95,8 @@ TEST(JackReconnect, LateServerBringsThePortsUp) {
     EXPECT_TRUE(waitUntil([&] { return g.host.checks > 0; }));
 }
 
-// Connections of Gigmora's ports survive a rebuild of the ports and a restart of the server
-// (once the peer is back), after which the endpoints are there once, under their unique IDs,
-// and work both ways; a connection someone undoes stays undone.
+// Connections survive a rebuild of the ports and a restart of the server (the endpoints then
+// there once, under their IDs, working both ways); a connection someone undoes stays undone.
 TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     REQUIRE_JACK();
     PrivateServer server("routes");

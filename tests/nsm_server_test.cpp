@@ -3,7 +3,6 @@
 #include "support/LogCapture.h"
 
 #include <QSignalSpy>
-#include <QUdpSocket>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <lo/lo.h>
@@ -43,7 +42,6 @@ public:
     void error(const char* path, int code, const char* message) {
         lo_send_from(nsm_, server_, kNow, "/error", "sis", path, code, message);
     }
-    void emptyAnnounce() { lo_send_from(nsm_, server_, kNow, "/nsm/server/announce", ""); }
     // Runs both event loops until a message with `path` arrives.
     std::optional<Received> waitFor(const std::string& path, int timeoutMs = 3000) {
         std::optional<Received> found;
@@ -90,7 +88,6 @@ private:
 TEST(NsmServer, AnnounceThenOpenAndReply) {
     NsmServer server;
     ASSERT_TRUE(server.listen());
-    EXPECT_TRUE(server.url().startsWith("osc.udp://127.0.0.1:"));
     EXPECT_FALSE(server.open("/s/A", "A", "Gigmora.A")) << "no DAW yet";
     NsmClient newer(server.url());
     newer.announce(":switch:", 2);
@@ -132,10 +129,9 @@ TEST(NsmServer, AnnounceThenOpenAndReply) {
     EXPECT_TRUE(daw.waitFor("/nsm/client/save"));
 }
 
-// Hostile traffic on the port (garbage, truncated packets, bundles, replies from a program that
-// never announced itself) never reaches Gigmora, and each kind is logged once. The DAW here
-// cannot switch sessions, and is still heard.
-TEST(NsmServer, HostileTrafficIsIgnored) {
+// Replies from a program that never announced itself never reach Gigmora (garbage datagrams
+// are the OSC fuzzer's); the DAW that announced, which cannot switch sessions, is still heard.
+TEST(NsmServer, OnlyTheDawThatAnnouncedIsHeard) {
     LogCapture log;
     NsmServer server;
     ASSERT_TRUE(server.listen());
@@ -145,26 +141,14 @@ TEST(NsmServer, HostileTrafficIsIgnored) {
     EXPECT_FALSE(server.canSwitch());
     QSignalSpy replied(&server, &NsmServer::replied);
     QSignalSpy failed(&server, &NsmServer::failed);
-
-    QUdpSocket attacker;
-    for (int round = 0; round < 3; ++round)
-        for (const QByteArray& p :
-             {QByteArray("garbage"), QByteArray(3, '\0'),
-              QByteArray("/reply\0\0,ss\0", 12), // arguments missing
-              QByteArray("#bundle\0", 8) + QByteArray(8, '\x01'), QByteArray(2000, 'A')})
-            attacker.writeDatagram(p, QHostAddress::LocalHost, server.port());
     NsmClient stranger(server.url());
     stranger.reply("/nsm/client/open", "Loaded");
     stranger.error("/nsm/client/open", -1, "no");
-    stranger.emptyAnnounce(); // refused and logged too, after all of the above
-    ASSERT_TRUE(waitUntil([&] { return log.contains("an announce without its name"); }));
-    EXPECT_TRUE(server.hasClient()) << "the DAW is still the client";
-    EXPECT_EQ(replied.size() + failed.size(), 0);
-    EXPECT_EQ(log.count("not an OSC message"), 1) << "once, however many";
-    EXPECT_TRUE(log.contains("did not announce itself"));
+    ASSERT_TRUE(waitUntil([&] { return log.contains("did not announce itself"); }));
 
     ASSERT_TRUE(server.open("/s/B", "B", "Gigmora.B"));
     ASSERT_TRUE(daw.waitFor("/nsm/client/open"));
     daw.reply("/nsm/client/open", "Loaded");
     EXPECT_TRUE(waitUntil([&] { return replied.size() == 1; }));
+    EXPECT_EQ(failed.size(), 0);
 }

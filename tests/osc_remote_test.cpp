@@ -9,7 +9,6 @@
 #include "support/LogCapture.h"
 
 #include <QSignalSpy>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <lo/lo.h>
 
@@ -73,7 +72,8 @@ TEST(OscRemote, MessagesAndFeedback) {
     EXPECT_TRUE(surface.heard("/gigmora/current", "Opener"));
     ASSERT_TRUE(waitUntil([&] { return next.size() == 1; }));
     surface.send("/gigmora/previous");
-    surface.song(3.0f); // TouchOSC sends floats
+    surface.song(500.0f); // out of range, ignored
+    surface.song(3.0f);   // TouchOSC sends floats
     ASSERT_TRUE(waitUntil([&] { return song.size() == 1; }));
     EXPECT_EQ(previous.size(), 1);
     EXPECT_EQ(song[0][0].toInt(), 3);
@@ -89,34 +89,20 @@ TEST(OscRemote, MessagesAndFeedback) {
     EXPECT_TRUE(surface.heard("/gigmora/daw", "loaded|Ballad||0||loading|Encore"));
 }
 
-// Senders that are not allowed and wrong arguments change nothing (garbage datagrams are the
-// OSC fuzzer's); made-up paths by the hundred are said only so many times.
-TEST(OscRemote, OnlyAllowedWellFormedMessagesCount) {
+// A sender that is not allowed changes nothing and is logged once (garbage datagrams are the
+// OSC fuzzer's).
+TEST(OscRemote, SendersNotAllowedAreIgnored) {
     LogCapture log;
     OscRemote remote;
     ASSERT_TRUE(remote.listen(0, {"192.0.2.7"})); // loopback not allowed
     QSignalSpy next(&remote, &OscRemote::nextRequested);
-    Surface(remote.port()).send("/gigmora/next");
+    Surface surface(remote.port());
+    surface.send("/gigmora/next");
+    surface.send("/gigmora/next");
     ASSERT_TRUE(waitUntil([&] { return log.contains("a sender that is not allowed"); }));
+    processEvents();
     EXPECT_EQ(next.size(), 0);
-
-    OscRemote open;
-    ASSERT_TRUE(open.listen(0, {"127.0.0.1"}));
-    QSignalSpy song(&open, &OscRemote::songRequested);
-    Surface surface(open.port());
-    surface.song(500.0f);
-    surface.song(7.0f);
-    ASSERT_TRUE(waitUntil([&] { return song.size() == 1; }));
-    EXPECT_EQ(song[0][0].toInt(), 7);
-    const qsizetype before = log.count("ignored");
-    for (int i = 0; i < 200; ++i) {
-        surface.send(QByteArray("/made/up/" + QByteArray::number(i)).constData());
-        if (i % 20 == 0) processEvents(); // within the socket's buffer
-    }
-    surface.song(8.0f);
-    ASSERT_TRUE(waitUntil([&] { return song.size() == 2; }));
-    EXPECT_LE(log.count("ignored") - before, 64);
-    EXPECT_EQ(log.count("no more are logged"), 1);
+    EXPECT_EQ(log.count("a sender that is not allowed"), 1);
 }
 
 // Through the application: Gigmora.conf turns the surface on, and "/gigmora/next" runs the

@@ -75,14 +75,9 @@ TEST_F(Package, ControlDataAndFiles) {
     for (const char* path :
          {"./usr/bin/gigmora", "./usr/share/applications/io.github.gigmora.Gigmora.desktop",
           "./usr/share/icons/hicolor/scalable/apps/io.github.gigmora.Gigmora.svg",
-          "./usr/share/metainfo/io.github.gigmora.Gigmora.metainfo.xml",
-          "./usr/share/man/man1/gigmora.1.gz", "./usr/share/doc/gigmora/copyright",
-          "./usr/share/doc/gigmora/changelog.gz"})
+          "./usr/share/metainfo/io.github.gigmora.Gigmora.metainfo.xml"})
         EXPECT_TRUE(contents.out.contains(path)) << path;
-    const Ran kind = run("file", {gigmora()});
-    EXPECT_TRUE(kind.out.contains("stripped") && !kind.out.contains("not stripped"))
-        << kind.out.toStdString();
-
+    // Lintian also wants the binary stripped, the manual page, copyright and changelog.
     const Ran lintian = run("lintian", {"--fail-on", "error,warning", GIGMORA_DEB}, 300000);
     EXPECT_EQ(lintian.code, 0) << lintian.out.toStdString() << lintian.err.toStdString();
 }

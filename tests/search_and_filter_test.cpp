@@ -100,11 +100,7 @@ TEST_F(SearchAndFilter, ArrayControllersFollowSelectionAndRelationships) {
     auto* added = setlists.add();
     EXPECT_EQ(setlists.selectedObjects(), L{added}) << "inserted objects are selected";
     EXPECT_TRUE(added->value("dateCreated").isValid());
+    // (setlist_dragdrop_test removes rows and setlists through the window.)
     setlists.setSelectionIndex(setlists.arrangedObjects().indexOf(gig));
-    current.removeObjectAtArrangedObjectIndex(0);
-    EXPECT_FALSE(s2->isDeleted()) << "a setlist row leaves the setlist, not the library";
-    EXPECT_EQ(current.arrangedObjects(), L{s1});
-    setlists.removeObject(gig);
-    EXPECT_TRUE(s1->isDeleted());
     EXPECT_FALSE(current.removeObjectAtArrangedObjectIndex(5));
 }

@@ -80,9 +80,8 @@ TEST_F(SetlistDragDrop, ReorderingMovesToRMinusCOrR) {
     EXPECT_EQ(setlistTable()->selectedRow(), 0);
 }
 
-// Songs dragged from the song list (rows past its end left out) above row 0: new records, in
-// reverse order, with copies of their MIDI messages. Onto a setlist's name: accepted, nothing
-// changes. Back onto the song list, from it or from a setlist: refused.
+// Songs from the song list: new records in reverse order, with copies of their messages; onto a
+// setlist's name accepted and nothing changes; back onto the song list refused.
 TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     gig({"S1.logicx"});
     const auto extra = addSongs({"A.logicx", "B.logicx"});
@@ -115,10 +114,8 @@ TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     EXPECT_FALSE(drag(setlistTable(), songList(), *back, 0, DropOperation::Above));
 }
 
-// Project files dropped into a setlist, by real drop events: above a row (a row's top edge
-// or the one above's bottom edge, or below the last), projects already in the library are only
-// selected (and saved); a new one joins the library unnumbered and not the setlist; onto the
-// middle of a row, refused.
+// Project files dropped by real drop events above a row or below the last: known ones are only
+// selected (and saved), a new one joins the library unnumbered; onto a row's middle, refused.
 TEST_F(SetlistDragDrop, ProjectFilesIntoASetlist) {
     const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
     const QStringList known{songs[0]->stringValue("path"), songs[1]->stringValue("path")};

@@ -7,6 +7,7 @@
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QLineEdit>
 #include <QPushButton>
@@ -87,8 +88,8 @@ TEST_F(SongList, TypedNumbersOutsideTheRangeAreRefused) {
     EXPECT_EQ(number(s[0]), 1);
 }
 
-// A cancel with nothing remembered adds a song with no title and no path; of several chosen
-// items only the last is added; a later cancel adds the remembered one if it is gone.
+// A cancel with nothing remembered adds an empty song; of several chosen only the last is
+// added; a later cancel adds the remembered one if it is gone.
 TEST_F(SongList, AddingSongsByOpenPanel) {
     launch();
     QPushButton* add = app->window()->findChild<QPushButton*>("addSongButton");
@@ -113,8 +114,7 @@ TEST_F(SongList, AddingSongsByOpenPanel) {
     EXPECT_EQ(paths(context()), (QStringList{"", c}));
 }
 
-// Files from the file manager: projects only, in drop order, each path byte for byte (quotes,
-// $, non-Latin letters, a newline), many at once.
+// Dropped files: projects only, in drop order, each path byte for byte, many at once.
 TEST_F(SongList, DroppedFilesAddOnlyProjects) {
     launch();
     QStringList files, projects;
@@ -141,8 +141,7 @@ TEST_F(SongList, DroppedFilesAddOnlyProjects) {
     EXPECT_FALSE(dropFiles(songList(), {project("notes.txt", false)}, 0));
 }
 
-// Two records of one project are one row and go together; without a selected row nothing
-// goes; delete all asks first.
+// Two records of a project are one row and go together; delete all asks first.
 TEST_F(SongList, DeletingSongs) {
     const auto s = addSongs({"A.logicx", "B.logicx"});
     addSong(context(), "A copy", s[0]->stringValue("path"), 1);
@@ -197,14 +196,15 @@ TEST_F(SongList, EditsUndoAndRedoInOneStep) {
     EXPECT_EQ(songList()->numberOfRows(), 4);
 }
 
+// Every button and table of ours (Qt's own inner buttons aside) has a name a screen reader says.
 TEST_F(SongList, CommandsAndTablesHaveAccessibleNames) {
     launch();
-    QStringList names;
-    for (QWidget* w : app->window()->findChildren<QWidget*>())
-        names << w->accessibleName();
-    for (const char* n :
-         {"Setlists", "Setlist songs", "All songs", "Search titles", "Add Song…", "Delete Song",
-          "Delete All Songs…", "New Setlist", "Remove Setlist", "Remove from Setlist",
-          "Delete Song Everywhere", "Add Song to Setlist…", "Edit", "Perform", "Song Details"})
-        EXPECT_TRUE(names.contains(n)) << n;
+    int named = 0;
+    for (QWidget* w : app->window()->findChildren<QWidget*>()) {
+        const bool ours = !w->objectName().isEmpty() && !w->objectName().startsWith("qt_");
+        if (!ours || !(qobject_cast<QAbstractButton*>(w) || qobject_cast<TableView*>(w))) continue;
+        EXPECT_FALSE(w->accessibleName().isEmpty()) << w->objectName().toStdString();
+        ++named;
+    }
+    EXPECT_GE(named, 15);
 }

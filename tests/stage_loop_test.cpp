@@ -30,24 +30,44 @@ protected:
     QString kOne, kTwo, kThree;
 };
 
-TEST_F(StageLoop, ProgramChange127OnAnyChannelOpensTheNextSongAfterTheDelay) {
+// 127 on any channel opens the next song after the delay (the last again: no wrap-around);
+// Previous steps back at once; with another DAW setting, Go to Project only closes.
+TEST_F(StageLoop, TriggersPreviousAndSelectedRecalls) {
     makeSetlist({kOne, kTwo, kThree});
     launch();
     selectSetlistRow(1);
     ASSERT_EQ(selectedSetlistRow(), 1);
-
     midi->send({0xC9, 0x7F}); // channel 10, while channel 1 is selected
     ASSERT_TRUE(waitForCloseCommands(1));
     EXPECT_TRUE(waitUntil([&] { return selectedSetlistRow() == 2; }));
     EXPECT_TRUE(openedFiles().isEmpty()) << "nothing opens before the DAW delay";
     ASSERT_TRUE(waitForOpened(1));
     EXPECT_EQ(openedFiles(), QStringList{kThree}) << "the path reaches the DAW untouched";
-    // The last song is closed and opened again: no wrap-around.
     midi->send({0xC0, 0x7F});
     ASSERT_TRUE(waitForCloseCommands(2));
     ASSERT_TRUE(waitForOpened(2));
     EXPECT_EQ(openedFiles().last(), kThree);
     EXPECT_EQ(selectedSetlistRow(), 2);
+
+    app->recall()->reverseMyScriptInController();
+    EXPECT_EQ(selectedSetlistRow(), 1) << "at once, not queued";
+    ASSERT_TRUE(waitForCloseCommands(3));
+    ASSERT_TRUE(waitForOpened(3));
+    EXPECT_EQ(openedFiles().last(), kTwo);
+    selectSetlistRow(0);
+    EXPECT_FALSE(app->recall()->reverseMyScriptInController());
+    ASSERT_TRUE(waitForOutput());
+    EXPECT_EQ(closeCommands(), 3u);
+
+    selectSetlistRow(2);
+    app->recall()->goToLogicProject();
+    ASSERT_TRUE(waitForOpened(4));
+    EXPECT_EQ(openedFiles().last(), kThree);
+    app->sharedPrefs()->prefsSelectedDAW = 2;
+    app->recall()->goToLogicProject();
+    ASSERT_TRUE(waitForCloseCommands(5));
+    ASSERT_TRUE(waitForMainQueue(dawDelay()));
+    EXPECT_EQ(openedFiles().size(), 4);
 }
 
 TEST_F(StageLoop, SysexTriggerAndTheHoldProgram) {
@@ -73,9 +93,8 @@ TEST_F(StageLoop, SysexTriggerAndTheHoldProgram) {
         << "the capture is disarmed to the channel";
 }
 
-// Two triggers inside the DAW delay: both close commands go out, the first opening takes the
-// latest song and the second finds "blank", which is refused. A project moved away since it
-// was added launches nothing either, and a song that is not a project sends nothing at all.
+// Two triggers inside the DAW delay: two closes, one opening (the second finds "blank"). A
+// project moved away opens nothing; a song that is not a project sends nothing at all.
 TEST_F(StageLoop, DoubleTapOpensOneProjectAndAMissingProjectNothing) {
     makeSetlist({kOne, kTwo, kThree, project("notes.txt")});
     launch();
@@ -130,35 +149,7 @@ TEST_F(StageLoop, FloodOfProgramChangesStaysResponsiveAndAnswersTheLast) {
     EXPECT_EQ(closeCommands(), 1u);
 }
 
-TEST_F(StageLoop, PreviousAndSelectedRecalls) {
-    makeSetlist({kOne, kTwo, kThree});
-    launch();
-    selectSetlistRow(1);
-    app->recall()->reverseMyScriptInController();
-    EXPECT_EQ(selectedSetlistRow(), 0) << "at once, not queued";
-    ASSERT_TRUE(waitForCloseCommands(1));
-    ASSERT_TRUE(waitForOpened(1));
-    EXPECT_EQ(openedFiles(), QStringList{kOne});
-    // At the first row the step back is out of range: nothing is closed or opened.
-    EXPECT_FALSE(app->recall()->reverseMyScriptInController());
-    ASSERT_TRUE(waitForOutput());
-    EXPECT_EQ(closeCommands(), 1u);
-
-    selectSetlistRow(2);
-    app->recall()->goToLogicProject();
-    ASSERT_TRUE(waitForOpened(2));
-    EXPECT_EQ(openedFiles().last(), kThree);
-
-    // Another DAW setting: the close goes out, nothing opens.
-    app->sharedPrefs()->prefsSelectedDAW = 2;
-    app->recall()->goToLogicProject();
-    ASSERT_TRUE(waitForCloseCommands(3));
-    ASSERT_TRUE(waitForMainQueue(dawDelay()));
-    EXPECT_EQ(openedFiles().size(), 2);
-}
-
-// Several records of one project (the library's and a setlist's copy) share a number: the
-// list shows the library record, and the project is asked for, closed and opened once.
+// Several records of one project share a number: the project is closed and opened once.
 TEST_F(StageLoop, ByNumberWithSeveralRecordsOfOnePathOpensOnce) {
     makeSetlist({kOne, kTwo});
     ManagedObject* copy = addSong(*app->managedObjectContext(), "Two (copy)", kTwo, 2);
@@ -178,8 +169,7 @@ TEST_F(StageLoop, ByNumberWithSeveralRecordsOfOnePathOpensOnce) {
     EXPECT_EQ(requests.size(), 1);
 }
 
-// With no song selected (by number, or a trigger), or with an empty setlist, the selection at
-// most moves and the program change is announced: nothing is closed or opened.
+// No song selected, or an empty setlist: the change is announced, nothing closed or opened.
 TEST_F(StageLoop, NothingSelectedOrAnEmptySetlistRecallsNothing) {
     makeSetlist({kOne, kTwo});
     launch();

@@ -35,10 +35,6 @@ void EditFixture::launch() {
     processEvents();
 }
 
-ObjectContext& EditFixture::context() {
-    return *app->managedObjectContext();
-}
-
 QString EditFixture::project(const QString& name, bool folder) {
     const QString path = TempHome::home() + "/music/" + name;
     if (folder)
@@ -66,16 +62,6 @@ QList<ManagedObject*> EditFixture::setlistSongs() {
     return s ? s->orderedObjects("song") : QList<ManagedObject*>();
 }
 
-TableView* EditFixture::songList() {
-    return app->window()->editView()->allSongsTableView();
-}
-TableView* EditFixture::setlistTable() {
-    return app->window()->editView()->setlistTableView();
-}
-TableView* EditFixture::setlistsTable() {
-    return app->window()->editView()->topListOfSetlistsTableView();
-}
-
 QPoint EditFixture::rowPoint(TableView* table, qsizetype row, double fraction) {
     if (row >= table->numberOfRows()) {
         const qsizetype last = table->numberOfRows() - 1;
@@ -84,10 +70,6 @@ QPoint EditFixture::rowPoint(TableView* table, qsizetype row, double fraction) {
     }
     const QRect r = table->rectOfRow(row);
     return {30, r.top() + int(r.height() * fraction)};
-}
-
-bool EditFixture::dropFiles(TableView* table, const QStringList& files, qsizetype row, bool onRow) {
-    return dropFilesAt(table, files, rowPoint(table, row, onRow ? 0.5 : 0.1));
 }
 
 bool EditFixture::dropFilesAt(TableView* table, const QStringList& files, QPoint at) {
@@ -105,8 +87,4 @@ bool EditFixture::dropFilesAt(TableView* table, const QStringList& files, QPoint
     QApplication::sendEvent(table->viewport(), &drop);
     processEvents();
     return drop.isAccepted();
-}
-
-qint64 EditFixture::number(ManagedObject* song) {
-    return song->integerValue("midiIn");
 }

@@ -5,6 +5,8 @@
 #include "app/MainWindow.h"
 #include "app/PerformanceView.h"
 #include "app/SongDetailsView.h"
+#include "library/ManagedObject.h"
+#include "library/ObjectContext.h"
 #include "platform/SegmentedControl.h"
 #include "platform/TableView.h"
 #include "support/ScriptedAlerts.h"
@@ -15,10 +17,6 @@
 #include <gtest/gtest.h>
 #include <memory>
 
-class ManagedObject;
-class ObjectContext;
-class TableView;
-
 // The whole application without MIDI on a fresh temporary home, its window shown, with
 // scripted alerts and open panels: the edit screen as a person uses it.
 class EditFixture : public ::testing::Test {
@@ -27,21 +25,23 @@ protected:
     void TearDown() override;
     void launch();
 
-    ObjectContext& context();
+    ObjectContext& context() { return *app->managedObjectContext(); }
     // A project folder (or, with `folder` false, a plain file) under the temporary home.
     static QString project(const QString& name, bool folder = true);
     // Library songs, numbered from 1 in this order.
     QList<ManagedObject*> addSongs(const QStringList& names);
     ManagedObject* currentSetlist();
     QList<ManagedObject*> setlistSongs();
-    TableView* songList();
-    TableView* setlistTable();
-    TableView* setlistsTable();
+    TableView* songList() { return app->window()->editView()->allSongsTableView(); }
+    TableView* setlistTable() { return app->window()->editView()->setlistTableView(); }
+    TableView* setlistsTable() { return app->window()->editView()->topListOfSetlistsTableView(); }
     // Real drag events as a file manager's drop arrives: enter, move, drop.
-    bool dropFiles(TableView* table, const QStringList& files, qsizetype row, bool onRow = false);
+    bool dropFiles(TableView* table, const QStringList& files, qsizetype row, bool onRow = false) {
+        return dropFilesAt(table, files, rowPoint(table, row, onRow ? 0.5 : 0.1));
+    }
     bool dropFilesAt(TableView* table, const QStringList& files, QPoint at);
     QPoint rowPoint(TableView* table, qsizetype row, double fraction = 0.5);
-    qint64 number(ManagedObject* song);
+    static qint64 number(ManagedObject* song) { return song->integerValue("midiIn"); }
 
     ScriptedAlerts alerts;
     ScriptedOpenPanel panel;

@@ -59,14 +59,11 @@ bool HeadlessChromium::start() {
         error_ = "Chromium's DevTools socket did not open: " + socket_.errorString();
         return false;
     }
-    const QJsonObject target =
-        call("Target.createTarget", {{"url", "about:blank"}}, false).value("result").toObject();
-    const QJsonObject attached =
-        call("Target.attachToTarget", {{"targetId", target.value("targetId")}, {"flatten", true}},
-             false)
-            .value("result")
-            .toObject();
-    session_ = attached.value("sessionId").toString();
+    const QJsonValue target =
+        call("Target.createTarget", {{"url", "about:blank"}}, false)[u"result"][u"targetId"];
+    session_ = call("Target.attachToTarget", {{"targetId", target}, {"flatten", true}},
+                    false)[u"result"][u"sessionId"]
+                   .toString();
     if (session_.isEmpty()) {
         error_ = "Chromium gave no tab to drive";
         return false;
@@ -105,32 +102,23 @@ bool HeadlessChromium::open(const QString& url) {
 }
 
 QJsonValue HeadlessChromium::evaluate(const QString& script) {
-    const QJsonObject result =
+    const QJsonValue result =
         call("Runtime.evaluate",
-             {{"expression", script}, {"returnByValue", true}, {"awaitPromise", true}})
-            .value("result")
-            .toObject();
-    if (result.contains("exceptionDetails")) return QJsonValue::Null;
-    return result.value("result").toObject().value("value");
+             {{"expression", script}, {"returnByValue", true}, {"awaitPromise", true}})[u"result"];
+    if (result[u"exceptionDetails"].isObject()) return QJsonValue::Null;
+    return result[u"result"][u"value"];
 }
 
 bool HeadlessChromium::waitFor(const QString& script, int timeoutMs) {
-    return waitUntil(
-        [&] {
-            const QJsonValue v = evaluate(QStringLiteral("!!(%1)").arg(script));
-            return v.toBool();
-        },
-        timeoutMs);
+    return waitUntil([&] { return evaluate(QStringLiteral("!!(%1)").arg(script)).toBool(); },
+                     timeoutMs);
 }
 
 bool HeadlessChromium::screenshot(const QString& pngPath) {
-    const QByteArray data =
-        QByteArray::fromBase64(call("Page.captureScreenshot", {{"format", "png"}})
-                                   .value("result")
-                                   .toObject()
-                                   .value("data")
-                                   .toString()
-                                   .toLatin1());
+    const QByteArray data = QByteArray::fromBase64(
+        call("Page.captureScreenshot", {{"format", "png"}})[u"result"][u"data"]
+            .toString()
+            .toLatin1());
     QFile f(pngPath);
     return !data.isEmpty() && f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
 }

@@ -23,8 +23,8 @@ QString unescaped(QString s) {
         .replace("&amp;", "&");
 }
 
-double attribute(const QRegularExpressionMatch& m, const QString& name) {
-    return m.captured(name).toDouble();
+double number(const QRegularExpressionMatch& m, const char* name) {
+    return m.captured(name).toDouble() / 3; // pdftohtml's scale, below
 }
 } // namespace
 
@@ -38,26 +38,22 @@ QStringList pageTexts(const QString& file) {
 QList<Run> runs(const QString& file) {
     // pdftohtml gives whole sizes; at three times the scale they keep a third of a point.
     static const QRegularExpression element(
-        R"re(<page number="(?<page>\d+)"[^>]*width="(?<pw>\d+)"|)re"
+        R"re(<page number="\d+"[^>]*width="(?<pw>\d+)"|)re"
         R"re(<fontspec id="(?<id>\d+)" size="(?<size>-?\d+)"|)re"
         R"re(<text [^>]*left="(?<l>-?\d+)" width="(?<w>\d+)")re"
         R"re([^>]*font="(?<font>\d+)"[^>]*>(?<t>.*)</text>)re");
     QList<Run> out;
     QHash<QString, qreal> sizes;
-    int page = -1;
     qreal pageWidth = 0;
     const QString xml = run("pdftohtml", {"-xml", "-i", "-stdout", "-zoom", "3", file});
     for (const auto& m : element.globalMatch(xml)) {
-        if (!m.captured("page").isEmpty()) {
-            page = m.captured("page").toInt() - 1;
-            pageWidth = attribute(m, "pw") / 3;
-        } else if (!m.captured("id").isEmpty()) {
-            sizes.insert(m.captured("id"), attribute(m, "size") / 3);
-        } else {
-            const qreal left = attribute(m, "l") / 3;
-            out << Run{page, unescaped(m.captured("t")),   sizes.value(m.captured("font")),
-                       left, left + attribute(m, "w") / 3, pageWidth};
-        }
+        if (!m.captured("pw").isEmpty())
+            pageWidth = number(m, "pw");
+        else if (!m.captured("id").isEmpty())
+            sizes.insert(m.captured("id"), number(m, "size"));
+        else
+            out << Run{unescaped(m.captured("t")), sizes.value(m.captured("font")), number(m, "l"),
+                       number(m, "l") + number(m, "w"), pageWidth};
     }
     return out;
 }

@@ -8,7 +8,6 @@
 // the program meant to write. Empty results when the file cannot be read.
 namespace pdf {
 struct Run { // a line of text in one face and size
-    int page;
     QString text;
     qreal points;
     qreal left, right, pageWidth; // in points
