@@ -212,6 +212,8 @@ TEST(AudioRouter, SwapsWithinTwoPeriodsAndTellsTheTransportInThePeriodOfTheSwap)
         EXPECT_FALSE(jack_port_connected_to(jack_port_by_name(rig.a.client(), session), speaker))
             << "only the router hears an instance";
         EXPECT_FALSE(rig.router.routeInstance(1, "Nobody", "Master/audio_out"));
+        // How a DAW the server has shut out is told: it has no port left.
+        EXPECT_TRUE(rig.router.hasPorts("Gigmora Second DAW") && !rig.router.hasPorts("Gigmora"));
         ASSERT_TRUE(waitUntil([&] { return rig.level() == 0.25f; })) << "the first instance";
         EXPECT_TRUE(rig.a.commands().empty() && rig.b.commands().empty()) << "no swap, no command";
 

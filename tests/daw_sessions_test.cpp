@@ -91,16 +91,6 @@ TEST_F(DawSessions, ASetlistOfSessionsPlaysThrough) {
     EXPECT_TRUE(readFile(storePath()).contains("Ballad"));
 }
 
-// The default control changes nothing: a .logicx project is a song, a session folder is not.
-TEST_F(DawSessions, TheLogicControlIsTheDefault) {
-    QFile::remove(GigmoraConfig::filePath());
-    launch();
-    EXPECT_FALSE(app->dawControl()->managesSessions());
-    EXPECT_EQ(daw(), DawStatus()) << "nothing to say";
-    EXPECT_TRUE(app->dawControl()->projectKind().isProject(project("Song.logicx")));
-    EXPECT_FALSE(app->dawControl()->projectKind().isProject(session("Opener")));
-}
-
 // Gigmora killed mid-set with its DAW on the second song, and started again: it takes that DAW
 // over and puts the stage on its song, whatever row the start-up chose, so that the next
 // trigger goes on to the third song and not back to the second.

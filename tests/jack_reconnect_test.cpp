@@ -74,27 +74,6 @@ bool connected(jack_client_t* probe, const QString& from, const QString& to) {
 }
 } // namespace
 
-// Gigmora starts before any JACK server, keeps looking without blocking the main thread, and
-// brings its ports up when a server appears.
-TEST(JackReconnect, LateServerBringsThePortsUp) {
-    REQUIRE_JACK();
-    PrivateServer server("late");
-    Gigmora g;
-    g.engine.sendLogicClose(); // nowhere to go yet; must not block or crash
-    ASSERT_TRUE(server.start());
-    EXPECT_TRUE(waitUntil(
-        [&] {
-            JackTestClient probe("gigmora-probe-late");
-            return probe.portHasUniqueID("Gigmora Midi:Gigmora Virtual Input",
-                                         MainMidi::kVirtualInputUniqueID);
-        },
-        15000));
-    JackTestClient controller;
-    ASSERT_TRUE(controller.connectToGigmora());
-    controller.send({0xC0, 0x7F});
-    EXPECT_TRUE(waitUntil([&] { return g.host.checks > 0; }));
-}
-
 // Connections survive a rebuild of the ports and a restart of the server (the endpoints then
 // there once, under their IDs, working both ways); a connection someone undoes stays undone.
 TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {

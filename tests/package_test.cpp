@@ -49,7 +49,7 @@ protected:
     }
     void SetUp() override {
         ASSERT_TRUE(QFileInfo::exists(GIGMORA_DEB))
-            << GIGMORA_DEB << " is missing: scripts/package builds it (scripts/test does)";
+            << GIGMORA_DEB << " is missing: `scripts/package build` makes it (scripts/test does)";
         ASSERT_TRUE(unpacked_) << "dpkg -x failed";
     }
     static QString file(const QString& path) { return root_->path() + path; }

@@ -177,15 +177,14 @@ TEST_F(Preferences, TheDawPaneSetsTheDawControl) {
     EXPECT_TRUE(readFile(GigmoraConfig::filePath()).contains("control=session-manager"));
     EXPECT_TRUE(command->isEnabled());
     ASSERT_TRUE(app->dawControl()->managesSessions());
-    EXPECT_TRUE(waitUntil([&] {
-        return app->window()->performanceView()->dawState().endsWith("ready, no song loaded");
-    }));
+    EXPECT_TRUE(
+        waitUntil([&] { return app->dawControl()->status().phase == DawStatus::Phase::Ready; }));
     QTest::mouseClick(save, Qt::LeftButton);
     EXPECT_TRUE(GigmoraConfig::daw().saveBeforeSwitch);
 
     pick(control, 0);
     EXPECT_FALSE(app->dawControl()->managesSessions());
-    EXPECT_TRUE(waitUntil([&] { return app->window()->performanceView()->dawState().isEmpty(); }));
+    EXPECT_TRUE(waitUntil([&] { return app->dawControl()->status() == DawStatus(); }));
 }
 
 // The Remote pane turns the web remote on with a PIN made for it, shows where a phone opens it

@@ -69,25 +69,6 @@ TEST_F(SongList, NumberClashesMoveTheOlderSongs) {
     EXPECT_EQ(number(s[1]), 5);
 }
 
-// Only a whole number from 0 to 127 gets into the editor; a refused key says why.
-TEST_F(SongList, TypedNumbersOutsideTheRangeAreRefused) {
-    const auto s = addSongs({"A.logicx"});
-    launch();
-    for (const QString& text : {QString("abc"), QString("200"), QString("-5"), QString("12.5")}) {
-        SCOPED_TRACE(text.toStdString());
-        songList()->edit(songList()->model()->index(0, 0));
-        auto* editor = songList()->findChild<QLineEdit*>();
-        ASSERT_TRUE(editor);
-        editor->clear();
-        QTest::keyClicks(editor, text);
-        EXPECT_FALSE(editor->property("refusedReason").toString().isEmpty());
-        EXPECT_NE(editor->text(), text);
-        QTest::keyClick(editor, Qt::Key_Escape);
-        processEvents();
-    }
-    EXPECT_EQ(number(s[0]), 1);
-}
-
 // A cancel with nothing remembered adds an empty song; of several chosen only the last is
 // added; a later cancel adds the remembered one if it is gone.
 TEST_F(SongList, AddingSongsByOpenPanel) {

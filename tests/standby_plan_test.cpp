@@ -1,7 +1,9 @@
 #include "daw/StandbyPlan.h"
 
 #include <QStringList>
+#include <functional>
 #include <gtest/gtest.h>
+#include <map>
 
 // The standby pair's plan as tables, against a small world that does what the commands say:
 // an instance told to open a song has it pending until the row "load N"; the router hears what
@@ -72,52 +74,50 @@ struct Step {
 // Events: "start", "has N Song" (an instance up with a song, as after its announce), "load N",
 // "fail N" (its pending song stops on a question), "down N", "cut N" (no port on the server),
 // "open Song", "trigger" (the router swaps by itself), "spill" (the spillover ended),
-// "graph" (ports changed), "wait MS", "says TEXT" (what the stage says now).
+// "wait MS", "says TEXT" (what the stage says now).
 void play(World& w, const std::vector<Step>& steps) {
+    using Commands = StandbyPlan::Commands;
     for (const Step& step : steps) {
         SCOPED_TRACE(step.event);
         const QStringList e = QString(step.event).split(' ');
         const int n = e.value(1).toInt();
-        QString out;
-        if (e[0] == "start") {
-            out = w.run(w.plan.start(true, false, w.f));
-        } else if (e[0] == "has") {
-            w.daw(n) = {true, "/s/" + e[2]};
-            out = w.run(w.plan.loaded(n, "/s/" + e[2], w.f));
-        } else if (e[0] == "load") {
-            const QString song = std::exchange(w.daw(n).pending, QString());
-            w.daw(n).loaded = song;
-            out = w.run(w.plan.loaded(n, song, w.f));
-        } else if (e[0] == "fail") {
-            const QString song = std::exchange(w.daw(n).pending, QString());
-            out = w.run(w.plan.cannotLoad(n, song, "it asks", DawStatus::Reason::Dialog, w.f));
-        } else if (e[0] == "down") {
-            w.daw(n) = {};
-            w.daw(n).text = "Ardour stopped";
-            w.daw(n).status.phase = DawStatus::Phase::Starting;
-            out = w.run({});
-        } else if (e[0] == "cut") {
-            w.daw(n).hasPorts = false;
-            out = w.run({});
-        } else if (e[0] == "open") { // the recall moves the stage, then opens
-            w.plan.setStage({kOrder, int(kOrder.indexOf("/s/" + e[1]))});
-            out = w.run(w.plan.open("/s/" + e[1], w.f));
-        } else if (e[0] == "trigger") {
-            w.f.router.target = w.armed;
-            out = w.run({});
-        } else if (e[0] == "spill") {
-            out = w.run(w.plan.spilloverEnded(w.f));
-        } else if (e[0] == "graph") {
-            out = w.run(w.plan.look(true, w.f));
-        } else if (e[0] == "wait") {
-            w.f.now += e[1].toLongLong();
-            out = w.run(w.plan.look(false, w.f));
-            const QString swapped = w.run(w.plan.swapIfReady(w.f));
-            if (!swapped.isEmpty()) out += " | " + swapped;
-        } else if (e[0] == "says") {
+        if (e[0] == "says") {
             EXPECT_EQ(w.plan.text().toStdString(), step.commands);
             continue;
         }
+        const auto take = [&] { return std::exchange(w.daw(n).pending, QString()); };
+        const std::map<QString, std::function<Commands()>> events{
+            {"start", [&] { return w.plan.start(true, false, w.f); }},
+            {"has",
+             [&] {
+                 w.daw(n) = {true, "/s/" + e[2]};
+                 return w.plan.loaded(n, "/s/" + e[2], w.f);
+             }},
+            {"load", [&] { return w.plan.loaded(n, w.daw(n).loaded = take(), w.f); }},
+            {"fail",
+             [&] {
+                 return w.plan.cannotLoad(n, take(), "it asks", DawStatus::Reason::Dialog, w.f);
+             }},
+            {"down",
+             [&] {
+                 w.daw(n) = {false,           {}, {}, false, true, {DawStatus::Phase::Starting},
+                             "Ardour stopped"};
+                 return Commands();
+             }},
+            {"cut", [&] { return w.daw(n).hasPorts = false, Commands(); }},
+            {"open", // the recall moves the stage, then opens
+             [&] {
+                 w.plan.setStage({kOrder, int(kOrder.indexOf("/s/" + e[1]))});
+                 return w.plan.open("/s/" + e[1], w.f);
+             }},
+            {"trigger", [&] { return w.f.router.target = w.armed, Commands(); }},
+            {"spill", [&] { return w.plan.spilloverEnded(w.f); }},
+            {"wait", [&] { return w.f.now += e[1].toLongLong(), w.plan.look(false, w.f); }}};
+        ASSERT_TRUE(events.count(e[0])) << "no such event";
+        QString out = w.run(events.at(e[0])());
+        // After a look, the swap that its routing allows.
+        const QString swapped = e[0] == "wait" ? w.run(w.plan.swapIfReady(w.f)) : QString();
+        if (!swapped.isEmpty()) out += " | " + swapped;
         EXPECT_EQ(out.toStdString(), step.commands);
     }
 }

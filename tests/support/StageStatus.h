@@ -8,17 +8,10 @@ using Phase = DawStatus::Phase;
 // `song` playing, with a standby holding `next` in the phase given (none: no standby shown).
 inline DawStatus playing(const QString& song, const QString& next = {},
                          Phase standby = Phase::Loaded) {
-    DawStatus s{Phase::Loaded, song};
-    if (!next.isEmpty()) {
-        s.standby = standby;
-        s.next = next;
-    }
-    return s;
+    return {Phase::Loaded, song, {}, 0, {}, next.isEmpty() ? Phase::Off : standby, next};
 }
 // The same with a standby up that holds nothing (after the last song).
 inline DawStatus playingLast(const QString& song) {
-    DawStatus s = playing(song);
-    s.standby = Phase::Ready;
-    return s;
+    return {Phase::Loaded, song, {}, 0, {}, Phase::Ready, {}};
 }
 } // namespace stage

@@ -5,10 +5,8 @@
 // does), --jack (with the first open, a JACK client named after the client id, with the main
 // outputs "Master/audio_out 1" and "2" that Ardour has, before it answers), --tone (those
 // outputs play a constant: 0.5 for the second instance's client id, "Gigmora Second DAW",
-// else 0.25, so that a listener tells the instances apart), --drop-jack ID (the client of that
-// id closes its JACK client half a second after its first open and lives on without one, as a
-// DAW the server has shut out does). Prints "OPEN <path> <client id>" for every open it gets,
-// so a test can read what it was asked.
+// else 0.25, so that a listener tells the instances apart). Prints "OPEN <path> <client id>"
+// for every open it gets, so a test can read what it was asked.
 #include <jack/jack.h>
 #include <lo/lo.h>
 
@@ -34,8 +32,6 @@ struct State {
     float level = 0.25f;
     jack_client_t* client = nullptr; // lives as long as the process
     jack_port_t* outputs[2] = {};
-    std::string dropJackOf;
-    std::chrono::steady_clock::time_point openedAt{};
 };
 
 int play(jack_nframes_t frames, void* data) {
@@ -60,8 +56,6 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
             jack_client_open(reinterpret_cast<const char*>(argv[2]), JackNoStartServer, nullptr);
         const std::string id = reinterpret_cast<const char*>(argv[2]);
         if (id.find("Second") != std::string::npos) s->level = 0.5f;
-        if (id != s->dropJackOf) s->dropJackOf.clear();
-        s->openedAt = std::chrono::steady_clock::now();
         if (s->client) {
             int c = 0;
             for (const char* port : {"Master/audio_out 1", "Master/audio_out 2"})
@@ -91,7 +85,6 @@ int main(int argc, char** argv) {
         if (!std::strcmp(argv[i], "--never-reply")) s.neverReply = true;
         if (!std::strcmp(argv[i], "--jack")) s.jack = true;
         if (!std::strcmp(argv[i], "--tone")) s.jack = s.tone = true;
-        if (!std::strcmp(argv[i], "--drop-jack") && i + 1 < argc) s.dropJackOf = argv[++i];
         if (!std::strcmp(argv[i], "--quit-after") && i + 1 < argc)
             s.quitAfterMs = std::atoi(argv[++i]);
     }
@@ -106,12 +99,6 @@ int main(int argc, char** argv) {
     const auto started = std::chrono::steady_clock::now();
     for (;;) {
         lo_server_recv_noblock(s.server, 100);
-        if (s.client && !s.dropJackOf.empty() &&
-            std::chrono::steady_clock::now() - s.openedAt > std::chrono::milliseconds(500)) {
-            jack_client_close(s.client);
-            s.client = nullptr;
-            s.jack = false; // and never again in this life
-        }
         if (s.quitAfterMs >= 0 &&
             std::chrono::steady_clock::now() - started > std::chrono::milliseconds(s.quitAfterMs)) {
             std::printf("FakeDAW: giving up, nothing to do\n");
