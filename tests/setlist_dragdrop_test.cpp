@@ -23,18 +23,6 @@ using namespace helpers;
 
 class SetlistDragDrop : public EditFixture {
 protected:
-    // A setlist "Gig" of the named library songs, selected as the current setlist.
-    QList<ManagedObject*> gig(const QStringList& names) {
-        const auto songs = addSongs(names);
-        ManagedObject* setlist = addSetlist(context(), "Gig");
-        for (ManagedObject* s : songs)
-            setlist->mutableOrderedSetValueForKey("song").addObject(s);
-        launch();
-        ArrayController* all = app->allSetlistsArrayController();
-        all->setSelectionIndex(all->arrangedObjects().indexOf(setlist));
-        processEvents();
-        return songs;
-    }
     DragableOrderedSetTableViewDelegate* delegate() { return app->editScreen()->setlistDelegate(); }
     // A drag from `source` as the delegate sees it: validated, then dropped where validation
     // put it. True when accepted.

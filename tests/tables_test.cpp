@@ -35,22 +35,11 @@ QColor over(const QColor& top, const QColor& bottom) {
 
 class Tables : public EditFixture {
 protected:
-    // "Gig" of `count` library songs, selected as the current setlist, beside "Fri" and "Sat".
     QList<ManagedObject*> gig(int count) {
         QStringList names;
         for (int i = 0; i < count; ++i)
             names << QString("Song %1.logicx").arg(i);
-        const auto songs = addSongs(names);
-        addSetlist(context(), "Fri");
-        ManagedObject* setlist = addSetlist(context(), "Gig");
-        addSetlist(context(), "Sat");
-        for (ManagedObject* s : songs)
-            setlist->mutableOrderedSetValueForKey("song").addObject(s);
-        launch();
-        ArrayController* all = app->allSetlistsArrayController();
-        all->setSelectionIndex(all->arrangedObjects().indexOf(setlist));
-        processEvents();
-        return songs;
+        return EditFixture::gig(names, true);
     }
 };
 

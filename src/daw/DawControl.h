@@ -23,8 +23,6 @@ public:
     // Where the stage is: its song is opened whenever the DAW announces itself, and a standby
     // DAW holds the one after it ready.
     void setPlan(const StagePlan& plan);
-    // The plan in session folders, as the DAWs take it.
-    const StagePlan& sessionPlan() const { return sessions_; }
     // Where the DAW's placeholder session and its record for the next Gigmora live.
     static QString placeholderPath();
     static QString runtimeFolder();

@@ -9,21 +9,15 @@
 #include <QObject>
 #include <QStringList>
 #include <QTimer>
-#include <deque>
 #include <functional>
 
 struct DawRecord;
 
-// Runs one DAW as Gigmora's session-manager client and puts the next song's session in front
-// of it: it starts the DAW with NSM_URL and, whenever the DAW announces itself, opens the song
-// the stage is on (or a placeholder session, so that the DAW has something open and stays);
-// it opens sessions in the same process when the DAW can switch (or starts it again with the
-// new session when it cannot), keeps only the latest song asked for while a load runs,
-// notices at once when the DAW dies and brings it back with its song (not after three deaths
-// within a minute, until the next song is asked for), and ends it when Gigmora quits. The DAW
-// it runs is written down under the runtime folder, so that a Gigmora started after a crash
-// takes it over, still playing, instead of starting a second one. It says where it is in
-// words a musician reads on stage.
+// Runs one DAW as Gigmora's session-manager client, as SessionPlan decides: it starts the
+// DAW with NSM_URL, watches its process and its dialogs, speaks the protocol and keeps the
+// timers, and hands each of these happenings to the plan. The DAW it runs is written down
+// under the runtime folder, so that a Gigmora started after a crash takes it over, still
+// playing, instead of starting a second one; a clean quit ends it and leaves nothing behind.
 class SessionManager : public QObject {
     Q_OBJECT
 public:

@@ -199,8 +199,8 @@ StandbyPlan::Commands StandbyPlan::refresh(const Facts& f) {
         text += QStringLiteral(" · ") + notice_;
         status.refused = SessionPlan::songName(noticeSong_);
         status.reason = refusedWhy_.value(noticeSong_);
-    } else if (routed_ && status.refused.isEmpty() && !s.status.refused.isEmpty()) {
-        status.refused = s.status.refused; // the standby's, said in its part of the words
+    } else if (routed_ && !s.up && status.refused.isEmpty() && !s.status.refused.isEmpty()) {
+        status.refused = s.status.refused; // the standby's, said while its words are shown
         status.reason = s.status.reason;
     }
     if (routed_) {

@@ -4,6 +4,7 @@
 #include "library/ArrayController.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
 #include "midi/backends/none/NullMidiServices.h"
 #include "platform/TableView.h"
 #include "support/LibraryHelpers.h"
@@ -87,4 +88,18 @@ bool EditFixture::dropFilesAt(TableView* table, const QStringList& files, QPoint
     QApplication::sendEvent(table->viewport(), &drop);
     processEvents();
     return drop.isAccepted();
+}
+
+QList<ManagedObject*> EditFixture::gig(const QStringList& names, bool neighbours) {
+    const auto songs = addSongs(names);
+    if (neighbours) addSetlist(context(), "Fri");
+    ManagedObject* setlist = addSetlist(context(), "Gig");
+    if (neighbours) addSetlist(context(), "Sat");
+    for (ManagedObject* s : songs)
+        setlist->mutableOrderedSetValueForKey("song").addObject(s);
+    launch();
+    ArrayController* all = app->allSetlistsArrayController();
+    all->setSelectionIndex(all->arrangedObjects().indexOf(setlist));
+    processEvents();
+    return songs;
 }

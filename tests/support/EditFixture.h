@@ -30,6 +30,9 @@ protected:
     static QString project(const QString& name, bool folder = true);
     // Library songs, numbered from 1 in this order.
     QList<ManagedObject*> addSongs(const QStringList& names);
+    // A launched library whose setlist "Gig" of these songs is the current one (between "Fri"
+    // and "Sat" with `neighbours`).
+    QList<ManagedObject*> gig(const QStringList& names, bool neighbours = false);
     ManagedObject* currentSetlist();
     QList<ManagedObject*> setlistSongs();
     TableView* songList() { return app->window()->editView()->allSongsTableView(); }
