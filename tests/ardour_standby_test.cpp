@@ -38,12 +38,17 @@ protected:
         ASSERT_EQ(jack_connect(witness_.client(), witness_.outputName(0).toUtf8().constData(),
                                witnessIn_.inputName(0).toUtf8().constData()),
                   0);
-        // A real-time server and this machine's locked-memory limit, which cannot be raised
-        // here, would stop every start on Ardour's warning about it; the second instance
-        // starts from a copy of this.
+        // A configuration as a musician's Ardour has one (without, each start is a first run
+        // to Ardour); the second instance starts from a copy of it.
         const QString config =
             QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/ardour7";
         ASSERT_TRUE(QDir().mkpath(config));
+        QFile file(config + "/config");
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Ardour>\n  <Config/>\n</Ardour>\n");
+        // A real-time server and this machine's locked-memory limit, which cannot be raised
+        // here, would stop every start on Ardour's warning about it.
         QFile instant(config + "/instant.xml");
         ASSERT_TRUE(instant.open(QIODevice::WriteOnly));
         instant.write("<instant><no-memory-warning/></instant>\n");

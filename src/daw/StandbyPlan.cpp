@@ -195,6 +195,8 @@ StandbyPlan::Commands StandbyPlan::refresh(const Facts& f) {
     DawStatus status = a.status;
     const bool playing = !a.loaded.isEmpty() && a.pending.isEmpty() && !a.placeholder;
     QString text = playing ? SessionPlan::songName(a.loaded) + QStringLiteral(" playing") : a.text;
+    // Playing, the instance's words (and with them what it could not load before) give way.
+    if (playing) status = {DawStatus::Phase::Loaded, status.song};
     if (!notice_.isEmpty()) {
         text += QStringLiteral(" · ") + notice_;
         status.refused = SessionPlan::songName(noticeSong_);
