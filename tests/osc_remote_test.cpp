@@ -9,6 +9,7 @@
 #include "support/LogCapture.h"
 
 #include <QSignalSpy>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <lo/lo.h>
 
@@ -42,13 +43,16 @@ public:
     }
 
 private:
-    // Every argument, strings and integers, joined by "|".
+    // Every argument joined by "|", read as bytes: liblo's are only 4-byte aligned.
     static int collect(const char* path, const char* types, lo_arg** argv, int argc, lo_message,
                        void* s) {
         std::string heard;
-        for (int i = 0; i < argc; ++i)
-            heard += (i ? "|" : "") +
-                     (types[i] == 'i' ? std::to_string(argv[i]->i) : std::string(&argv[i]->s));
+        for (int i = 0; i < argc; ++i) {
+            const char* arg = reinterpret_cast<const char*>(argv[i]);
+            int32_t n = 0;
+            if (types[i] == 'i') std::memcpy(&n, arg, sizeof n);
+            heard += (i ? "|" : "") + (types[i] == 'i' ? std::to_string(n) : std::string(arg));
+        }
         static_cast<Surface*>(s)->last_[path] = heard;
         return 0;
     }

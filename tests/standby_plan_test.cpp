@@ -41,9 +41,9 @@ struct World {
                 f.router.target = c.instance;
                 out << "swap to " + n;
                 break;
-            case Kind::Arm:
+            case Kind::Arm: // said after the refresh, when it changes
                 armed = c.instance;
-                break; // said by the refresh when it changes
+                break;
             case Kind::StartAgain:
                 out << "again " + n;
                 break;
@@ -55,13 +55,10 @@ struct World {
                 break;
             }
         }
-        run(plan.refresh(f), out);
+        for (const StandbyPlan::Command& c : plan.refresh(f)) // an Arm, said when it changes
+            if (c.kind == Kind::Arm) armed = c.instance;
         if (armed != before) out << (armed < 0 ? "disarm" : "arm " + QString::number(armed));
         return out.join(" | ");
-    }
-    void run(const StandbyPlan::Commands& commands, QStringList&) {
-        for (const StandbyPlan::Command& c : commands)
-            if (c.kind == Kind::Arm) armed = c.instance;
     }
     StandbyPlan::Daw& daw(int i) { return f.daws[size_t(i)]; }
 };
