@@ -195,6 +195,8 @@ set(GIGMORA_SOURCES_osc
     src/osc/OscMessage.h
 )
 set(GIGMORA_SOURCES_daw
+    src/daw/ArdourSession.cpp
+    src/daw/ArdourSession.h
     src/daw/DawControl.cpp
     src/daw/DawControl.h
     src/daw/DawDialogs.cpp
@@ -209,6 +211,10 @@ set(GIGMORA_SOURCES_daw
     src/daw/DawStatus.h
     src/daw/NsmServer.cpp
     src/daw/NsmServer.h
+    src/daw/PluginCatalog.cpp
+    src/daw/PluginCatalog.h
+    src/daw/SessionCheck.cpp
+    src/daw/SessionCheck.h
     src/daw/SessionManager.cpp
     src/daw/SessionManager.h
     src/daw/SessionPlan.cpp
@@ -272,6 +278,8 @@ set(GIGMORA_SOURCES_editing
     src/editing/TableIdentity.h
 )
 set(GIGMORA_SOURCES_app
+    src/app/CheckCommand.cpp
+    src/app/CheckCommand.h
     src/app/CommandLine.cpp
     src/app/CommandLine.h
     src/app/AppDelegate.cpp

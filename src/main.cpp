@@ -1,3 +1,4 @@
+#include "app/CheckCommand.h"
 #include "app/CommandLine.h"
 #include "app/ExportCommand.h"
 
@@ -17,6 +18,12 @@ int main(int argc, char** argv) {
         QTextStream out(stdout), err(stderr);
         QStringList args = QCoreApplication::arguments().mid(2);
         return ExportCommand::run(args, out, err);
+    }
+    if (argc > 1 && std::strcmp(argv[1], "check") == 0) {
+        QCoreApplication app(argc, argv);
+        QCoreApplication::setApplicationName("Gigmora");
+        QTextStream out(stdout), err(stderr);
+        return CheckCommand::run(QCoreApplication::arguments().mid(2), out, err);
     }
     if (argc > 1) {
         // Answered without Qt's application object: no display, MIDI or library touched.

@@ -6,6 +6,7 @@ QString CommandLine::usage() {
     return QStringLiteral(
         "usage: gigmora [--help | --version]\n"
         "       gigmora export [--json | --pdf FILE] [--setlist NAME]\n"
+        "       gigmora check [--setlist NAME] [--json]\n"
         "\n"
         "Without arguments, opens Gigmora's window: the song library, the setlists and the\n"
         "stage, where a MIDI trigger on \"Gigmora Virtual Input\" moves to the next song.\n"
@@ -18,6 +19,9 @@ QString CommandLine::usage() {
         "  export         print the library's songs and setlists, or one setlist with\n"
         "                 --setlist NAME; as JSON with --json, as a printable PDF of the\n"
         "                 running order with --pdf FILE. Reads the library, never writes it.\n"
+        "  check          check every song of the setlists (or of --setlist NAME) as the DAW\n"
+        "                 control would load it: each problem named, each length known, the\n"
+        "                 set's total; exits 65 when a song has a problem. Changes nothing.\n"
         "\n"
         "Environment:\n"
         "  GIGMORA_MIDI   jack, alsa or none: the MIDI system (by default a running JACK\n"

@@ -1,0 +1,83 @@
+#include "daw/SessionCheck.h"
+
+#include "daw/ArdourSession.h"
+#include "daw/PluginCatalog.h"
+#include "library/ProjectKind.h"
+
+#include <QFileInfo>
+#include <cmath>
+
+#include <jack/jack.h>
+
+SessionCheck SessionCheck::of(const QString& path, bool sessions, std::optional<int> serverRate,
+                              const PluginCatalog& plugins) {
+    SessionCheck c;
+    const ProjectKind kind(sessions ? ProjectKind::Kind::SessionFolder
+                                    : ProjectKind::Kind::LogicProject);
+    const QString project = kind.projectPath(path);
+    if (!QFileInfo::exists(project)) {
+        c.problems << QStringLiteral("The project is missing: nothing is at %1.").arg(project);
+        return c;
+    }
+    if (!kind.isProject(path)) {
+        c.problems << (sessions ? QStringLiteral("It is not a project the chosen DAW control can "
+                                                 "open: Gigmora starts Ardour sessions, folders "
+                                                 "with a .ardour file.")
+                                : QStringLiteral("It is not a project the chosen DAW control can "
+                                                 "open: the default control opens Logic projects "
+                                                 "(.logicx)."));
+        return c;
+    }
+    if (!sessions) return c; // a Logic project says nothing readable of itself
+    const Result<ArdourSession> read = ArdourSession::read(project);
+    if (!read) {
+        c.problems << QStringLiteral("Its session cannot be read: %1.").arg(read.failure().words);
+        return c;
+    }
+    const ArdourSession& s = read.value();
+    c.seconds = s.seconds;
+    if (serverRate && s.sampleRate != *serverRate)
+        c.problems << QStringLiteral("It was recorded at %1 Hz and the JACK server runs at %2 Hz: "
+                                     "Ardour stops on its \"Sample Rate Mismatch\" question.")
+                          .arg(s.sampleRate)
+                          .arg(*serverRate);
+    if (s.version > ArdourSession::kNewestVersion)
+        c.problems << QStringLiteral("It was saved by a newer Ardour (format %1), which this "
+                                     "Ardour may refuse to open.")
+                          .arg(s.version);
+    if (s.pending)
+        c.problems << QStringLiteral("It has a crash-recovery file (%1): Ardour stops to ask "
+                                     "whether to recover. Open the song in Ardour once and "
+                                     "answer, or remove the file.")
+                          .arg(QFileInfo(s.snapshot.chopped(7) + ".pending").fileName());
+    for (const QString& uri : s.lv2)
+        if (!plugins.hasLv2(uri))
+            c.problems << QStringLiteral("It uses a plugin that is not installed (%1): Ardour "
+                                         "loads the song with the plugin's place kept and "
+                                         "nothing running there.")
+                              .arg(uri);
+    if (!s.missingFiles.isEmpty())
+        c.problems << QStringLiteral("It misses recorded audio (%1): Ardour stops on its "
+                                     "\"Missing Files\" question; skipped, those regions are "
+                                     "silent.")
+                          .arg(s.missingFiles.join(", "));
+    return c;
+}
+
+std::optional<int> SessionCheck::serverRate() {
+    jack_client_t* client =
+        jack_client_open("Gigmora Check", jack_options_t(JackNoStartServer), nullptr);
+    if (!client) return std::nullopt;
+    const int rate = int(jack_get_sample_rate(client));
+    jack_client_close(client);
+    return rate;
+}
+
+QString SessionCheck::length(double seconds) {
+    const qint64 s = std::llround(seconds);
+    return s >= 3600 ? QStringLiteral("%1:%2:%3")
+                           .arg(s / 3600)
+                           .arg(s / 60 % 60, 2, 10, QChar('0'))
+                           .arg(s % 60, 2, 10, QChar('0'))
+                     : QStringLiteral("%1:%2").arg(s / 60).arg(s % 60, 2, 10, QChar('0'));
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+class PluginCatalog;
+
+// One song checked before the show, without changing anything: whether the DAW control will
+// load it as it stands, each problem in words a musician can act on, and how long it plays.
+struct SessionCheck {
+    std::optional<double> seconds; // none when the project says nothing of it
+    QStringList problems;
+
+    bool passes() const { return problems.isEmpty(); }
+    // `path` as the song keeps it; `sessions`: the session manager's control (Ardour
+    // sessions), else the default one (Logic projects); `serverRate`: the running JACK
+    // server's, none without one.
+    static SessionCheck of(const QString& path, bool sessions, std::optional<int> serverRate,
+                           const PluginCatalog& plugins);
+    // The running JACK server's sample rate, asked without starting one.
+    static std::optional<int> serverRate();
+    static QString length(double seconds); // "3:25"
+};
