@@ -225,6 +225,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/StandbyDaws.h
     src/daw/StandbyPlan.cpp
     src/daw/StandbyPlan.h
+    src/daw/SystemCheck.cpp
+    src/daw/SystemCheck.h
 )
 set(GIGMORA_SOURCES_performance
     src/performance/SongRecall.cpp

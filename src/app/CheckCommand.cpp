@@ -2,6 +2,7 @@
 
 #include "daw/PluginCatalog.h"
 #include "daw/SessionCheck.h"
+#include "daw/SystemCheck.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
@@ -57,12 +58,16 @@ int CheckCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     }
     const bool sessions =
         GigmoraConfig::daw().control == GigmoraConfig::Daw::Control::SessionManager;
-    const std::optional<int> rate = sessions ? SessionCheck::serverRate() : std::nullopt;
+    const SystemCheck system = SystemCheck::now();
+    const std::optional<int> rate = system.sampleRate;
     const PluginCatalog plugins;
     bool problems = false;
     QJsonArray lists;
-    if (sessions && !rate && !json)
-        out << "The JACK server is not running: the songs' sample rates could not be compared.\n";
+    if (!json) {
+        out << "System\n";
+        for (const QString& line : system.lines)
+            out << "  " << line << "\n";
+    }
     for (ManagedObject* setlist : setlists) {
         if (!json) out << setlist->stringValue("name") << "\n";
         double total = 0;

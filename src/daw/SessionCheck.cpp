@@ -7,8 +7,6 @@
 #include <QFileInfo>
 #include <cmath>
 
-#include <jack/jack.h>
-
 SessionCheck SessionCheck::of(const QString& path, bool sessions, std::optional<int> serverRate,
                               const PluginCatalog& plugins) {
     SessionCheck c;
@@ -62,15 +60,6 @@ SessionCheck SessionCheck::of(const QString& path, bool sessions, std::optional<
                                      "silent.")
                           .arg(s.missingFiles.join(", "));
     return c;
-}
-
-std::optional<int> SessionCheck::serverRate() {
-    jack_client_t* client =
-        jack_client_open("Gigmora Check", jack_options_t(JackNoStartServer), nullptr);
-    if (!client) return std::nullopt;
-    const int rate = int(jack_get_sample_rate(client));
-    jack_client_close(client);
-    return rate;
 }
 
 QString SessionCheck::length(double seconds) {

@@ -18,7 +18,5 @@ struct SessionCheck {
     // server's, none without one.
     static SessionCheck of(const QString& path, bool sessions, std::optional<int> serverRate,
                            const PluginCatalog& plugins);
-    // The running JACK server's sample rate, asked without starting one.
-    static std::optional<int> serverRate();
     static QString length(double seconds); // "3:25"
 };
