@@ -1,4 +1,5 @@
 #include "app/CheckCommand.h"
+#include "app/ExportCommand.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
@@ -121,6 +122,18 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
     EXPECT_EQ(gig["songs"][0]["passes"].toBool(), true);
     EXPECT_EQ(gig["songs"][1]["problems"].toArray().size(), 1);
     EXPECT_EQ(everything(), before) << "the check wrote something";
+
+    // The export plans with the same lengths.
+    QString text, exported;
+    QTextStream t(&text), e(&exported);
+    ASSERT_EQ(ExportCommand::run({"--setlist", "Gig"}, t, e), 0);
+    ASSERT_EQ(ExportCommand::run({"--json", "--setlist", "Gig"}, e, t), 0);
+    t.flush(), e.flush();
+    EXPECT_TRUE(text.contains("/sessions/Clean  3:25\n") && text.contains("In all: 17:05; 2 with"))
+        << text.toStdString();
+    const QJsonObject plan = QJsonDocument::fromJson(exported.toUtf8())["setlists"][0].toObject();
+    EXPECT_EQ(plan["seconds"].toDouble(), 5 * 205.0);
+    EXPECT_EQ(plan["songs"][0]["seconds"].toDouble(), 205.0);
 
     EXPECT_EQ(check({"--setlist", "Sunday"}).first, 2);
     EXPECT_EQ(check({"--bogus"}).first, 64);

@@ -1,6 +1,7 @@
 #include "app/ExportCommand.h"
 
 #include "app/RunningOrderDocument.h"
+#include "daw/SessionCheck.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
 #include "library/LibraryStack.h"
@@ -9,6 +10,7 @@
 #include "library/ObjectContext.h"
 #include "library/PersistentStore.h"
 #include "platform/Error.h"
+#include "settings/GigmoraConfig.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -70,10 +72,19 @@ QJsonValue jsonValue(const QVariant& v) {
     return QJsonValue::fromVariant(v);
 }
 
+// A song's length, read from its project when the DAW control's projects say it.
+std::optional<double> lengthOf(const ManagedObject* s) {
+    const bool sessions =
+        GigmoraConfig::daw().control == GigmoraConfig::Daw::Control::SessionManager;
+    return SessionCheck::lengthOf(s->stringValue("path"), sessions);
+}
+
 QJsonObject songJson(const ManagedObject* s) {
+    const std::optional<double> seconds = lengthOf(s);
     return {{"number", jsonValue(s->value("midiIn"))},
             {"title", jsonValue(s->value("title"))},
-            {"path", jsonValue(s->value("path"))}};
+            {"path", jsonValue(s->value("path"))},
+            {"seconds", seconds ? QJsonValue(*seconds) : QJsonValue()}};
 }
 
 QString dateText(const QVariant& v) {
@@ -82,9 +93,16 @@ QString dateText(const QVariant& v) {
 
 QJsonObject setlistJson(const ManagedObject* setlist) {
     QJsonArray songs;
-    for (auto* s : setlist->orderedObjects("song"))
+    double total = 0;
+    int unknown = 0;
+    for (auto* s : setlist->orderedObjects("song")) {
         songs.append(songJson(s));
+        const QJsonValue seconds = songs.last()["seconds"];
+        seconds.isDouble() ? void(total += seconds.toDouble()) : void(++unknown);
+    }
     return {
+        {"seconds", total},
+        {"withoutLength", unknown},
         {"name", jsonValue(setlist->value("name"))},
         {"dateCreated",
          setlist->value("dateCreated").isValid()
@@ -96,11 +114,18 @@ QJsonObject setlistJson(const ManagedObject* setlist) {
 void printSetlist(QTextStream& out, const ManagedObject* setlist) {
     out << "Setlist: " << setlist->stringValue("name") << "  ("
         << dateText(setlist->value("dateCreated")) << ")\n";
-    int position = 0;
-    for (auto* s : setlist->orderedObjects("song"))
+    int position = 0, unknown = 0;
+    double total = 0;
+    for (auto* s : setlist->orderedObjects("song")) {
+        const std::optional<double> seconds = lengthOf(s);
+        seconds ? void(total += *seconds) : void(++unknown);
         out << QStringLiteral("%1. ").arg(++position, 3) << s->stringValue("title") << "  ["
-            << RunningOrderDocument::songNumber(s) << "]  " << s->stringValue("path") << "\n";
-    out << "\n";
+            << RunningOrderDocument::songNumber(s) << "]  " << s->stringValue("path")
+            << (seconds ? "  " + SessionCheck::length(*seconds) : QString()) << "\n";
+    }
+    out << "     In all: " << SessionCheck::length(total);
+    if (unknown > 0) out << "; " << unknown << " without a known length";
+    out << "\n\n";
 }
 } // namespace
 

@@ -62,6 +62,13 @@ SessionCheck SessionCheck::of(const QString& path, bool sessions, std::optional<
     return c;
 }
 
+std::optional<double> SessionCheck::lengthOf(const QString& path, bool sessions) {
+    const ProjectKind kind(ProjectKind::Kind::SessionFolder);
+    if (!sessions || !kind.isProject(path)) return std::nullopt;
+    const Result<ArdourSession> read = ArdourSession::read(kind.projectPath(path));
+    return read ? read->seconds : std::nullopt;
+}
+
 QString SessionCheck::length(double seconds) {
     const qint64 s = std::llround(seconds);
     return s >= 3600 ? QStringLiteral("%1:%2:%3")

@@ -18,5 +18,7 @@ struct SessionCheck {
     // server's, none without one.
     static SessionCheck of(const QString& path, bool sessions, std::optional<int> serverRate,
                            const PluginCatalog& plugins);
+    // How long the song at `path` plays, as its project says; none when it says nothing.
+    static std::optional<double> lengthOf(const QString& path, bool sessions);
     static QString length(double seconds); // "3:25"
 };
