@@ -44,6 +44,7 @@ int CheckCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     auto store = LibraryStack::openReadOnly(&error);
     if (!store) {
         err << error.localizedDescription << ": " << error.localizedFailureReason << "\n";
+        if (error.underlying) err << error.underlying->localizedFailureReason << "\n";
         return 1;
     }
     ObjectContext context(ManagedObjectModel::gigmoraTwo(), store.get());

@@ -72,15 +72,9 @@ QJsonValue jsonValue(const QVariant& v) {
     return QJsonValue::fromVariant(v);
 }
 
-// A song's length, read from its project when the DAW control's projects say it.
-std::optional<double> lengthOf(const ManagedObject* s) {
-    const bool sessions =
-        GigmoraConfig::daw().control == GigmoraConfig::Daw::Control::SessionManager;
-    return SessionCheck::lengthOf(s->stringValue("path"), sessions);
-}
-
-QJsonObject songJson(const ManagedObject* s) {
-    const std::optional<double> seconds = lengthOf(s);
+// `sessions`: the DAW control's projects are sessions, which say how long a song plays.
+QJsonObject songJson(const ManagedObject* s, bool sessions) {
+    const std::optional<double> seconds = SessionCheck::lengthOf(s->stringValue("path"), sessions);
     return {{"number", jsonValue(s->value("midiIn"))},
             {"title", jsonValue(s->value("title"))},
             {"path", jsonValue(s->value("path"))},
@@ -91,12 +85,12 @@ QString dateText(const QVariant& v) {
     return v.isValid() ? v.toDateTime().toLocalTime().toString(Qt::ISODate) : QString();
 }
 
-QJsonObject setlistJson(const ManagedObject* setlist) {
+QJsonObject setlistJson(const ManagedObject* setlist, bool sessions) {
     QJsonArray songs;
     double total = 0;
     int unknown = 0;
     for (auto* s : setlist->orderedObjects("song")) {
-        songs.append(songJson(s));
+        songs.append(songJson(s, sessions));
         const QJsonValue seconds = songs.last()["seconds"];
         seconds.isDouble() ? void(total += seconds.toDouble()) : void(++unknown);
     }
@@ -111,13 +105,14 @@ QJsonObject setlistJson(const ManagedObject* setlist) {
         {"songs", songs}};
 }
 
-void printSetlist(QTextStream& out, const ManagedObject* setlist) {
+void printSetlist(QTextStream& out, const ManagedObject* setlist, bool sessions) {
     out << "Setlist: " << setlist->stringValue("name") << "  ("
         << dateText(setlist->value("dateCreated")) << ")\n";
     int position = 0, unknown = 0;
     double total = 0;
     for (auto* s : setlist->orderedObjects("song")) {
-        const std::optional<double> seconds = lengthOf(s);
+        const std::optional<double> seconds =
+            SessionCheck::lengthOf(s->stringValue("path"), sessions);
         seconds ? void(total += *seconds) : void(++unknown);
         out << QStringLiteral("%1. ").arg(++position, 3) << s->stringValue("title") << "  ["
             << RunningOrderDocument::songNumber(s) << "]  " << s->stringValue("path")
@@ -157,6 +152,8 @@ int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStre
         }
     }
     if (!o.pdf.isNull()) return writePdf(o.pdf, setlists, err);
+    const bool sessions =
+        GigmoraConfig::daw().control == GigmoraConfig::Daw::Control::SessionManager;
     const auto songs = LibraryFilter::removeDuplicatesInArray(
         context.executeFetchRequest({"Song", {}, LibraryStack::allSongsSortDescriptor(), 0}));
 
@@ -165,12 +162,12 @@ int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStre
         if (!o.wantSetlist) {
             QJsonArray list;
             for (auto* s : songs)
-                list.append(songJson(s));
+                list.append(songJson(s, sessions));
             root.insert("songs", list);
         }
         QJsonArray lists;
         for (auto* s : setlists)
-            lists.append(setlistJson(s));
+            lists.append(setlistJson(s, sessions));
         root.insert("setlists", lists);
         out << QJsonDocument(root).toJson(QJsonDocument::Indented);
         return 0;
@@ -183,6 +180,6 @@ int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStre
         out << "\n";
     }
     for (auto* s : setlists)
-        printSetlist(out, s);
+        printSetlist(out, s, sessions);
     return 0;
 }

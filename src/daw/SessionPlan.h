@@ -76,7 +76,6 @@ public:
     Commands startAgain();
     Commands quit();
 
-    bool hasProcess() const { return process_; }
     bool isUp() const { return process_ && up_; }
     // Whether a question now would hold up a load or the DAW's start.
     bool waitsForDaw() const { return !loading_.isEmpty() || !up_; }
