@@ -1,7 +1,3 @@
-#include "app/tables/AllSongsTableView.h"
-#include "app/tables/MidiMessageTableVIew.h"
-#include "app/tables/SetlistTableView.h"
-#include "app/tables/TopListOfSetlistsTableView.h"
 #include "library/ArrayController.h"
 #include "library/OrderedRelation.h"
 #include "platform/NotificationCenter.h"
@@ -9,29 +5,12 @@
 #include "support/LibraryHelpers.h"
 #include "support/LogCapture.h"
 
-#include <QAbstractButton>
 #include <QDrag>
 #include <QLineEdit>
 #include <QPropertyAnimation>
 #include <QTest>
 
 using namespace helpers;
-
-namespace {
-QColor over(const QColor& top, const QColor& bottom) {
-    const double a = top.alphaF();
-    return QColor::fromRgbF(float(top.redF() * a + bottom.redF() * (1 - a)),
-                            float(top.greenF() * a + bottom.greenF() * (1 - a)),
-                            float(top.blueF() * a + bottom.blueF() * (1 - a)));
-}
-
-::testing::AssertionResult near(QColor got, QColor want) {
-    const int d = std::max({std::abs(got.red() - want.red()), std::abs(got.green() - want.green()),
-                            std::abs(got.blue() - want.blue())});
-    return (d <= 2 ? ::testing::AssertionSuccess() : ::testing::AssertionFailure())
-           << "got " << got.name().toStdString() << ", want " << want.name().toStdString();
-}
-} // namespace
 
 class Tables : public EditFixture {
 protected:
@@ -42,44 +21,6 @@ protected:
         return EditFixture::gig(names, true);
     }
 };
-
-// Every pill table paints the selected pill and the others in its own colours, blended over
-// the row background; the round corners keep the background.
-TEST_F(Tables, PillsInEachTablesColours) {
-    const auto songs = gig(3);
-    for (int i = 0; i < 3; ++i)
-        songs[0]
-            ->mutableOrderedSetValueForKey("midiMessage")
-            .addObject(context().insertNewObject("MidiMessage"));
-    QTest::mouseClick(app->window()->topButtons()->segmentButton(2), Qt::LeftButton);
-    app->window()->songDetailsView()->songPicker()->selectRowIndexes({0}, false);
-    processEvents();
-    const struct {
-        const char* name;
-        TableView* table;
-        PillColors colors;
-    } cases[] = {
-        {"song list", songList(), AllSongsTableView::kColors},
-        {"setlists", setlistsTable(), TopListOfSetlistsTableView::kColors},
-        {"setlist", setlistTable(), SetlistTableView::kColors},
-        {"messages", app->window()->songDetailsView()->messageTable(),
-         MidiMessageTableVIew::kColors},
-    };
-    for (auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        ASSERT_EQ(c.table->numberOfRows(), 3);
-        c.table->selectRowIndexes({1}, false);
-        c.table->clearFocus();
-        const QImage image = c.table->viewport()->grab().toImage();
-        const auto pixel = [&](qsizetype row) {
-            return image.pixelColor(c.table->rectOfRow(row).right() - 12,
-                                    c.table->rectOfRow(row).center().y());
-        };
-        EXPECT_TRUE(near(pixel(1), over(c.colors.selectedUnfocused, c.colors.background)));
-        EXPECT_TRUE(near(pixel(0), over(c.colors.unselected, c.colors.background)));
-        EXPECT_TRUE(near(image.pixelColor(c.table->rectOfRow(0).topLeft()), c.colors.background));
-    }
-}
 
 // A drag starts from a song-list row, which a click cannot select; when it ends, the rows are
 // all there.
