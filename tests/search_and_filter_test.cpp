@@ -3,7 +3,6 @@
 #include "library/ManagedObject.h"
 #include "library/ManagedObjectModel.h"
 #include "library/ObjectContext.h"
-#include "library/OrderedRelation.h"
 #include "support/LibraryHelpers.h"
 
 #include <gtest/gtest.h>
@@ -20,11 +19,9 @@ protected:
         setlists.setManagedObjectContext(&context);
         setlists.setEntityName("Setlist");
         setlists.setSortDescriptors({{"name", true}});
-        current.setManagedObjectContext(&context);
-        current.bindContentArray(&setlists, "song");
     }
     ObjectContext context{ManagedObjectModel::gigmoraTwo()};
-    ArrayController songs, setlists, current;
+    ArrayController songs, setlists;
     LibraryFilter filter{&songs, &setlists, &context};
 };
 
@@ -66,41 +63,4 @@ TEST_F(SearchAndFilter, RowsFollowEditsMadeAfterTheyWereWorkedOut) {
     EXPECT_EQ(filter.returnFilteredArray(), (L{c, a, b, d})) << "ties keep their store order";
     context.deleteObject(b);
     EXPECT_EQ(filter.returnFilteredArray(), (L{c, a, d}));
-}
-
-TEST_F(SearchAndFilter, SetlistChecksAndTheCurrentSetlist) {
-    EXPECT_EQ(filter.getCurrentSetlist(), nullptr);
-    addSong(context, "Song", "/s.logicx", 1);
-    filter.checkNumberOfSetlists();
-    filter.checkNumberOfSetlists();
-    auto all = context.executeFetchRequest({"Setlist", {}, {}, 0});
-    ASSERT_EQ(all.size(), 1);
-    EXPECT_EQ(all[0]->stringValue("name"), "new Setlist");
-    EXPECT_EQ(filter.getCurrentSetlist(), all[0])
-        << "the first row is selected when content appears";
-
-    auto* nameless = context.insertNewObject("Setlist");
-    filter.blankSetlist();
-    EXPECT_EQ(nameless->stringValue("name"), "Setlist");
-    EXPECT_EQ(all[0]->stringValue("name"), "new Setlist");
-}
-
-TEST_F(SearchAndFilter, ArrayControllersFollowSelectionAndRelationships) {
-    auto* gig = addSetlist(context, "B gig");
-    auto* rehearsal = addSetlist(context, "A rehearsal");
-    auto* s1 = addSong(context, "One", "/1.logicx", 1);
-    auto* s2 = addSong(context, "Two", "/2.logicx", 2);
-    gig->mutableOrderedSetValueForKey("song").addObject(s2);
-    gig->mutableOrderedSetValueForKey("song").addObject(s1);
-    EXPECT_EQ(setlists.arrangedObjects(), (L{rehearsal, gig}));
-    EXPECT_EQ(setlists.selectedObjects(), L{rehearsal});
-    setlists.setSelectionIndex(1);
-    EXPECT_EQ(current.arrangedObjects(), (L{s2, s1})) << "running order, not sorted";
-
-    auto* added = setlists.add();
-    EXPECT_EQ(setlists.selectedObjects(), L{added}) << "inserted objects are selected";
-    EXPECT_TRUE(added->value("dateCreated").isValid());
-    // (setlist_dragdrop_test removes rows and setlists through the window.)
-    setlists.setSelectionIndex(setlists.arrangedObjects().indexOf(gig));
-    EXPECT_FALSE(current.removeObjectAtArrangedObjectIndex(5));
 }
