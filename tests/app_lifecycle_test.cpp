@@ -108,6 +108,7 @@ TEST_F(AppLifecycle, WindowQuitFollowsTheSaveRule) {
     QSignalSpy quit(app.get(), &AppDelegate::quitRequested);
     alerts.answers = {Alerts::FirstButton};
     EXPECT_FALSE(app->window()->close()) << "\"Quit anyway\" keeps the application running";
+    EXPECT_EQ(alerts.shownAlerts.last().buttons, QStringList({"Quit anyway", "Cancel"}));
     EXPECT_EQ(quit.count(), 0);
     alerts.answers = {Alerts::FirstButton + 1};
     app->requestQuit();

@@ -46,7 +46,6 @@ TEST_F(LibraryStore, FirstStartCreatesFolderAndRoundTripsTheGraph) {
         b->mutableOrderedSetValueForKey("midiMessage").addObject(m);
         setlist->mutableOrderedSetValueForKey("song").addObject(b);
         setlist->mutableOrderedSetValueForKey("song").addObject(a);
-        EXPECT_EQ(a->relatedObject("setlist"), setlist) << "inverse kept";
         stack.saveAction();
         EXPECT_FALSE(c->hasChanges());
         EXPECT_TRUE(alerts.presentedErrors.isEmpty());
@@ -146,8 +145,6 @@ TEST_F(LibraryStore, UnreadableStoreIsReportedAndNeverOverwritten) {
         LibraryStack stack(&alerts);
         EXPECT_EQ(stack.managedObjectContext(), nullptr);
         ASSERT_EQ(alerts.presentedErrors.size(), 1);
-        EXPECT_EQ(alerts.presentedErrors[0].localizedDescription,
-                  "Failed to initialize the application's saved data");
         EXPECT_NE(alerts.presentedErrors[0].underlying, nullptr) << "the reader's reason";
         // Quitting without a library neither saves nor touches the file.
         EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateNow);
@@ -170,8 +167,8 @@ TEST_F(LibraryStore, PlainFileWhereTheFolderShouldBe) {
     EXPECT_EQ(readFile(storeFolder()), "not a folder");
 }
 
-// (app_lifecycle_test checks a quit that saves.)
-TEST_F(LibraryStore, QuitRuleWithItsInvertedButtons) {
+// (app_lifecycle_test answers the quit alert's buttons.)
+TEST_F(LibraryStore, AFailedSaveCancelsTheQuitWhenItsErrorIsRecovered) {
     LibraryStack stack(&alerts);
     ObjectContext* c = stack.managedObjectContext();
     addSong(*c, "B", "/b.logicx", 2);
@@ -184,16 +181,6 @@ TEST_F(LibraryStore, QuitRuleWithItsInvertedButtons) {
     alerts.presentErrorResult = true;
     EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateCancel);
     EXPECT_TRUE(alerts.shownAlerts.isEmpty());
-
-    // app_lifecycle_test answers both buttons; here, what the alert says.
-    alerts.presentErrorResult = false;
-    alerts.answers = {Alerts::FirstButton};
-    EXPECT_EQ(stack.applicationShouldTerminate(), LibraryStack::TerminateReply::TerminateCancel)
-        << "\"Quit anyway\" keeps running";
-    ASSERT_EQ(alerts.shownAlerts.size(), 1);
-    EXPECT_EQ(alerts.shownAlerts[0].messageText,
-              "Could not save changes while quitting. Quit anyway?");
-    EXPECT_EQ(alerts.shownAlerts[0].buttons, QStringList({"Quit anyway", "Cancel"}));
 }
 
 TEST_F(LibraryStore, DeleteRulesAndUndoGroupedPerTurn) {
