@@ -10,7 +10,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMenu>
@@ -29,16 +28,9 @@ protected:
         QTest::mouseClick(w()->topButtons()->segmentButton(segment), Qt::LeftButton);
         processEvents();
     }
-    // Three songs, all in the setlist "Friday", which is selected, its first song current.
+    // Three songs in the current setlist, its first song current, all saved.
     void setUpGig() {
-        songs = addSongs({"Opener.logicx", "Ballad.logicx", "Encore.logicx"});
-        ManagedObject* friday = addSetlist(context(), "Friday");
-        for (ManagedObject* song : songs)
-            friday->mutableOrderedSetValueForKey("song").addObject(
-                addSong(context(), song->stringValue("title"), song->stringValue("path"), 1));
-        launch();
-        ArrayController* setlists = app->allSetlistsArrayController();
-        setlists->setSelectionIndex(setlists->arrangedObjects().indexOf(friday));
+        songs = gig({"Opener.logicx", "Ballad.logicx", "Encore.logicx"});
         app->currentSetlistArrayController()->setSelectionIndex(0);
         app->saveAction();
         processEvents();
