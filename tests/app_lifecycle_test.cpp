@@ -143,12 +143,3 @@ TEST_F(AppLifecycle, DeviceAlertsShowOnceUntilTheInputDeviceChanges) {
     EXPECT_EQ(alerts.shownAlerts.last().informativeText,
               "The Selected Midi Device:\n'Keys'\nhas been removed");
 }
-
-// The first song is selected at launch; a song picked elsewhere selects its row.
-TEST_F(AppLifecycle, SongListSelectionFollowsThePickedSong) {
-    makeSetlist({"/x/One.logicx", "/x/Two.logicx"});
-    launch();
-    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 0);
-    app->updateAllSongDetailView(1);
-    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), 1);
-}
