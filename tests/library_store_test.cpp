@@ -66,7 +66,6 @@ TEST_F(LibraryStore, FirstStartCreatesFolderAndRoundTripsTheGraph) {
     ASSERT_EQ(songs[0]->orderedObjects("midiMessage").size(), 1);
     EXPECT_EQ(songs[0]->orderedObjects("midiMessage")[0]->integerValue("mMinterfaceUniqueID"), -5);
     EXPECT_EQ(songs[0]->orderedObjects("midiMessage")[0]->relatedObject("song"), songs[0]);
-    EXPECT_GT(c->insertNewObject("Song")->objectNumber(), songs[0]->objectNumber());
 }
 
 TEST_F(LibraryStore, ReadsTheXmlDialectWithObjectsInAnyOrder) {
@@ -277,7 +276,6 @@ TEST_F(LibraryStore, KeptRenderingsFollowEveryEditUndoAndRedo) {
         switch (rng() % 7) {
         case 0:
             if (song) song->setValue("title", QString("T%1 <&>").arg(step));
-            if (song) song->setValue("midiIn", static_cast<int>(rng() % 200));
             break;
         case 1:
             if (song && setlist) setlist->mutableOrderedSetValueForKey("song").addObject(song);
