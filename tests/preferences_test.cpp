@@ -10,7 +10,6 @@
 #include "settings/Prefs.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
-#include "support/LogCapture.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -61,10 +60,7 @@ TEST_F(Preferences, ControlsSaveOrNotAsEachOneShould) {
     EXPECT_EQ(Prefs().prefsSelectedMidiChannel.toInt(), 16) << "channel 16 saved at once";
 
     const QByteArray before = settingsFile();
-    LogCapture log;
-    pick(find<QComboBox>("prefsMidiPortPopUp"), 0);
-    EXPECT_TRUE(log.contains("grabAndStoreMidiSourceAsUniqueID:"))
-        << "the engine is asked for what it does not offer, and the action ends";
+    pick(find<QComboBox>("prefsMidiPortPopUp"), 0); // the action ends before its save
     EXPECT_EQ(app->sharedPrefs()->prefsSelectedMidiDevice.toInt(), 0);
     EXPECT_EQ(settingsFile(), before) << "an input device writes no file";
     find<QCheckBox>("prefsCreateVirtualPortCheckbox")->setChecked(false);
