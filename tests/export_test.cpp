@@ -36,10 +36,9 @@ Output runExport(const QStringList& args) {
     return {code, out, err};
 }
 
-const QString kLongTitle =
-    "An extraordinarily long medley that goes through every verse and chorus "
-    "the band has ever played, far wider than any page in large type "
-    "LASTWORD";
+const QString kLongTitle = "An extraordinarily long medley that goes through every verse and "
+                           "chorus the band has ever played, far wider than any page in large "
+                           "type LASTWORD";
 // A word no line can hold, as a file name pasted in as a title might be.
 const QString kLongWord = QString("Wanderlust").repeated(12);
 
