@@ -1,6 +1,5 @@
 #include "app/MainWindow.h"
 #include "library/FetchRequest.h"
-#include "library/LibraryFilter.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
 #include "library/ManagedObjectModel.h"
@@ -32,8 +31,6 @@ TEST_F(AppLifecycle, FirstLaunchAndAnOpenEditSavedOnQuit) {
     const auto setlists = app->managedObjectContext()->executeFetchRequest({"Setlist", {}, {}, 0});
     ASSERT_EQ(setlists.size(), 1);
     EXPECT_EQ(setlists[0]->stringValue("name"), "new Setlist");
-    EXPECT_TRUE(app->filter()->filteredArray.isEmpty());
-    EXPECT_EQ(app->window()->editView()->allSongsTableView()->selectedRow(), -1);
     EXPECT_FALSE(midi->portWithUniqueID(MainMidi::kVirtualInputUniqueID).isEmpty());
 
     TableView* table = app->window()->editView()->topListOfSetlistsTableView();
