@@ -152,28 +152,13 @@ TEST_F(StageSafety, EditCommandsOnlyInTheEditMode) {
     EXPECT_TRUE(w()->editView()->setlistTableView()->hasFocus());
 }
 
-// A quit by signal cannot wait for an answer: a number that clashes is dropped, the rest of
-// the library is saved, and no dialog is ever shown.
-TEST_F(StageSafety, ASignalQuitAsksNoQuestion) {
+// Text that Return refuses never reaches the library when a save ends the edit (an emptied
+// cell is not a 0); a quit by signal cannot wait for an answer: a number that clashes is
+// dropped, the rest of the library is saved, and no dialog is ever shown.
+TEST_F(StageSafety, RefusedAndClashingCellsNeverReachTheLibrary) {
     songs = addSongs({"A.logicx", "B.logicx"});
     launch();
-    addSong(context(), "Late", project("Late.logicx"), 7);
     QLineEdit* editor = openEditor(songList(), 1, 0); // B's number
-    ASSERT_TRUE(editor);
-    editor->setText("1"); // A's
-    app->quitFromSignal();
-    EXPECT_TRUE(alerts.shownAlerts.isEmpty());
-    EXPECT_TRUE(readFile(storePath()).contains("Late"));
-    EXPECT_EQ(number(songs[0]), 1);
-    EXPECT_EQ(number(songs[1]), 2) << "the clashing edit is dropped";
-}
-
-// Text that Return refuses never reaches the library when a save ends the edit: an emptied
-// cell is not a 0.
-TEST_F(StageSafety, ARefusedCellKeepsItsValue) {
-    songs = addSongs({"A.logicx", "B.logicx"});
-    launch();
-    QLineEdit* editor = openEditor(songList(), 1, 0);
     ASSERT_TRUE(editor);
     editor->clear();
     QTest::keyClick(editor, Qt::Key_Return);
@@ -183,6 +168,16 @@ TEST_F(StageSafety, ARefusedCellKeepsItsValue) {
     EXPECT_FALSE(songList()->isEditing());
     EXPECT_EQ(number(songs[1]), 2);
     EXPECT_FALSE(readFile(storePath()).contains("<attribute name=\"midiin\" type=\"int16\">0<"));
+
+    addSong(context(), "Late", project("Late.logicx"), 7);
+    editor = openEditor(songList(), 1, 0);
+    ASSERT_TRUE(editor);
+    editor->setText("1"); // A's
+    app->quitFromSignal();
+    EXPECT_TRUE(alerts.shownAlerts.isEmpty());
+    EXPECT_TRUE(readFile(storePath()).contains("Late"));
+    EXPECT_EQ(number(songs[0]), 1);
+    EXPECT_EQ(number(songs[1]), 2) << "the clashing edit is dropped";
 }
 
 // Song details shows the song the picker marks, whatever came and went above it, and an
