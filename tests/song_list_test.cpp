@@ -119,9 +119,6 @@ TEST_F(SongList, DeletingSongs) {
     auto* remove = app->window()->findChild<QPushButton*>("deleteSongButton");
     auto* removeAll = app->window()->findChild<QPushButton*>("deleteAllSongsButton");
     EXPECT_EQ(songList()->numberOfRows(), 2);
-    songList()->deselectAll();
-    remove->click();
-    EXPECT_EQ(songs(context()).size(), 3);
     songList()->selectRowIndexes({0}, false);
     remove->click();
     EXPECT_EQ(paths(context()), QStringList{s[1]->stringValue("path")});
@@ -138,12 +135,8 @@ TEST_F(SongList, DeletingSongs) {
 TEST_F(SongList, EditsUndoAndRedoInOneStep) {
     const auto s = addSongs({"A.logicx", "B.logicx"});
     launch();
-    QAction* undo = nullptr;
-    QAction* redo = nullptr;
-    for (QAction* a : app->window()->findChildren<QAction*>()) {
-        if (a->text() == "&Undo") undo = a;
-        if (a->text() == "&Redo") redo = a;
-    }
+    QAction* undo = command("&Undo");
+    QAction* redo = command("&Redo");
     ASSERT_TRUE(undo && redo);
     EXPECT_FALSE(redo->isEnabled());
     typeNumber(1, "9");

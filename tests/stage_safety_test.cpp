@@ -24,10 +24,6 @@ using namespace helpers;
 class StageSafety : public EditFixture {
 protected:
     MainWindow* w() { return app->window(); }
-    void choose(int segment) {
-        QTest::mouseClick(w()->topButtons()->segmentButton(segment), Qt::LeftButton);
-        processEvents();
-    }
     // Three songs in the current setlist, its first song current, all saved.
     void setUpGig() {
         songs = gig({"Opener.logicx", "Ballad.logicx", "Encore.logicx"});
@@ -62,11 +58,7 @@ protected:
         processEvents();
         return table->findChild<QLineEdit*>();
     }
-    QAction* undoAction() {
-        for (QAction* a : w()->findChildren<QAction*>())
-            if (a->text() == "&Undo") return a;
-        return nullptr;
-    }
+    QAction* undoAction() { return command("&Undo"); }
     QList<ManagedObject*> songs;
 };
 
