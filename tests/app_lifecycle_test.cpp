@@ -24,8 +24,7 @@ using namespace helpers;
 
 class AppLifecycle : public StageFixture {};
 
-// The first launch makes a setlist; its name typed and not confirmed yet is committed and
-// saved by a quitting signal.
+// A setlist name typed and not confirmed yet is saved by a quitting signal.
 TEST_F(AppLifecycle, FirstLaunchAndAnOpenEditSavedOnQuit) {
     launch();
     const auto setlists = app->managedObjectContext()->executeFetchRequest({"Setlist", {}, {}, 0});

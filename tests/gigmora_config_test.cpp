@@ -8,8 +8,7 @@
 
 using namespace helpers;
 
-// preferences_test sets the DAW and remote settings through their panes; here, Gigmora.conf
-// as written by hand.
+// Gigmora.conf as written by hand (preferences_test sets it through the panes).
 class GigmoraConfigTest : public ::testing::Test {
 protected:
     void SetUp() override { TempHome::clear(); }
@@ -40,8 +39,7 @@ TEST_F(GigmoraConfigTest, SettingsRoundTrip) {
     EXPECT_TRUE(GigmoraConfig::daw().outputs.isEmpty()) << "connected nowhere";
 }
 
-// Values that cannot be used, past their limits included, fall back to their defaults, one log
-// line each.
+// Unusable values fall back to their defaults, one log line each.
 TEST_F(GigmoraConfigTest, UnusableValuesKeepTheirDefaults) {
     write("[daw]\ncontrol=pro-tools\ncommand=\"\"\nsaveBeforeSwitch=maybe\nloadTimeout=601\n"
           "crossfade=48001\nspillover=-1\nmainOutputs=\ntransportOnSwitch=rewind\n"

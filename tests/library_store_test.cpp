@@ -103,7 +103,6 @@ TEST_F(LibraryStore, ReadsTheXmlDialectWithObjectsInAnyOrder) {
     EXPECT_EQ(songs[1]->integerValue("midiIn"), 3);
     EXPECT_EQ(setlist->value("dateCreated").toDateTime(),
               QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC).addMSecs(786123456123LL));
-    EXPECT_EQ(c->insertNewObject("Song")->objectNumber(), 105u);
 }
 
 struct BadStore {
@@ -246,8 +245,7 @@ TEST_F(LibraryStore, KilledSaveLeavesAWholeStore) {
     EXPECT_TRUE(alerts.presentedErrors.isEmpty());
 }
 
-// Saves reuse each record's rendering until it changes: after any mix of edits, deletions, undo
-// and redo it must be byte for byte what a fresh rendering gives.
+// Saves reuse each record's rendering until it changes: it must stay what a fresh one gives.
 TEST_F(LibraryStore, KeptRenderingsFollowEveryEditUndoAndRedo) {
     Error e;
     auto store = PersistentStore::open(ManagedObjectModel::gigmoraTwo(), storePath(), &e);
@@ -314,9 +312,7 @@ TEST_F(LibraryStore, KeptRenderingsFollowEveryEditUndoAndRedo) {
     }
 }
 
-// Object numbers past 32 bits, past the line where new objects are numbered afresh and past the
-// signed range, as an id and as the last number: a store opens and numbers new objects, or is
-// refused.
+// Ids past 32 bits, past the renumbering line and past the signed range: open or refused.
 TEST_F(LibraryStore, ExtremeObjectIdsOpenOrAreRefused) {
     const quint64 signedMax = quint64(std::numeric_limits<qint64>::max());
     const quint64 renumberAbove = signedMax / 2;

@@ -68,8 +68,7 @@ TEST(MainQueue, AFailingJobDoesNotStopTheQueue) {
     EXPECT_EQ(g_ran, std::vector<int>{7});
 }
 
-// An action that ends by design returns on its own, with the same line a failure would give,
-// naming the entry point it ran in, also when it ran inside another.
+// An action that ends by design logs the entry point it ran in, also when nested.
 TEST(MainQueue, AnOperationThatEndsNamesItsEntryPoint) {
     LogCapture log;
     g_ran.clear();

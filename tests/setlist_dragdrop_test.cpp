@@ -65,8 +65,7 @@ TEST_F(SetlistDragDrop, ReorderingMovesToRMinusCOrR) {
     EXPECT_EQ(setlistTable()->selectedRow(), 0);
 }
 
-// Songs from the song list: new records in reverse order, with copies of their messages; onto a
-// setlist's name accepted and nothing changes; back onto the song list refused.
+// Songs from the song list become new records, reversed, with copies of their messages.
 TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     gig({"S1.logicx"});
     const auto extra = addSongs({"A.logicx", "B.logicx"});
@@ -99,8 +98,7 @@ TEST_F(SetlistDragDrop, SongsFromTheSongList) {
     EXPECT_FALSE(drag(setlistTable(), songList(), *back, 0, DropOperation::Above));
 }
 
-// Project files dropped by real drop events above a row or below the last: known ones are only
-// selected (and saved), a new one joins the library unnumbered; onto a row's middle, refused.
+// Known projects dropped are only selected; a new one joins the library unnumbered.
 TEST_F(SetlistDragDrop, ProjectFilesIntoASetlist) {
     const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
     const QStringList known{songs[0]->stringValue("path"), songs[1]->stringValue("path")};

@@ -15,9 +15,7 @@ protected:
     QString path() const { return TempHome::dataHome() + "/Gigmora/Gigmora.gigmoraprefs"; }
 };
 
-// A record written before "StorageBackupDelay" existed, with a list, a string and a date where
-// numbers belong (crafted_archive_test checks lists that expand enormously): what is missing or
-// of the wrong kind reads as zero.
+// An old record with lists, strings and dates where numbers belong: those read as zero.
 TEST_F(Settings, MissingKeysWrongKindsAndUnreadableFilesReadAsZero) {
     class OldStorage : public Storage {
         void encodeWithCoder(KeyedArchiver& c) const override {

@@ -41,8 +41,7 @@ protected:
     }
 };
 
-// A typed number that two other songs hold: after "OK" both move to one above the highest
-// number and the edited song takes it; "Cancel" changes nothing; a song's own number asks too.
+// After "OK" the holders of a typed number move to one above the highest; "Cancel" keeps all.
 TEST_F(SongList, NumberClashesMoveTheOlderSongs) {
     const auto s = addSongs({"A.logicx", "B.logicx", "C.logicx", "D.logicx"});
     s[2]->setValue("midiIn", 2); // B and C share 2
@@ -66,8 +65,7 @@ TEST_F(SongList, NumberClashesMoveTheOlderSongs) {
     EXPECT_EQ(number(s[1]), 5);
 }
 
-// A cancel with nothing remembered adds an empty song; of several chosen only the last is
-// added; a later cancel adds the remembered one if it is gone.
+// A cancel adds an empty song or the remembered one if gone; of several only the last is added.
 TEST_F(SongList, AddingSongsByOpenPanel) {
     launch();
     QPushButton* add = app->window()->findChild<QPushButton*>("addSongButton");

@@ -20,8 +20,7 @@ protected:
     }
 };
 
-// A drag starts from a song-list row, which a click cannot select; when it ends, the rows are
-// all there.
+// A drag from a song-list row, which a click cannot select, leaves every row there.
 TEST_F(Tables, DragFromAnUnselectableRowLeavesTheRows) {
     gig(3);
     const QPoint from = rowPoint(songList(), 2);
@@ -35,8 +34,7 @@ TEST_F(Tables, DragFromAnUnselectableRowLeavesTheRows) {
     EXPECT_EQ(setlistSongs().size(), 3);
 }
 
-// The song hears of a typed number once the editor is closed, so the reload it asks for finds
-// no editor.
+// A typed number reaches the song once the editor is closed: its reload finds no editor.
 TEST_F(Tables, EditsCommitAfterTheEditorCloses) {
     const auto songs = gig(2);
     LogCapture log;

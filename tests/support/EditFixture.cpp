@@ -10,6 +10,7 @@
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
 #include <QDropEvent>
