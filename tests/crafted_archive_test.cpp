@@ -61,9 +61,7 @@ QByteArray nested(int levels, int fanout) {
 }
 } // namespace
 
-// Each level refers twice to the level below: 2^30 paths in 33 objects. Decoding every object
-// once makes this instant (decoding per reference would never finish), and writing back what
-// it decoded to takes as little room as the archive did.
+// 2^30 paths in 33 objects: each object is decoded, and archived again, once.
 TEST(CraftedArchive, SharedReferencesDecodeAndArchiveOnce) {
     const QByteArray crafted = nested(30, 2);
     const QVariant root = KeyedUnarchiver::unarchiveObjectWithData(crafted);
@@ -77,9 +75,7 @@ TEST(CraftedArchive, SharedReferencesDecodeAndArchiveOnce) {
     EXPECT_EQ(depthOf(KeyedUnarchiver::unarchiveObjectWithData(again)), 30);
 }
 
-// Nesting deeper than any real archive, a reference to itself and work past the cap (a list of
-// a million references to a list of a million) all read as absent; a string with a NUL inside
-// (no archiver writes one, a hand-made file can) reads whole.
+// Deep nesting, a reference to itself and work past the cap all read as absent.
 TEST(CraftedArchive, HostileShapesEndAsAbsent) {
     const QVariant deep = KeyedUnarchiver::unarchiveObjectWithData(nested(5000, 1));
     ASSERT_EQ(deep.typeId(), QMetaType::QVariantList);
@@ -94,11 +90,4 @@ TEST(CraftedArchive, HostileShapesEndAsAbsent) {
         KeyedUnarchiver::unarchiveObjectWithData(nested(2, 1 << 20)).toList();
     ASSERT_EQ(capped.size(), 1 << 20);
     EXPECT_FALSE(capped.first().isValid()) << "the inner list is past the cap";
-
-    // libplist writes "é\1x" in UTF-16; the \1 becomes a NUL.
-    QByteArray withNul = archive({plist_new_string("é\1x")});
-    ASSERT_EQ(withNul.count(QByteArray("\0\1\0x", 4)), 1);
-    withNul.replace(QByteArray("\0\1\0x", 4), QByteArray("\0\0\0x", 4));
-    EXPECT_EQ(KeyedUnarchiver::unarchiveObjectWithData(withNul).toString(),
-              QStringLiteral("é") + QChar(u'\0') + QStringLiteral("x"));
 }

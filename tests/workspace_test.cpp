@@ -21,7 +21,6 @@ TEST(Workspace, ExecQuotingFollowsTheDesktopEntryRules) {
     EXPECT_EQ(Workspace::splitExec(R"(daw "My Project" "say \"hi\" \$5 \\ \`x\`"  %f)"),
               (QStringList{"daw", "My Project", R"(say "hi" $5 \ `x`)", "%f"}));
     EXPECT_EQ(Workspace::splitExec(R"(daw "" "a"b)"), (QStringList{"daw", "", "ab"}));
-    EXPECT_EQ(Workspace::splitExec("  daw   -x  "), (QStringList{"daw", "-x"}));
 }
 
 // Field codes: the file as it is or as a URL, the icon, the name, the entry's own path and a

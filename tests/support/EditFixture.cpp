@@ -10,10 +10,12 @@
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
 #include <QDropEvent>
 #include <QFileInfo>
+#include <QTest>
 
 using namespace helpers;
 
@@ -102,4 +104,15 @@ QList<ManagedObject*> EditFixture::gig(const QStringList& names, bool neighbours
     all->setSelectionIndex(all->arrangedObjects().indexOf(setlist));
     processEvents();
     return songs;
+}
+
+void EditFixture::choose(int segment) {
+    QTest::mouseClick(app->window()->topButtons()->segmentButton(segment), Qt::LeftButton);
+    processEvents();
+}
+
+QAction* EditFixture::command(const QString& text) {
+    for (QAction* a : app->window()->findChildren<QAction*>())
+        if (a->text() == text) return a;
+    return nullptr;
 }

@@ -12,6 +12,7 @@
 #include "support/ScriptedAlerts.h"
 #include "support/ScriptedOpenPanel.h"
 
+#include <QAction>
 #include <QMimeData>
 #include <QStringList>
 #include <gtest/gtest.h>
@@ -45,6 +46,10 @@ protected:
     bool dropFilesAt(TableView* table, const QStringList& files, QPoint at);
     QPoint rowPoint(TableView* table, qsizetype row, double fraction = 0.5);
     static qint64 number(ManagedObject* song) { return song->integerValue("midiIn"); }
+    // A click on a segment of the mode selector: 0 edit, 1 perform, 2 song details.
+    void choose(int segment);
+    // The window's menu command of this text ("&Undo"), or null.
+    QAction* command(const QString& text);
 
     ScriptedAlerts alerts;
     ScriptedOpenPanel panel;
