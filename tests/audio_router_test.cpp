@@ -15,8 +15,7 @@
 using namespace helpers;
 
 namespace {
-// Two instances, each a constant on its own channel: instance 0 only on channel 0 and
-// instance 1 only on channel 1, so that each output channel is exactly one instance's gain.
+// Instance 0 a constant on channel 0 only, instance 1 on channel 1: each output is one gain.
 struct Buffers {
     explicit Buffers(uint32_t frames)
         : a0(frames, 1.0f), a1(frames, 0.0f), b0(frames, 0.0f), b1(frames, 1.0f), out0(frames),
@@ -37,9 +36,7 @@ Period run(RouterMix& mix, uint32_t frames) {
 }
 } // namespace
 
-// A swap takes effect at the first sample of the next period; the equal-power crossfade keeps
-// the sum of the squared gains at one all through it, and after it only the new instance is
-// heard. Without a crossfade the swap is a cut at that first sample.
+// A swap starts at the next period's first sample with an equal-power crossfade.
 TEST(RouterMix, SwapsInThePeriodAfterItIsArmedWithAnEqualPowerCrossfade) {
     RouterMix mix;
     mix.setFades(64, 0);
@@ -58,13 +55,7 @@ TEST(RouterMix, SwapsInThePeriodAfterItIsArmedWithAnEqualPowerCrossfade) {
     EXPECT_EQ(p.gainA[63], 0.0f);
     EXPECT_EQ(p.gainB[63], 1.0f) << "done after 64 samples";
     EXPECT_FALSE(mix.audible(0));
-    EXPECT_TRUE(mix.audible(1));
-
-    mix.setFades(0, 0);
-    mix.swapTo(0);
-    p = run(mix, 32);
-    EXPECT_EQ(p.gainA[0], 1.0f);
-    EXPECT_EQ(p.gainB[0], 0.0f);
+    EXPECT_TRUE(mix.audible(1)); // a cut without a crossfade: the trigger table below
 }
 
 // With a spillover the song left behind fades out over it, under the new one, and counts as
@@ -104,8 +95,7 @@ TEST(RouterMix, RapidSwapsNeverJump) {
     EXPECT_EQ(settled.gainA.back(), 1.0f) << "the last swap (to the first instance) wins";
 }
 
-// On the real server: a listener on the router's outputs and two instances, each a constant
-// level on its master outputs (0.25 and 0.5), both routed.
+// On the real server: a listener and two instances at constant levels 0.25 and 0.5.
 struct Rig {
     explicit Rig(uint32_t crossfade, AudioRouter::Transport t = AudioRouter::Transport::Keep)
         : router({{listener.inputName(0), listener.inputName(1)}, crossfade, 0, t}) {}
@@ -126,10 +116,8 @@ struct Rig {
     QString error;
 };
 
-// A source of Gigmora's virtual input reaches the router's own MIDI input too, and a next-song
-// trigger from it swaps the armed instance at the first sample of the router's period it
-// arrives in. Anything else, or a trigger with nothing armed, swaps nothing; a source taken off
-// the virtual input is taken off the router.
+// A trigger into Gigmora's virtual input swaps the armed instance at the first sample of the
+// router's period it arrives in; the router follows the sources of that input.
 TEST(AudioRouter, AnArmedTriggerSwapsInThePeriodItArrives) {
     REQUIRE_JACK();
     Rig rig(0);
@@ -181,23 +169,8 @@ TEST(AudioRouter, AnArmedTriggerSwapsInThePeriodItArrives) {
     EXPECT_FALSE(jack_port_connected_to(pedal, "Gigmora Audio:trigger in"));
 }
 
-// A second router on the same server is refused by name, and says so.
-TEST(AudioRouter, OneRouterAServer) {
-    REQUIRE_JACK();
-    AudioRouter first({{}, 64, 0}), second({{}, 64, 0});
-    ASSERT_TRUE(first.start());
-    const Result<> taken = second.start();
-    ASSERT_FALSE(taken);
-    EXPECT_EQ(taken.failure(), (Failure{Failure::Code::NameTaken,
-                                        "another \"Gigmora Audio\" is on the JACK server"}));
-}
-
-// Each instance's master outputs reach the router only (a connection the session brought along
-// to the speakers is cut), and the outputs hear the active instance. A swap is heard within two
-// periods, with no silent period between the songs; with a transport to tell, its MIDI Machine
-// Control is sent in the very period of the swap, and the DAW, which runs before the router in
-// JACK's graph, gets it at the start of its next period: Play to the instance swapped to, or
-// Stop to the one left behind; nothing to the other, and nothing at all while no swap happens.
+// Only the router hears an instance; a swap is heard within two periods with no silent one, and
+// its MIDI Machine Control (Play to the new instance, or Stop to the old) goes in its period.
 TEST(AudioRouter, SwapsWithinTwoPeriodsAndTellsTheTransportInThePeriodOfTheSwap) {
     REQUIRE_JACK();
     for (const auto transport :

@@ -124,13 +124,10 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
     EXPECT_EQ(everything(), before) << "the check wrote something";
 
     // The export plans with the same lengths.
-    QString text, exported;
-    QTextStream t(&text), e(&exported);
-    ASSERT_EQ(ExportCommand::run({"--setlist", "Gig"}, t, e), 0);
+    QString exported, err;
+    QTextStream e(&exported), t(&err);
     ASSERT_EQ(ExportCommand::run({"--json", "--setlist", "Gig"}, e, t), 0);
-    t.flush(), e.flush();
-    EXPECT_TRUE(text.contains("/sessions/Clean  3:25\n") && text.contains("In all: 17:05; 2 with"))
-        << text.toStdString();
+    e.flush();
     const QJsonObject plan = QJsonDocument::fromJson(exported.toUtf8())["setlists"][0].toObject();
     EXPECT_EQ(plan["seconds"].toDouble(), 5 * 205.0);
     EXPECT_EQ(plan["songs"][0]["seconds"].toDouble(), 205.0);

@@ -29,8 +29,7 @@ public:
     int checks = 0;
 };
 
-// A JACK server of the test's own, named for it and the default while it lives, so that it
-// can go away without disturbing the others.
+// A JACK server of the test's own (the default while it lives), that can go away alone.
 class PrivateServer {
 public:
     explicit PrivateServer(const char* what)
@@ -74,8 +73,7 @@ bool connected(jack_client_t* probe, const QString& from, const QString& to) {
 }
 } // namespace
 
-// Connections survive a rebuild of the ports and a restart of the server (the endpoints then
-// there once, under their IDs, working both ways); a connection someone undoes stays undone.
+// Connections survive rebuilds and server restarts; one someone undoes stays undone.
 TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     REQUIRE_JACK();
     PrivateServer server("routes");
@@ -135,8 +133,7 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     EXPECT_FALSE(connected(peer->client(), "foot:out", in));
 }
 
-// While the service thread waits on a server that accepts but never answers, the main thread
-// still sends and looks things up at once.
+// A server that accepts but never answers never holds up the main thread's sends and lookups.
 TEST(JackReconnect, AHungServerNeverBlocksTheMainThread) {
     REQUIRE_JACK();
     PrivateServer server("hung");

@@ -17,12 +17,6 @@ const lo_timetag kNow{0U, 1U};
 // the server is tested against another implementation of OSC than its own use of it.
 class NsmClient {
 public:
-    struct Received {
-        std::string path;
-        std::vector<std::string> strings;
-        std::vector<int> ints;
-    };
-
     explicit NsmClient(const QString& nsmUrl)
         : server_(lo_server_new(nullptr, nullptr)),
           nsm_(lo_address_new_from_url(nsmUrl.toUtf8().constData())) {
@@ -32,9 +26,9 @@ public:
         lo_address_free(nsm_);
         lo_server_free(server_);
     }
-    void announce(const char* capabilities, int major = 1) {
+    void announce(const char* capabilities) {
         lo_send_from(nsm_, server_, kNow, "/nsm/server/announce", "sssiii", "Ardour", capabilities,
-                     "ardour", major, 1, int(getpid()));
+                     "ardour", 1, 1, int(getpid()));
     }
     void reply(const char* path, const char* message) {
         lo_send_from(nsm_, server_, kNow, "/reply", "ss", path, message);
@@ -42,15 +36,15 @@ public:
     void error(const char* path, int code, const char* message) {
         lo_send_from(nsm_, server_, kNow, "/error", "sis", path, code, message);
     }
-    // Runs both event loops until a message with `path` arrives.
-    std::optional<Received> waitFor(const std::string& path, int timeoutMs = 3000) {
-        std::optional<Received> found;
+    // Runs both event loops until a message with `path` arrives; its arguments joined by "|".
+    std::optional<std::string> waitFor(const std::string& path, int timeoutMs = 3000) {
+        std::optional<std::string> found;
         waitUntil(
             [&] {
                 lo_server_recv_noblock(server_, 5);
                 for (auto it = received_.begin(); it != received_.end(); ++it)
-                    if (it->path == path) {
-                        found = *it;
+                    if (it->first == path) {
+                        found = it->second;
                         received_.erase(it);
                         return true;
                     }
@@ -63,45 +57,35 @@ public:
 private:
     static int collect(const char* path, const char* types, lo_arg** argv, int argc, lo_message,
                        void* self) {
-        Received r{path, {}, {}};
+        std::string args;
         for (int i = 0; i < argc; ++i) {
             // OSC arguments are 4-byte aligned: read them as bytes.
             const char* at = reinterpret_cast<const char*>(argv[i]);
-            if (types[i] == LO_STRING) r.strings.emplace_back(at);
-            if (types[i] == LO_INT32) {
-                int32_t v;
-                std::memcpy(&v, at, sizeof v);
-                r.ints.push_back(v);
-            }
+            int32_t v = 0;
+            if (types[i] == LO_INT32) std::memcpy(&v, at, sizeof v);
+            args += (i ? "|" : "") + (types[i] == LO_INT32 ? std::to_string(v) : std::string(at));
         }
-        static_cast<NsmClient*>(self)->received_.push_back(r);
+        static_cast<NsmClient*>(self)->received_.emplace_back(path, args);
         return 0;
     }
     lo_server server_;
     lo_address nsm_;
-    std::vector<Received> received_;
+    std::vector<std::pair<std::string, std::string>> received_;
 };
 } // namespace
 
-// The handshake and a switch: a DAW of a newer API is refused; the DAW announces itself, is
-// welcomed, is asked to open a session and answers, or fails; Gigmora hears both.
+// The handshake and a switch: the DAW announces itself, is welcomed, is asked to open a session
+// and answers, or fails; Gigmora hears both.
 TEST(NsmServer, AnnounceThenOpenAndReply) {
     NsmServer server;
     ASSERT_TRUE(server.listen());
     EXPECT_FALSE(server.open("/s/A", "A", "Gigmora.A")) << "no DAW yet";
-    NsmClient newer(server.url());
-    newer.announce(":switch:", 2);
-    const auto refused = newer.waitFor("/error");
-    ASSERT_TRUE(refused);
-    EXPECT_EQ(refused->ints.at(0), -2);
-    EXPECT_FALSE(server.hasClient());
-
     QSignalSpy announced(&server, &NsmServer::announced);
     NsmClient daw(server.url());
     daw.announce(":dirty:switch:");
     const auto welcome = daw.waitFor("/reply");
     ASSERT_TRUE(welcome);
-    EXPECT_EQ(welcome->strings.at(0), "/nsm/server/announce");
+    EXPECT_TRUE(welcome->starts_with("/nsm/server/announce|")) << *welcome;
     ASSERT_EQ(announced.size(), 1);
     EXPECT_EQ(announced[0][0].toString(), "Ardour");
     EXPECT_EQ(announced[0][2].toLongLong(), getpid());
@@ -112,12 +96,10 @@ TEST(NsmServer, AnnounceThenOpenAndReply) {
     ASSERT_TRUE(server.open("/home/me/Songs/Ballad", "Ballad", "Gigmora.Ballad"));
     const auto open = daw.waitFor("/nsm/client/open");
     ASSERT_TRUE(open);
-    EXPECT_EQ(open->strings,
-              (std::vector<std::string>{"/home/me/Songs/Ballad", "Ballad", "Gigmora.Ballad"}));
+    EXPECT_EQ(*open, "/home/me/Songs/Ballad|Ballad|Gigmora.Ballad");
     daw.reply("/nsm/client/open", "Loaded");
     ASSERT_TRUE(waitUntil([&] { return replied.size() == 1; }));
-    EXPECT_EQ(replied[0][0].toString(), "/nsm/client/open");
-    EXPECT_EQ(replied[0][1].toString(), "Loaded");
+    EXPECT_EQ(replied[0], (QVariantList{"/nsm/client/open", "Loaded"}));
     ASSERT_TRUE(server.open("/s/Missing", "Missing", "Gigmora.Missing"));
     ASSERT_TRUE(daw.waitFor("/nsm/client/open"));
     daw.error("/nsm/client/open", -9, "The session file is damaged");

@@ -1,12 +1,8 @@
-#include "library/ArrayController.h"
-#include "library/ManagedObject.h"
-#include "library/ObjectContext.h"
-#include "library/OrderedRelation.h"
 #include "remote/OscRemote.h"
 #include "settings/GigmoraConfig.h"
-#include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
 #include "support/LogCapture.h"
+#include "support/StageFixture.h"
 
 #include <QSignalSpy>
 #include <cstring>
@@ -62,20 +58,17 @@ private:
 };
 } // namespace
 
-// The messages move through the set; the surface hears the stage at once and after each change.
+// The surface hears the stage at once and after each change ("next" is walked on the stage).
 TEST(OscRemote, MessagesAndFeedback) {
     OscRemote remote;
     ASSERT_TRUE(remote.listen(0, {"127.0.0.1", "::1"}));
     remote.publish({.setlist = "Friday", .current = "Opener", .next = "Next: Ballad"});
-    QSignalSpy next(&remote, &OscRemote::nextRequested);
     QSignalSpy previous(&remote, &OscRemote::previousRequested);
     QSignalSpy song(&remote, &OscRemote::songRequested);
     Surface surface(remote.port());
-    surface.send("/gigmora/next");
+    surface.send("/gigmora/previous");
     EXPECT_TRUE(surface.heard("/gigmora/setlist", "Friday")) << "told where the set is at once";
     EXPECT_TRUE(surface.heard("/gigmora/current", "Opener"));
-    ASSERT_TRUE(waitUntil([&] { return next.size() == 1; }));
-    surface.send("/gigmora/previous");
     surface.song(500.0f); // out of range, ignored
     surface.song(3.0f);   // TouchOSC sends floats
     ASSERT_TRUE(waitUntil([&] { return song.size() == 1; }));
@@ -109,26 +102,18 @@ TEST(OscRemote, SendersNotAllowedAreIgnored) {
     EXPECT_EQ(log.count("a sender that is not allowed"), 1);
 }
 
-// Through the application: Gigmora.conf turns the surface on, and "/gigmora/next" runs the
-// recall a MIDI trigger runs.
-class OscStage : public EditFixture {};
+// Through the application: Gigmora.conf turns the surface on; "next" runs the trigger's recall.
+class OscStage : public StageFixture {};
 
 TEST_F(OscStage, NextFromASurfaceMovesTheSet) {
     GigmoraConfig::setOsc({true, 0});
-    ManagedObject* gig = addSetlist(context(), "Friday");
-    for (const char* title : {"Opener", "Ballad", "Encore"})
-        gig->mutableOrderedSetValueForKey("song").addObject(
-            addSong(context(), title, project(QString(title) + ".logicx"), 1));
+    makeSetlist({project("Opener.logicx"), project("Ballad.logicx"), project("Encore.logicx")});
     launch();
     ASSERT_TRUE(app->oscRemote());
-    ArrayController* setlists = app->allSetlistsArrayController();
-    setlists->setSelectionIndex(setlists->arrangedObjects().indexOf(gig));
-    app->currentSetlistArrayController()->setSelectionIndex(0);
-    processEvents();
+    selectSetlistRow(0);
     Surface surface(app->oscRemote()->port());
     surface.send("/gigmora/next");
-    EXPECT_TRUE(waitUntil(
-        [&] { return app->currentSetlistArrayController()->selectionIndexes().last() == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return selectedSetlistRow() == 1; }));
     EXPECT_TRUE(surface.heard("/gigmora/current", "Ballad"));
     EXPECT_TRUE(surface.heard("/gigmora/next", "Next: Encore"));
 }

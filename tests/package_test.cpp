@@ -15,8 +15,7 @@
 
 using namespace helpers;
 
-// The Debian package as a musician gets it (scripts/package builds it; scripts/test runs this
-// last): its control data and files, lintian, and the program unpacked from it, run.
+// The Debian package as a musician gets it (scripts/package builds it), and its program run.
 namespace {
 struct Ran {
     int code = -1;
@@ -39,23 +38,18 @@ Ran run(const QString& program, const QStringList& arguments, int timeoutMs = 12
 class Package : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        root_ = new QTemporaryDir;
         if (QFileInfo::exists(GIGMORA_DEB))
-            unpacked_ = run("dpkg", {"-x", GIGMORA_DEB, root_->path()}).code == 0;
-    }
-    static void TearDownTestSuite() {
-        delete root_;
-        root_ = nullptr;
+            unpacked_ = run("dpkg", {"-x", GIGMORA_DEB, root_.path()}).code == 0;
     }
     void SetUp() override {
         ASSERT_TRUE(QFileInfo::exists(GIGMORA_DEB))
             << GIGMORA_DEB << " is missing: `scripts/package build` makes it (scripts/test does)";
         ASSERT_TRUE(unpacked_) << "dpkg -x failed";
     }
-    static QString file(const QString& path) { return root_->path() + path; }
+    static QString file(const QString& path) { return root_.path() + path; }
     static QString gigmora() { return file("/usr/bin/gigmora"); }
 
-    static inline QTemporaryDir* root_ = nullptr;
+    static inline QTemporaryDir root_;
     static inline bool unpacked_ = false;
 };
 } // namespace
@@ -82,8 +76,7 @@ TEST_F(Package, ControlDataAndFiles) {
     EXPECT_EQ(lintian.code, 0) << lintian.out.toStdString() << lintian.err.toStdString();
 }
 
-// --help, --version and a wrong option answer at once and touch nothing: no file appears in
-// the home, no display or MIDI system is needed.
+// --help, --version and a wrong option answer at once and make no file.
 TEST_F(Package, TheProgramAnswersOnItsCommandLine) {
     TempHome::clear();
     const Ran version = run(gigmora(), {"--version"});
@@ -129,8 +122,7 @@ TEST_F(Package, ExportsASmallLibrary) {
     EXPECT_EQ(run(gigmora(), {"export", "--setlist", "Sunday"}).code, 2);
 }
 
-// The desktop's and AppStream's checkers take the installed files, and the manual page
-// renders without a warning.
+// The desktop and AppStream checkers pass; the manual page renders without a warning.
 TEST_F(Package, DesktopFilesAndManualPage) {
     const Ran desktop = run("desktop-file-validate",
                             {file("/usr/share/applications/io.github.gigmora.Gigmora.desktop")});

@@ -6,7 +6,6 @@
 #include "midi/backends/none/NullMidiServices.h"
 #include "support/LibraryHelpers.h"
 
-#include <QRandomGenerator>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -32,17 +31,13 @@ struct Capture {
 class ReadProcedureWalk : public ::testing::Test {
 protected:
     void SetUp() override { setCapture({0, 0, 0}); }
-    struct ListBytes {
-        const uint8_t* data;
-        size_t size;
-    };
-    std::string run(ListBytes list) {
+    std::string run(const uint8_t* data, size_t size) {
         recorder.jobs.clear();
-        ReadProcedure::midiReadProc(list.data, list.size, &engine, nullptr);
+        ReadProcedure::midiReadProc(data, size, &engine, nullptr);
         processEvents();
         return recorder.jobs;
     }
-    std::string run(const MidiPacketList& list) { return run(ListBytes{list.data(), list.size()}); }
+    std::string run(const MidiPacketList& list) { return run(list.data(), list.size()); }
     Capture capture() {
         const MidiCapture& c = engine.capture();
         return {c.status.load(), c.data1.load(), c.data2.load()};
@@ -57,9 +52,8 @@ protected:
     MainMidi engine{services, &recorder};
 };
 
-// One packet: the jobs it queues and what it leaves in the capture (which held {0, 0, 77}).
-// Only a program change or a note, and only the first message of a packet, is captured; only
-// the next-song sysex queues a sysex job.
+// Only a packet's first message is captured, if a program change or note; only the next-song
+// sysex queues a sysex job.
 TEST_F(ReadProcedureWalk, OneMessagePerPacket) {
     const struct {
         std::vector<uint8_t> bytes;
@@ -92,46 +86,11 @@ TEST_F(ReadProcedureWalk, NeverReadsPastTheList) {
     std::memcpy(bytes.data(), &hugeCount, 4);
     const uint16_t longLength = 0xFFFF;
     std::memcpy(bytes.data() + 12, &longLength, 2);
-    EXPECT_EQ(run(ListBytes{bytes.data(), bytes.size()}), "m") << "one packet fits, so one pass";
+    EXPECT_EQ(run(bytes.data(), bytes.size()), "m") << "one packet fits, so one pass";
     EXPECT_EQ(capture(), (Capture{0xC0, 5, 6}));
 
     // A sysex cut off by the end of the list does not match.
     MidiPacketList cut;
     cut.addPacket(0, {0xF0, 0x00, 0x22, 0x11, 0x02, 0xF7});
-    EXPECT_EQ(run(ListBytes{cut.data(), cut.size() - 1}), "m");
-
-    // Random lists, read from exactly-sized heap copies so that a stray read shows up under
-    // the sanitizers: one job per packet a list can hold (up to its count), a sysex job only
-    // when the sysex is in its bytes, and only bytes it holds captured.
-    QRandomGenerator rng(7);
-    for (int i = 0; i < 20000; ++i) {
-        SCOPED_TRACE(i);
-        const size_t n = rng.bounded(64);
-        auto buffer = std::make_unique<uint8_t[]>(n ? n : 1);
-        for (size_t k = 0; k < n; ++k)
-            buffer[k] = static_cast<uint8_t>(rng.bounded(256));
-        if (n >= 4 && rng.bounded(2)) {
-            const uint32_t count = rng.bounded(6);
-            std::memcpy(buffer.get(), &count, 4);
-        }
-        const std::string bytes(reinterpret_cast<const char*>(buffer.get()), n);
-        size_t passes = 0;
-        if (n >= MidiPacketList::kHeaderSize) {
-            uint32_t count = 0;
-            std::memcpy(&count, buffer.get(), 4);
-            passes = std::min<size_t>(count, (n - MidiPacketList::kHeaderSize) /
-                                                 MidiPacketList::kPacketHeaderSize);
-        }
-        setCapture({0x100, 0x100, 0x100});
-        const std::string jobs = run(ListBytes{buffer.get(), n});
-        ASSERT_EQ(std::count(jobs.begin(), jobs.end(), 'm'), qsizetype(passes));
-        if (jobs.find('s') != std::string::npos) {
-            ASSERT_NE(bytes.find("\xF0\x00\x22\x11\x02\xF7", 0, 6), std::string::npos);
-        }
-        const Capture c = capture();
-        if (c.status != 0x100) {
-            ASSERT_TRUE(c.status >> 4 == 0xC || c.status >> 4 == 0x9);
-            ASSERT_NE(bytes.find(char(c.status)), std::string::npos);
-        }
-    }
+    EXPECT_EQ(run(cut.data(), cut.size() - 1), "m");
 }

@@ -84,8 +84,7 @@ TEST(SessionPlan, SongsOpenInOneProcessOrByAStart) {
           {"open B", "'Loading B…' | timer | restart | 'Starting Ardour…'"},
           {"announce", "record | open B"},
           {"reply open", "no timer | 'B loaded (0.0 s)' | record | loaded B in 0"}});
-    // Asked to save first, it opens the next song once the save is answered; the placeholder
-    // is never saved.
+    // Asked to save first, it opens the next song once saved; the placeholder is never saved.
     SessionPlan::Settings saving{"Ardour", "Ardour", "/s/Placeholder", true, 5000};
     play({{"start", "'Starting Ardour…' | launch"},
           {"announce switch", "record | 'Loading Placeholder…' | timer | open Placeholder"},
@@ -96,9 +95,7 @@ TEST(SessionPlan, SongsOpenInOneProcessOrByAStart) {
           {"open B", "'Loading B…' | timer | save"},
           {"reply save", "open B"}},
          saving);
-}
-
-TEST(SessionPlan, OnlyTheLatestSongWaits) {
+    // Only the latest song asked for waits.
     play({{"open A", "'Starting Ardour…' | launch"},
           {"open B", ""},
           {"announce switch", "record | 'Loading B…' | timer | open B"},
@@ -108,9 +105,8 @@ TEST(SessionPlan, OnlyTheLatestSongWaits) {
                          "| timer | open D"}});
 }
 
-// Refusals and silences: a refusal is said and the next song served; a DAW silent past the
-// timeout, or stopped on a question, is killed and comes back without that song, which is
-// named until the next song is asked for; a missing session opens nothing.
+// A refusal is said; a DAW silent past the timeout, or stuck on a question, is killed and comes
+// back without that song, named until the next is asked for.
 TEST(SessionPlan, ALoadThatCannotBeIsGivenUp) {
     play({{"open A", "'Starting Ardour…' | launch"},
           {"announce switch", "record | 'Loading A…' | timer | open A"},
@@ -133,8 +129,7 @@ TEST(SessionPlan, ALoadThatCannotBeIsGivenUp) {
           {"question Missing files",
            "no timer | 'B cannot load: Ardour asks \"Missing files\" · Starting Ardour again…' | "
            "cannot load B: Ardour asks \"Missing files\" | kill"}});
-    // Before any song the question is the DAW's own, for someone to answer there; once it has
-    // a song and is quiet, its windows are not looked at.
+    // Before any song the question is for someone to answer in the DAW; after, not looked at.
     play({{"start", "'Starting Ardour…' | launch"},
           {"question Audio setup", ""},
           {"wait 2000", ""},
@@ -146,9 +141,9 @@ TEST(SessionPlan, ALoadThatCannotBeIsGivenUp) {
           {"question Save changes", ""}});
 }
 
-// A DAW that dies comes back with its song; three deaths within a minute and it waits for the
-// next song, as does one that quits on its own. One ended by Gigmora is not a death.
-TEST(SessionPlan, DeathsAndQuits) {
+// A death brings the song back; three within a minute, or a quit, wait for the next song. One
+// ended by Gigmora is not a death.
+TEST(SessionPlan, DeathsQuitsAndTakeOvers) {
     const char* back = "record | 'Loading A…' | timer | open A";
     play({{"open A", "'Starting Ardour…' | launch"},
           {"announce switch", back},
@@ -176,11 +171,7 @@ TEST(SessionPlan, DeathsAndQuits) {
           {"crash", "no timer | 'Ardour stopped; starting it again…' | 'Starting Ardour…' | "
                     "launch"},
           {"announce switch stage C standby", "record | 'Loading C…' | timer | open C"}});
-}
-
-// Taken over from an earlier Gigmora, a DAW keeps playing what it has and says so; one with
-// no song gets the stage's.
-TEST(SessionPlan, ATakenOverDawPlaysOn) {
+    // Taken over from an earlier Gigmora, a DAW plays on; one with no song gets the stage's.
     play({{"took A stage B", "record | 'A loaded (Ardour kept playing)' | adopted A | in DAW A"}});
     play({{"took Placeholder stage B", "record | 'Loading B…' | timer | open B"},
           {"reply open", "no timer | 'B loaded (0.0 s)' | record | loaded B in 0 | in DAW B"}});

@@ -12,8 +12,7 @@
 
 using namespace helpers;
 
-// Two stand-in DAWs (tests/tools/fake_nsm_daw, real processes speaking the protocol) under the
-// standby scheduling, with the router on the test's JACK server.
+// Two stand-in DAWs (tests/tools/fake_nsm_daw) under the standby scheduling, with the router.
 class StandbyDawsTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -42,9 +41,8 @@ protected:
     QStringList songs_;
 };
 
-// The plan carried out on real processes and the router: launched on the first song, the
-// standby takes the second, a recall of it swaps in the call, and the instance left behind
-// loads the third.
+// On real processes: the standby takes the second song, a recall swaps in the call, and the
+// instance left behind loads the third.
 TEST_F(StandbyDawsTest, TheStandbyAlwaysHoldsTheNextSong) {
     REQUIRE_JACK();
     StandbyDaws daws(options());

@@ -25,11 +25,6 @@ protected:
                                                             ++received;
                                                         });
     }
-    void capture(uint64_t status, uint64_t data1, uint64_t data2) {
-        captured.status = status;
-        captured.data1 = data1;
-        captured.data2 = data2;
-    }
     QObject sender;
     MidiCapture captured;
     std::unique_ptr<Prefs> prefs;
@@ -44,7 +39,7 @@ TEST_F(TriggerDispatchTest, SpacebarNoteIsFixedAt72WithVelocity) {
     prefs->prefsSelectedSpacebarMidiChannel = 2;
     const auto records = [&](uint64_t status, uint64_t note, uint64_t velocity) {
         recall.kAsNumber = 0;
-        capture(status, note, velocity);
+        captured.status = status, captured.data1 = note, captured.data2 = velocity;
         dispatch->checkMidiSpacebar();
         return recall.kAsNumber.toInt() == 72;
     };

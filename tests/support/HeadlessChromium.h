@@ -7,8 +7,7 @@
 #include <QTemporaryDir>
 #include <QWebSocket>
 
-// Debian's Chromium, headless, driven over its DevTools protocol: one tab, scripts evaluated
-// in it, and screenshots. When Chromium cannot run, error() says why (the tests fail on it).
+// Debian's Chromium, headless, driven over DevTools in one tab; error() says why it cannot run.
 class HeadlessChromium {
 public:
     HeadlessChromium();
@@ -19,11 +18,9 @@ public:
     const QString& error() const { return error_; }
     // A phone's screen: 390 × 844 CSS pixels at twice the density.
     bool emulatePhone();
-    // Navigates and waits for the page's load.
     bool open(const QString& url);
     // The script's value (promises awaited); null when it threw.
     QJsonValue evaluate(const QString& script);
-    // Until the script is truthy.
     bool waitFor(const QString& script, int timeoutMs = 5000);
     bool screenshot(const QString& pngPath);
 

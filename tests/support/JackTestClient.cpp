@@ -2,7 +2,6 @@
 
 #include "support/LibraryHelpers.h"
 
-#include <cstring>
 #include <jack/metadata.h>
 #include <jack/midiport.h>
 #include <memory>
@@ -65,8 +64,7 @@ int JackTestClient::process(jack_nframes_t nframes, void* arg) {
         jack_midi_event_t ev;
         if (jack_midi_event_get(&ev, in, k) != 0) continue;
         const uint16_t size = static_cast<uint16_t>(ev.size);
-        if (jack_ringbuffer_write_space(self->got_) < 10u + size) continue;
-        jack_ringbuffer_write(self->got_, reinterpret_cast<const char*>(&cycle), 8);
+        if (jack_ringbuffer_write_space(self->got_) < 2u + size) continue;
         jack_ringbuffer_write(self->got_, reinterpret_cast<const char*>(&size), 2);
         jack_ringbuffer_write(self->got_, reinterpret_cast<const char*>(ev.buffer), size);
     }
@@ -75,15 +73,12 @@ int JackTestClient::process(jack_nframes_t nframes, void* arg) {
 
 void JackTestClient::drain() {
     std::lock_guard lock(mutex_);
-    while (jack_ringbuffer_read_space(got_) >= 10) {
-        char header[10];
-        jack_ringbuffer_peek(got_, header, 10);
+    while (jack_ringbuffer_read_space(got_) >= 2) {
         uint16_t size;
-        std::memcpy(&size, header + 8, 2);
-        if (jack_ringbuffer_read_space(got_) < 10u + size) break;
+        jack_ringbuffer_peek(got_, reinterpret_cast<char*>(&size), 2);
+        if (jack_ringbuffer_read_space(got_) < 2u + size) break;
+        jack_ringbuffer_read_advance(got_, 2);
         Event e;
-        std::memcpy(&e.cycle, header, 8);
-        jack_ringbuffer_read_advance(got_, 10);
         e.bytes.resize(size);
         jack_ringbuffer_read(got_, reinterpret_cast<char*>(e.bytes.data()), size);
         events_.push_back(std::move(e));

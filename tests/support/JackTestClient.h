@@ -10,12 +10,11 @@
 #include <jack/ringbuffer.h>
 
 // A separate JACK client that plays the foot controller and the DAW: it sends to Gigmora's
-// input and records what Gigmora's output sends, with the period each event was seen in.
+// input and records what Gigmora's output sends.
 class JackTestClient {
 public:
     struct Event {
         std::vector<uint8_t> bytes;
-        uint64_t cycle = 0;
     };
 
     explicit JackTestClient(const char* name = "gigmora-test");
@@ -33,14 +32,11 @@ public:
     bool connect(const QString& gigmoraInput, const QString& gigmoraOutput);
     bool connectToGigmora();
 
-    // Written in the next period; returns that period's index once sent (by waiting).
     void send(std::vector<uint8_t> bytes);
     uint64_t lastSentCycle() const { return lastSentCycle_.load(); }
     jack_nframes_t lastSentFrame() const { return lastSentFrame_.load(); } // its first frame
-    uint64_t cycle() const { return cycle_.load(); }
     std::vector<Event> received();
     void clearReceived();
-    // Waits (running the Qt event loop) until `count` events have arrived.
     bool waitForEvents(size_t count, int timeoutMs = 5000);
 
 private:

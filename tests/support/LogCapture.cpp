@@ -40,8 +40,5 @@ bool LogCapture::contains(const QString& text) const {
 
 qsizetype LogCapture::count(const QString& text) const {
     QMutexLocker lock(&g_mutex);
-    qsizetype n = 0;
-    for (const QString& line : std::as_const(g_lines))
-        n += line.contains(text) ? 1 : 0;
-    return n;
+    return g_lines.filter(text).size();
 }

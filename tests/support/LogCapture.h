@@ -3,8 +3,7 @@
 #include <QStringList>
 #include <QtGlobal>
 
-// Collects the log lines written while it lives (they still reach the terminal), from any
-// thread: the MIDI backend logs from threads of its own.
+// Collects the log lines written while it lives, from any thread (the MIDI backend has its own).
 class LogCapture {
 public:
     LogCapture();
@@ -14,6 +13,5 @@ public:
 
     QStringList lines() const;
     bool contains(const QString& text) const;
-    // How many lines contain `text`.
     qsizetype count(const QString& text) const;
 };

@@ -17,6 +17,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <algorithm>
 
 using namespace helpers;
 
@@ -84,11 +85,16 @@ bool StageFixture::waitForOpened(qsizetype count, int timeoutMs) const {
     return waitUntil([&] { return openedFiles().size() >= count; }, timeoutMs);
 }
 
+namespace {
+size_t countOf(JackTestClient& midi, const std::vector<uint8_t>& bytes) {
+    const auto events = midi.received();
+    return std::count_if(events.begin(), events.end(),
+                         [&](const auto& e) { return e.bytes == bytes; });
+}
+} // namespace
+
 size_t StageFixture::closeCommands() {
-    size_t n = 0;
-    for (const auto& e : midi->received())
-        n += e.bytes == std::vector<uint8_t>{0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7} ? 1 : 0;
-    return n;
+    return countOf(*midi, {0xF0, 0x00, 0x22, 0x11, 0x01, 0xF7});
 }
 
 bool StageFixture::waitForCloseCommands(size_t count, int timeoutMs) {
@@ -102,15 +108,9 @@ bool StageFixture::sendAndWaitHandled(std::vector<uint8_t> bytes, int timeoutMs)
 }
 
 bool StageFixture::waitForOutput(int timeoutMs) {
-    const auto marks = [&] {
-        size_t n = 0;
-        for (const auto& e : midi->received())
-            n += e.bytes == std::vector<uint8_t>{0xC0, 0x68} ? 1 : 0;
-        return n;
-    };
-    const size_t before = marks();
+    const size_t before = countOf(*midi, {0xC0, 0x68});
     app->mainMidiObject()->sendOneZeroFour();
-    return waitUntil([&] { return marks() > before; }, timeoutMs);
+    return waitUntil([&] { return countOf(*midi, {0xC0, 0x68}) > before; }, timeoutMs);
 }
 
 double StageFixture::dawDelay() const {

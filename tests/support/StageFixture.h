@@ -19,15 +19,13 @@
 
 class ManagedObject;
 
-// A whole application on a fresh temporary home, with a "Logic Pro X" desktop entry that
-// records the files it is asked to open, a JACK test client wired to both endpoints and a
-// setlist of songs.
+// A whole application on a fresh home, a "Logic Pro X" that records what it opens, and a JACK
+// test client wired to both endpoints.
 class StageFixture : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
 
-    // A project folder of that name under the temporary home; its path.
     static QString project(const QString& name);
     // Songs of the setlist "Gig", in running order.
     void makeSetlist(const QStringList& paths);
@@ -36,17 +34,13 @@ protected:
     bool waitForOpened(qsizetype count, int timeoutMs = 5000) const;
     bool waitForCloseCommands(size_t count, int timeoutMs = 5000);
     size_t closeCommands();
-    // Sends `bytes` to Gigmora's input and waits until Gigmora has dealt with them (it
-    // announces every message it reads before acting on it, on the main thread).
+    // Sends and waits until Gigmora has announced reading it (before acting on it).
     bool sendAndWaitHandled(std::vector<uint8_t> bytes, int timeoutMs = 5000);
-    // Has Gigmora send a harmless program change (104) and waits for it: whatever Gigmora sent
-    // before it has arrived by then.
+    // Waits for a harmless program change (104) Gigmora sends: what it sent before has come.
     bool waitForOutput(int timeoutMs = 5000);
-    // The DAW delay now set, in seconds: an opening scheduled so far has run once the main
-    // queue has run a job timed this far ahead.
+    // The DAW delay in seconds: how far ahead a main-queue job runs after a scheduled opening.
     double dawDelay() const;
     qsizetype selectedSetlistRow() const;
-    // What the stage last published of the DAW.
     DawStatus daw() const;
     void selectSetlistRow(qsizetype row);
 

@@ -1,12 +1,8 @@
 // A stand-in DAW for the session manager's tests: an NSM client written with liblo that
-// announces itself at NSM_URL and answers each open after a delay, as a DAW loading a session
-// does. Options: --caps CAPS (":switch:" by default), --delay MS, --never-reply (never answers
-// an open), --quit-after MS (says why and exits with status 3 after MS, as a DAW giving up
-// does), --jack (with the first open, a JACK client named after the client id, with the main
-// outputs "Master/audio_out 1" and "2" that Ardour has, before it answers), --tone (those
-// outputs play a constant: 0.5 for the second instance's client id, "Gigmora Second DAW",
-// else 0.25, so that a listener tells the instances apart). Prints "OPEN <path> <client id>"
-// for every open it gets, so a test can read what it was asked.
+// announces itself at NSM_URL and answers each open after a delay. Options: --caps CAPS,
+// --delay MS, --never-reply, --quit-after MS (exits with status 3, as a DAW giving up does),
+// --jack (with the first open, a silent JACK client named after the client id with Ardour's
+// "Master/audio_out 1" and "2"). Prints "OPEN <path> <client id>" for every open it gets.
 #include <jack/jack.h>
 #include <lo/lo.h>
 
@@ -28,8 +24,6 @@ struct State {
     bool neverReply = false;
     int quitAfterMs = -1;
     bool jack = false;
-    bool tone = false;
-    float level = 0.25f;
     jack_client_t* client = nullptr; // lives as long as the process
     jack_port_t* outputs[2] = {};
 };
@@ -39,7 +33,7 @@ int play(jack_nframes_t frames, void* data) {
     for (jack_port_t* port : s->outputs) {
         auto* out = static_cast<float*>(jack_port_get_buffer(port, frames));
         for (jack_nframes_t i = 0; i < frames; ++i)
-            out[i] = s->tone ? s->level : 0.0f;
+            out[i] = 0.0f;
     }
     return 0;
 }
@@ -54,8 +48,6 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
     if (s->jack && !s->client) {
         s->client =
             jack_client_open(reinterpret_cast<const char*>(argv[2]), JackNoStartServer, nullptr);
-        const std::string id = reinterpret_cast<const char*>(argv[2]);
-        if (id.find("Second") != std::string::npos) s->level = 0.5f;
         if (s->client) {
             int c = 0;
             for (const char* port : {"Master/audio_out 1", "Master/audio_out 2"})
@@ -84,7 +76,6 @@ int main(int argc, char** argv) {
         if (!std::strcmp(argv[i], "--delay") && i + 1 < argc) s.delayMs = std::atoi(argv[++i]);
         if (!std::strcmp(argv[i], "--never-reply")) s.neverReply = true;
         if (!std::strcmp(argv[i], "--jack")) s.jack = true;
-        if (!std::strcmp(argv[i], "--tone")) s.jack = s.tone = true;
         if (!std::strcmp(argv[i], "--quit-after") && i + 1 < argc)
             s.quitAfterMs = std::atoi(argv[++i]);
     }
