@@ -13,6 +13,7 @@
 
 #include <QDir>
 #include <QSignalSpy>
+#include <QTimer>
 
 using namespace helpers;
 using Bytes = std::vector<uint8_t>;
@@ -147,4 +148,26 @@ TEST_F(StageLoop, NothingSelectedOrAnEmptySetlistRecallsNothing) {
     EXPECT_TRUE(requests.isEmpty());
     EXPECT_TRUE(openedFiles().isEmpty());
     NotificationCenter::defaultCenter().removeObserver(&listener);
+}
+
+// A flood of program changes never stalls the main thread, and the trigger after it is answered
+// once.
+TEST_F(StageLoop, FloodOfProgramChangesStaysResponsiveAndAnswersTheLast) {
+    makeSetlist({kOne, kTwo, kThree});
+    launch();
+    selectSetlistRow(0);
+    app->sharedPrefs()->prefsSelectedDAWDelay = 0.05f;
+    int ticks = 0;
+    QTimer heartbeat;
+    QObject::connect(&heartbeat, &QTimer::timeout, [&] { ++ticks; });
+    heartbeat.start(10);
+    for (int i = 0; i < 20000; ++i) {
+        midi->send({static_cast<uint8_t>(0xC0 | (i % 16)), static_cast<uint8_t>(i % 100)});
+        if (i % 500 == 499) processEvents();
+    }
+    midi->send({0xC4, 0x7F});
+    ASSERT_TRUE(waitForCloseCommands(1, 30000)) << "the last trigger is answered";
+    EXPECT_GT(ticks, 0) << "the main thread kept turning during the flood";
+    EXPECT_TRUE(waitUntil([&] { return selectedSetlistRow() == 1; }));
+    EXPECT_EQ(closeCommands(), 1u);
 }
