@@ -8,6 +8,7 @@
 #include "performance/SongRecall.h"
 #include "platform/NotificationCenter.h"
 #include "platform/TableView.h"
+#include "settings/Prefs.h"
 #include "support/LibraryHelpers.h"
 #include "support/StageFixture.h"
 
