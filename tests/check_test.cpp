@@ -81,10 +81,13 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
                     x.replace("<Sources/>", "<Sources><Source name=\"Take 1.wav\" type=\"audio\" "
                                             "id=\"9\"/></Sources>");
                 }),
-        variant(clean, "Foreign", [](QByteArray& x) {
-            x.replace("</Session>", "<Processor type=\"lv2\" unique-id=\"urn:nowhere:echo\"/>"
-                                    "</Session>");
-        })};
+        variant(clean, "Foreign",
+                [](QByteArray& x) {
+                    x.replace("</Session>", "<Processor type=\"lv2\" "
+                                            "unique-id=\"urn:nowhere:echo\"/></Session>");
+                }),
+        variant(clean, "Elsewhere",
+                [](QByteArray& x) { x.replace("system:playback_", "card:out_"); })};
     writeFile(TempHome::home() + "/sessions/Pending/Pending.pending", "");
     {
         ScriptedAlerts alerts;
@@ -112,13 +115,15 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
           "  Gone: The project is missing", "  Newer: It was saved by a newer Ardour (format 8000)",
           "  Unrecorded: It misses recorded audio (Take 1.wav)",
           "  Foreign: It uses a plugin that is not installed (urn:nowhere:echo)",
-          "  In all: 17:05; 2 songs without a known length\n"})
+          "  Elsewhere: Its Master bus was saved connected to card:out_1, card:out_2, which this "
+          "JACK server does not have",
+          "  In all: 20:30; 2 songs without a known length\n"})
         EXPECT_TRUE(said.contains(line)) << line << "\nin:\n" << said.toStdString();
 
     const auto [jsonCode, json] = check({"--json"});
     EXPECT_EQ(jsonCode, 65);
     const QJsonObject gig = QJsonDocument::fromJson(json.toUtf8())["setlists"][0].toObject();
-    EXPECT_EQ(gig["seconds"].toDouble(), 5 * 205.0) << "the songs with a length, problems or not";
+    EXPECT_EQ(gig["seconds"].toDouble(), 6 * 205.0) << "the songs with a length, problems or not";
     EXPECT_EQ(gig["songs"][0]["passes"].toBool(), true);
     EXPECT_EQ(gig["songs"][1]["problems"].toArray().size(), 1);
     EXPECT_EQ(everything(), before) << "the check wrote something";
@@ -129,7 +134,7 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
     ASSERT_EQ(ExportCommand::run({"--json", "--setlist", "Gig"}, e, t), 0);
     e.flush();
     const QJsonObject plan = QJsonDocument::fromJson(exported.toUtf8())["setlists"][0].toObject();
-    EXPECT_EQ(plan["seconds"].toDouble(), 5 * 205.0);
+    EXPECT_EQ(plan["seconds"].toDouble(), 6 * 205.0);
     EXPECT_EQ(plan["songs"][0]["seconds"].toDouble(), 205.0);
 
     EXPECT_EQ(check({"--setlist", "Sunday"}).first, 2);

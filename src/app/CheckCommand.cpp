@@ -57,11 +57,12 @@ int CheckCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
             return 2;
         }
     }
-    const bool sessions =
-        GigmoraConfig::daw().control == GigmoraConfig::Daw::Control::SessionManager;
+    const GigmoraConfig::Daw daw = GigmoraConfig::daw();
+    const bool sessions = daw.control == GigmoraConfig::Daw::Control::SessionManager;
     const SystemCheck system = SystemCheck::now();
     const std::optional<int> rate = system.sampleRate;
     const PluginCatalog plugins;
+    const SessionCheck::Conditions conditions{sessions, rate, system.ports, daw.standby, &plugins};
     bool problems = false;
     QJsonArray lists;
     if (!json) {
@@ -75,8 +76,7 @@ int CheckCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
         int unknown = 0;
         QJsonArray songs;
         for (ManagedObject* song : setlist->orderedObjects("song")) {
-            const SessionCheck c =
-                SessionCheck::of(song->stringValue("path"), sessions, rate, plugins);
+            const SessionCheck c = SessionCheck::of(song->stringValue("path"), conditions);
             problems |= !c.passes();
             c.seconds ? void(total += *c.seconds) : void(++unknown);
             const QString title = song->stringValue("title");

@@ -48,10 +48,31 @@ Result<ArdourSession> ArdourSession::read(const QString& folder) {
     s.pending = QFileInfo::exists(s.snapshot.chopped(7) + ".pending");
     QXmlStreamReader xml(&file);
     bool session = false;
+    int depth = 0, routeDepth = -1, masterOutDepth = -1; // where the open Route and IO began
+    bool master = false;
     while (!xml.atEnd()) {
-        if (xml.readNext() != QXmlStreamReader::StartElement) continue;
+        const QXmlStreamReader::TokenType token = xml.readNext();
+        if (token == QXmlStreamReader::EndElement) {
+            if (depth == routeDepth) routeDepth = -1;
+            if (depth == masterOutDepth) masterOutDepth = -1;
+            --depth;
+        }
+        if (token != QXmlStreamReader::StartElement) continue;
+        ++depth;
         const QXmlStreamAttributes a = xml.attributes();
         const QStringView name = xml.name();
+        // The Master is known only by its PresentationInfo, which comes before its IOs.
+        if (name == u"Route") {
+            routeDepth = depth;
+            master = false;
+        } else if (name == u"PresentationInfo" && depth == routeDepth + 1) {
+            master = a.value("flags").contains(u"MasterOut");
+        } else if (name == u"IO" && master && depth == routeDepth + 1 &&
+                   a.value("direction") == u"Output") {
+            masterOutDepth = depth;
+        } else if (name == u"Connection" && masterOutDepth >= 0) {
+            s.masterConnections << a.value("other").toString();
+        }
         if (name == u"Session" && !session) {
             session = true;
             s.sampleRate = a.value("sample-rate").toInt();

@@ -8,7 +8,7 @@
 
 // What an Ardour session says of itself, read from its snapshot file as Ardour 7 writes it,
 // without changing anything: its rate and format, its length, the files it plays and the
-// plugins it uses.
+// plugins it uses, and where its Master bus was connected.
 struct ArdourSession {
     // Ardour 7 writes times as "a<superclocks>" at this many a second (or "b<ticks>" in beats).
     static constexpr qint64 kSuperclocks = 282240000;
@@ -22,6 +22,7 @@ struct ArdourSession {
     QStringList missingFiles;      // recordings and MIDI files not where Ardour looks
     QStringList lv2;               // the URIs of the LV2 plugins it uses
     bool pending = false;          // Ardour left a crash-recovery file
+    QStringList masterConnections; // the JACK ports the Master bus's outputs were saved on
 
     // The session in `folder` (its snapshot named after it, else the one there is).
     static Result<ArdourSession> read(const QString& folder);

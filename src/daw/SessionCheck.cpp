@@ -7,9 +7,10 @@
 #include <QFileInfo>
 #include <cmath>
 
-SessionCheck SessionCheck::of(const QString& path, bool sessions, std::optional<int> serverRate,
-                              const PluginCatalog& plugins) {
+SessionCheck SessionCheck::of(const QString& path, const Conditions& conditions) {
     SessionCheck c;
+    const bool sessions = conditions.sessions;
+    const std::optional<int>& serverRate = conditions.serverRate;
     const ProjectKind kind(sessions ? ProjectKind::Kind::SessionFolder
                                     : ProjectKind::Kind::LogicProject);
     const QString project = kind.projectPath(path);
@@ -49,7 +50,7 @@ SessionCheck SessionCheck::of(const QString& path, bool sessions, std::optional<
                                      "answer, or remove the file.")
                           .arg(QFileInfo(s.snapshot.chopped(7) + ".pending").fileName());
     for (const QString& uri : s.lv2)
-        if (!plugins.hasLv2(uri))
+        if (conditions.plugins && !conditions.plugins->hasLv2(uri))
             c.problems << QStringLiteral("It uses a plugin that is not installed (%1): Ardour "
                                          "loads the song with the plugin's place kept and "
                                          "nothing running there.")
@@ -59,6 +60,19 @@ SessionCheck SessionCheck::of(const QString& path, bool sessions, std::optional<
                                      "\"Missing Files\" question; skipped, those regions are "
                                      "silent.")
                           .arg(s.missingFiles.join(", "));
+    if (!conditions.routed && !conditions.serverPorts.isEmpty()) {
+        QStringList absent;
+        for (const QString& port : s.masterConnections)
+            if (!conditions.serverPorts.contains(port)) absent << port;
+        if (s.masterConnections.isEmpty())
+            c.problems << QStringLiteral("Its Master bus was saved connected to nothing: the song "
+                                         "is silent until it is connected in Ardour.");
+        else if (!absent.isEmpty())
+            c.problems << QStringLiteral("Its Master bus was saved connected to %1, which this "
+                                         "JACK server does not have: Ardour leaves %2 unconnected "
+                                         "and the song may be silent.")
+                              .arg(absent.join(", "), absent.size() == 1 ? "it" : "them");
+    }
     return c;
 }
 

@@ -12,12 +12,18 @@ struct SessionCheck {
     std::optional<double> seconds; // none when the project says nothing of it
     QStringList problems;
 
+    // What the songs are checked against.
+    struct Conditions {
+        bool sessions = false; // the session manager's control (Ardour), else Logic projects
+        std::optional<int> serverRate; // the running JACK server's; none without one
+        QStringList serverPorts;       // its ports; empty without one
+        bool routed = false; // Gigmora's router takes the DAWs' Master buses (the standby)
+        const PluginCatalog* plugins = nullptr;
+    };
+
     bool passes() const { return problems.isEmpty(); }
-    // `path` as the song keeps it; `sessions`: the session manager's control (Ardour
-    // sessions), else the default one (Logic projects); `serverRate`: the running JACK
-    // server's, none without one.
-    static SessionCheck of(const QString& path, bool sessions, std::optional<int> serverRate,
-                           const PluginCatalog& plugins);
+    // `path` as the song keeps it.
+    static SessionCheck of(const QString& path, const Conditions& conditions);
     // How long the song at `path` plays, as its project says; none when it says nothing.
     static std::optional<double> lengthOf(const QString& path, bool sessions);
     static QString length(double seconds); // "3:25"

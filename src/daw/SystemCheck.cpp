@@ -24,6 +24,11 @@ SystemCheck SystemCheck::now() {
         c.lines << QStringLiteral("The JACK server runs at %1 Hz, %2 frames a period.")
                        .arg(*c.sampleRate)
                        .arg(jack_get_buffer_size(client));
+        if (const char** ports = jack_get_ports(client, nullptr, nullptr, 0)) {
+            for (const char** p = ports; *p; ++p)
+                c.ports << QString::fromUtf8(*p);
+            jack_free(ports);
+        }
         if (!jack_is_realtime(client))
             problem(QStringLiteral("JACK does not run in real time: start it with -R (QjackCtl: "
                                    "Realtime) as a member of the audio group."));

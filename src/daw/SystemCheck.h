@@ -8,6 +8,7 @@
 // frequency governor. Each is a line; one that will hurt the show says how to fix it.
 struct SystemCheck {
     std::optional<int> sampleRate; // none without a running JACK server
+    QStringList ports;             // the running server's ports
     QStringList lines;
     int problems = 0;
 
