@@ -9,11 +9,8 @@
 #include "support/StageFixture.h"
 #include "support/StageStatus.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <climits>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -38,20 +35,7 @@ protected:
         ASSERT_EQ(jack_connect(witness_.client(), witness_.outputName(0).toUtf8().constData(),
                                witnessIn_.inputName(0).toUtf8().constData()),
                   0);
-        // A configuration as a musician's Ardour has one (without, each start is a first run
-        // to Ardour); the second instance starts from a copy of it.
-        const QString config =
-            QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/ardour7";
-        ASSERT_TRUE(QDir().mkpath(config));
-        QFile file(config + "/config");
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(
-            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Ardour>\n  <Config/>\n</Ardour>\n");
-        // A real-time server and this machine's locked-memory limit, which cannot be raised
-        // here, would stop every start on Ardour's warning about it.
-        QFile instant(config + "/instant.xml");
-        ASSERT_TRUE(instant.open(QIODevice::WriteOnly));
-        instant.write("<instant><no-memory-warning/></instant>\n");
+        ASSERT_NO_FATAL_FAILURE(writeArdourConfig());
         GigmoraConfig::Daw daw;
         daw.control = GigmoraConfig::Daw::Control::SessionManager;
         daw.standby = true;

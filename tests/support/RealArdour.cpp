@@ -17,10 +17,10 @@ bool titled(const QString& name) {
     return !search.readAllStandardOutput().trimmed().isEmpty();
 }
 
-QString ardourSession(const QString& name, int sampleRate, int heavyTracks) {
+QString ardourSession(const QString& name, int sampleRate, int heavyTracks, int recordMs) {
     const QString folder = TempHome::home() + "/sessions/" + name;
     QProcess make;
-    if (sampleRate == 48000 && heavyTracks == 0) {
+    if (sampleRate == 48000 && heavyTracks == 0 && recordMs == 0) {
         make.start("ardour7-new_session", {folder, name});
     } else {
         const QString script = TempHome::home() + "/make-" + name + ".lua";
@@ -34,6 +34,14 @@ for t in tracks:iter() do
     t:add_processor_by_index(ARDOUR.LuaAPI.new_plugin(s, name, ARDOUR.PluginType.LV2, ""),
                              -1, nil, true)
   end
+  if %5 > 0 then t:rec_enable_control():set_value(1, PBD.GroupControlDisposition.NoGroup) end
+end
+if %5 > 0 then
+  s:maybe_enable_record(false)
+  s:request_roll(ARDOUR.TransportRequestSource.TRS_UI)
+  ARDOUR.LuaAPI.usleep(%5 * 1000)
+  s:request_stop(false, false, ARDOUR.TransportRequestSource.TRS_UI)
+  ARDOUR.LuaAPI.usleep(500000)
 end
 s:save_state("", false, false, false, false, false)
 close_session()
@@ -42,12 +50,25 @@ quit()
                                        .arg(folder, name)
                                        .arg(sampleRate)
                                        .arg(heavyTracks)
+                                       .arg(recordMs)
                                        .toUtf8());
         make.start("ardour7-lua", {script});
     }
     make.waitForFinished(60000);
     EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour")) << make.readAll().toStdString();
     return folder;
+}
+
+void writeArdourConfig() {
+    // The second instance of a standby starts from a copy of it.
+    const QString config =
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/ardour7";
+    helpers::writeFile(config + "/config",
+                       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Ardour><Config/></Ardour>\n");
+    // A real-time server and this machine's locked-memory limit, which cannot be raised here,
+    // would stop every start on Ardour's warning about it.
+    helpers::writeFile(config + "/instant.xml", "<instant><no-memory-warning/></instant>\n");
+    ASSERT_TRUE(QFileInfo::exists(config + "/instant.xml"));
 }
 
 int ardourProcesses() {

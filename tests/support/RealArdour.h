@@ -15,8 +15,14 @@ bool titled(const QString& name);
 // A session with a stereo Master bus under the temporary home, made by Ardour's own tool (the
 // empty-session tool makes none, and a song without one reaches no speaker); its folder. Made
 // headless by Ardour's Lua session tool when it is to be recorded at another rate or to be
-// heavy: `heavyTracks` stereo tracks with four of Ardour's plugins each.
-QString ardourSession(const QString& name, int sampleRate = 48000, int heavyTracks = 0);
+// heavy: `heavyTracks` stereo tracks with four of Ardour's plugins each, which record for
+// `recordMs` (the recording also gives the session its range).
+QString ardourSession(const QString& name, int sampleRate = 48000, int heavyTracks = 0,
+                      int recordMs = 0);
+
+// Ardour's configuration as a musician's Ardour has one under the temporary home: without one
+// each start is a first run to Ardour, which asks nothing. Use with ASSERT_NO_FATAL_FAILURE.
+void writeArdourConfig();
 
 // Ardour processes running on this machine (the `ardour` script starts one of these).
 int ardourProcesses();
