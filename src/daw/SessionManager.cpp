@@ -5,9 +5,11 @@
 #include "platform/Guard.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcessEnvironment>
+#include <QStandardPaths>
 #include <signal.h>
 
 namespace {
@@ -336,4 +338,27 @@ void SessionManager::shutdown(int graceMs) {
     DawRecord::remove(recordFile());
     QFile::remove(outputFile());
     QDir().rmdir(options_.runtimeFolder);
+}
+
+QString SessionManager::configHomeFor(const QString& clientId) {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/Gigmora/") + clientId;
+}
+
+void SessionManager::seedConfigHome(const QStringList& program, const QString& home) {
+    if (program.isEmpty() || QFileInfo::exists(home)) return;
+    QDir().mkpath(home);
+    const QString prefix = nameOf(program).toLower();
+    const QDir own(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation));
+    for (const QString& folder : own.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (!folder.toLower().startsWith(prefix)) continue;
+        const QString from = own.filePath(folder);
+        QDirIterator files(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            const QString file = files.next();
+            const QString to = home + '/' + folder + '/' + QDir(from).relativeFilePath(file);
+            QDir().mkpath(QFileInfo(to).path());
+            QFile::copy(file, to);
+        }
+    }
 }

@@ -83,6 +83,11 @@ public:
     static QString recordFileIn(const QString& runtimeFolder, const QString& clientId);
     // Ends the DAW that `recordFile` names, left running by an earlier Gigmora (SIGTERM, then
     // SIGKILL), and removes the record once it is gone; that process, or null when none runs.
+    // A configuration home of its own for a DAW beside the musician's (under Gigmora's), and
+    // its first contents: a copy of the musician's configuration of that DAW (the folders
+    // named after its program, "ardour7" for Ardour), made once; then it keeps its own.
+    static QString configHomeFor(const QString& clientId);
+    static void seedConfigHome(const QStringList& program, const QString& home);
     static DawProcess* endRecordedDaw(const QString& recordFile, const QString& name,
                                       QObject* owner);
 

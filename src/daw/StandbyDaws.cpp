@@ -3,32 +3,7 @@
 #include "daw/DawLog.h"
 #include "platform/Guard.h"
 
-#include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
-#include <QStandardPaths>
-
-namespace {
-// The second instance starts from a copy of the musician's configuration of that DAW (the
-// folders named after its program, "ardour7" for Ardour), made once; then it keeps its own.
-void seedConfigHome(const QStringList& program, const QString& home) {
-    if (program.isEmpty() || QFileInfo::exists(home)) return;
-    QDir().mkpath(home);
-    const QString prefix = SessionManager::nameOf(program).toLower();
-    const QDir own(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation));
-    for (const QString& folder : own.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        if (!folder.toLower().startsWith(prefix)) continue;
-        const QString from = own.filePath(folder);
-        QDirIterator files(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-        while (files.hasNext()) {
-            const QString file = files.next();
-            const QString to = home + '/' + folder + '/' + QDir(from).relativeFilePath(file);
-            QDir().mkpath(QFileInfo(to).path());
-            QFile::copy(file, to);
-        }
-    }
-}
-} // namespace
 
 // Neither name begins with the other: Ardour takes every port whose name begins with its own
 // client's name for one of its own, and would handle the other instance's ports as its own.
@@ -64,7 +39,7 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
             // The DAW writes its configuration as it goes: the second one gets a home of its
             // own, so that neither overwrites the other's.
             const QString home = configHome(i);
-            seedConfigHome(o.program, home);
+            SessionManager::seedConfigHome(o.program, home);
             o.environment << QStringLiteral("XDG_CONFIG_HOME=") + home;
         }
         // Announced, or back from a death, an instance takes the song its role asks for.
@@ -192,8 +167,7 @@ void StandbyDaws::setPlan(const StagePlan& plan) {
 
 QString StandbyDaws::configHome(int instance) {
     if (instance == 0) return QString(); // the musician's own
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-           QStringLiteral("/Gigmora/") + clientId(instance);
+    return SessionManager::configHomeFor(clientId(instance));
 }
 
 void StandbyDaws::shutdown() {
