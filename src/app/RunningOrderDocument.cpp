@@ -207,7 +207,7 @@ void drawSongs(QPainter& p, const Sheet& sheet, const Layout& l, const Order& or
         }
         y += l.songGap;
     }
-    if (end == songs.size() && !order.total.isEmpty()) {
+    if (page + 1 == l.pageStarts.size() && !order.total.isEmpty()) {
         p.setFont(FontFaces::font(kNumberFace, std::min(l.points, kNamePoints)));
         p.drawText(QPointF(0, y), order.total);
     }
