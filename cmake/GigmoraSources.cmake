@@ -219,6 +219,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/SessionManager.h
     src/daw/SessionPlan.cpp
     src/daw/SessionPlan.h
+    src/daw/SongLengths.cpp
+    src/daw/SongLengths.h
     src/daw/StagePlan.cpp
     src/daw/StagePlan.h
     src/daw/StandbyDaws.cpp

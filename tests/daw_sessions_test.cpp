@@ -27,14 +27,6 @@ void useTheStandIn() {
     daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
     GigmoraConfig::setDaw(daw);
 }
-
-// An Ardour-like session folder: a folder holding NAME.ardour.
-QString session(const QString& name) {
-    const QString folder = TempHome::home() + "/sessions/" + name;
-    QDir().mkpath(folder);
-    writeFile(folder + "/" + name + ".ardour", "<Session/>");
-    return folder;
-}
 } // namespace
 
 // Gigmora as the session manager of a DAW, through the window.
@@ -68,11 +60,14 @@ TEST_F(DawSessions, ASetlistOfSessionsPlaysThrough) {
 
     ManagedObject* gig = currentSetlist();
     ASSERT_TRUE(gig);
-    for (const char* name : {"Opener", "Ballad"})
+    const std::pair<const char*, int> songs[] = {{"Opener", 205}, {"Ballad", 0}};
+    for (const auto& [name, seconds] : songs)
         gig->mutableOrderedSetValueForKey("song").addObject(
-            addSong(context(), name, session(name), 1));
+            addSong(context(), name, session(name, seconds), 1));
     app->currentSetlistArrayController()->setSelectionIndex(0);
-    processEvents();
+    EXPECT_TRUE(waitUntil([&] {
+        return stage()->timeLeft() == "Time left: 3:25 (1 song without a known length)";
+    })) << stage()->timeLeft().toStdString();
     auto* next = stage()->findChild<QPushButton*>("nextButton");
     const qint64 pid = app->dawControl()->sessionManager()->dawProcessId();
     QTest::mouseClick(next, Qt::LeftButton);
@@ -80,6 +75,7 @@ TEST_F(DawSessions, ASetlistOfSessionsPlaysThrough) {
         << stage()->dawState().toStdString();
     EXPECT_EQ(app->dawControl()->sessionManager()->loadedPath(), session("Ballad"));
     EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "one DAW";
+    EXPECT_EQ(stage()->timeLeft(), "Time left: 0:00 (1 song without a known length)");
     app->requestQuit(); // ends it, after the library is saved
     EXPECT_NE(::kill(pid_t(pid), 0), 0);
     EXPECT_TRUE(readFile(storePath()).contains("Ballad"));

@@ -4,6 +4,7 @@
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
 #include "library/OrderedRelation.h"
+#include "settings/GigmoraConfig.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
 #include "support/PdfReading.h"
@@ -25,9 +26,15 @@ TEST_F(PrintRunningOrder, PrintingGivesWhatTheExportWrites) {
     ManagedObject* setlist = currentSetlist();
     ASSERT_NE(setlist, nullptr);
     setlist->setValue("name", "Frühschoppen");
-    for (const auto& song : addSongs({"Intro", "Ça plane pour moi", "Outro"}))
+    const auto songs = addSongs({"Intro", "Ça plane pour moi", "Outro"});
+    for (const auto& song : songs)
         setlist->mutableOrderedSetValueForKey("song").addObject(song);
+    songs[0]->setValue("path", session("Intro", 205));
     ASSERT_TRUE(context().save());
+    // Lengths come from sessions: the export reads the control from the configuration.
+    GigmoraConfig::Daw daw;
+    daw.control = GigmoraConfig::Daw::Control::SessionManager;
+    GigmoraConfig::setDaw(daw);
 
     ASSERT_NE(action(), nullptr);
     // What the dialog's "Print to File (PDF)" does once accepted.
@@ -37,7 +44,7 @@ TEST_F(PrintRunningOrder, PrintingGivesWhatTheExportWrites) {
     printer.setOutputFileName(printed);
     printer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
                                       QMarginsF(12, 12, 12, 12), QPageLayout::Millimeter));
-    ASSERT_TRUE(RunningOrderDocument({setlist}).print(printer));
+    ASSERT_TRUE(RunningOrderDocument({setlist}, true).print(printer));
 
     const QString exported = TempHome::home() + "/exported.pdf";
     QString out, err;
@@ -48,6 +55,9 @@ TEST_F(PrintRunningOrder, PrintingGivesWhatTheExportWrites) {
     const QStringList pages = pdf::pageTexts(printed);
     ASSERT_EQ(pages.size(), 1);
     EXPECT_EQ(pages, pdf::pageTexts(exported));
+    EXPECT_TRUE(pages[0].contains("3:25")) << pages[0].toStdString();
+    EXPECT_TRUE(pages[0].contains("In all: 3:25; 2 songs without a known length"))
+        << pages[0].toStdString();
 }
 
 TEST_F(PrintRunningOrder, WithoutASetlistItSaysSoAndPrintsNothing) {

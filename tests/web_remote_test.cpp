@@ -4,6 +4,7 @@
 #include "support/LibraryHelpers.h"
 #include "support/StageFixture.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
@@ -55,6 +56,7 @@ QByteArray cookieOf(const Reply& r) {
 StageSnapshot friday() {
     return {.setlist = "Friday",
             .songs = {"Opener", "Ballad", "Encore"},
+            .seconds = {205, std::nullopt, 62},
             .currentRow = 0,
             .current = "Opener",
             .next = "Next: Ballad"};
@@ -129,12 +131,16 @@ TEST(WebRemote, PagesNeedTheSessionAndTheirOrigin) {
 
     StageSnapshot moved = friday();
     moved.currentRow = 1;
+    moved.secondsLeft = 62;
     moved.state = "Loading Ballad…";
     moved.daw = {DawStatus::Phase::Loading, "Ballad"};
     remote.publish(moved);
     EXPECT_TRUE(waitUntil([&] { return page.messages.last().contains("\"current\":1"); }));
     const QJsonObject stage = QJsonDocument::fromJson(page.messages.last().toUtf8()).object();
     EXPECT_EQ(stage["state"].toString(), "Loading Ballad…");
+    EXPECT_EQ(QJsonDocument(stage["seconds"].toArray()).toJson(QJsonDocument::Compact),
+              "[205,null,62]");
+    EXPECT_EQ(stage["secondsLeft"].toDouble(), 62);
     EXPECT_EQ(QJsonDocument(stage["daw"].toObject()).toJson(QJsonDocument::Compact),
               R"({"code":0,"next":"","phase":"loading","reason":"","refused":"","song":"Ballad",)"
               R"("standby":"off"})");

@@ -12,17 +12,33 @@
     if (socket && socket.readyState === WebSocket.OPEN) socket.send(JSON.stringify(command));
   }
 
+  // As Gigmora writes lengths: "3:25", "1:02:03".
+  function length(seconds) {
+    const t = Math.round(seconds);
+    const two = function (n) { return (n < 10 ? "0" : "") + n; };
+    const m = Math.floor(t / 60) % 60, h = Math.floor(t / 3600);
+    return (h > 0 ? h + ":" + two(m) : Math.floor(t / 60)) + ":" + two(t % 60);
+  }
+
   function draw(s) {
     stage = s;
     document.getElementById("setlist").textContent = s.setlist || "No setlist";
     document.getElementById("state").textContent = s.state || "";
     document.getElementById("next").textContent = s.next || "";
+    document.getElementById("left").textContent = s.timeLeft || "";
     document.title = s.setlist ? s.setlist + " – Gigmora" : "Gigmora";
     const rows = s.songs.map(function (title, i) {
       const li = document.createElement("li");
       const b = document.createElement("button");
       b.type = "button";
       b.textContent = title;
+      const seconds = (s.seconds || [])[i];
+      if (typeof seconds === "number") {
+        const span = document.createElement("span");
+        span.className = "length";
+        span.textContent = length(seconds);
+        b.appendChild(span);
+      }
       b.addEventListener("click", function () {
         send({ do: "song", row: i, title: title, setlist: stage.setlist });
       });

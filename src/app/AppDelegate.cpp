@@ -137,8 +137,10 @@ void AppDelegate::wireWindow(ObjectContext* context) {
             &StageRequests::recordedNumber);
     guardedConnect(w->activeButton(), &QCheckBox::clicked, this,
                    "activeButton:", [this] { activeButton(); });
-    connect(stageState_, &StageState::changed, stage, [stage](const StageSnapshot& now) {
+    guardedConnect(stageState_, &StageState::changed, stage, "showStage", [this, stage] {
+        const StageSnapshot& now = stageState_->snapshot();
         stage->setNextSong(now.next);
+        stage->setTimeLeft(now.timeLeft);
         stage->setDawState(now.state);
     });
     wireModes();

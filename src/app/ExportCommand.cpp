@@ -56,13 +56,14 @@ QString parse(const QStringList& arguments, Options& o) {
     return {};
 }
 
-int writePdf(const QString& path, const QList<ManagedObject*>& setlists, QTextStream& err) {
+int writePdf(const QString& path, const QList<ManagedObject*>& setlists, bool sessions,
+             QTextStream& err) {
     if (setlists.isEmpty()) {
         err << "The library has no setlist to print.\n";
         return 2;
     }
     QString whyNot;
-    if (RunningOrderDocument(setlists).saveAsPdf(path, &whyNot)) return 0;
+    if (RunningOrderDocument(setlists, sessions).saveAsPdf(path, &whyNot)) return 0;
     err << "Could not write \"" << path << "\": " << whyNot << "\n";
     return kCannotCreate;
 }
@@ -151,9 +152,9 @@ int ExportCommand::run(const QStringList& arguments, QTextStream& out, QTextStre
             return 2;
         }
     }
-    if (!o.pdf.isNull()) return writePdf(o.pdf, setlists, err);
     const bool sessions =
         GigmoraConfig::daw().control == GigmoraConfig::Daw::Control::SessionManager;
+    if (!o.pdf.isNull()) return writePdf(o.pdf, setlists, sessions, err);
     const auto songs = LibraryFilter::removeDuplicatesInArray(
         context.executeFetchRequest({"Song", {}, LibraryStack::allSongsSortDescriptor(), 0}));
 

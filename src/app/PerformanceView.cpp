@@ -14,6 +14,8 @@ PerformanceView::PerformanceView(QWidget* parent)
     ui_->nextSongLabel->setFont(FontFaces::font("Dosis-Medium", 22));
     ui_->dawStateLabel->setFont(FontFaces::font("Dosis-Medium", 16));
     ui_->dawStateLabel->hide();
+    ui_->timeLeftLabel->setFont(FontFaces::font("Dosis-Medium", 18));
+    ui_->timeLeftLabel->hide();
     connect(ui_->nextButton, &QPushButton::clicked, this, &PerformanceView::nextClicked);
     connect(ui_->previousButton, &QPushButton::clicked, this, &PerformanceView::previousClicked);
     connect(ui_->goButton, &QPushButton::clicked, this, &PerformanceView::goToProjectClicked);
@@ -46,6 +48,15 @@ void PerformanceView::setNextSong(const QString& text) {
 
 QString PerformanceView::nextSong() const {
     return ui_->nextSongLabel->text();
+}
+
+void PerformanceView::setTimeLeft(const QString& text) {
+    ui_->timeLeftLabel->setText(text);
+    ui_->timeLeftLabel->setVisible(!text.isEmpty());
+}
+
+QString PerformanceView::timeLeft() const {
+    return ui_->timeLeftLabel->text();
 }
 
 void PerformanceView::setDawState(const QString& text) {

@@ -23,6 +23,9 @@ public:
     QString setlistName() const;
     void setNextSong(const QString& text);
     QString nextSong() const;
+    // "Time left: 42:10"; hidden when no song of the set has a known length.
+    void setTimeLeft(const QString& text);
+    QString timeLeft() const;
     // What the DAW is doing ("Loading Ballad…"); hidden when there is nothing to say.
     void setDawState(const QString& text);
     QString dawState() const;

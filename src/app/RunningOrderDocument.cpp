@@ -1,5 +1,7 @@
 #include "app/RunningOrderDocument.h"
 
+#include "daw/SessionCheck.h"
+#include "daw/SongLengths.h"
 #include "library/ManagedObject.h"
 #include "platform/FontFaces.h"
 
@@ -28,6 +30,13 @@ const char kNumberFace[] = "Dosis-Medium";
 struct Song {
     QString number;
     QString title;
+    QString length; // empty when unknown
+};
+
+// A setlist as the page shows it: its songs, then its total, if any song's length is known.
+struct Order {
+    QList<Song> songs;
+    QString total; // "In all: 42:10; 2 songs without a known length"
 };
 
 // The page's paint area, measured in the device's pixels.
@@ -89,6 +98,7 @@ struct Layout {
     qreal points = 0;
     qreal numberRight = 0; // where the numbers end
     qreal titleLeft = 0;   // and the titles begin
+    qreal lengthWidth = 0; // the lengths' column at the right
     qreal lineHeight = 0;
     qreal songGap = 0;
     QList<Title> titles;
@@ -97,18 +107,23 @@ struct Layout {
     qsizetype cut = 0;              // titles cut short
 };
 
-Layout layOut(const Sheet& sheet, const QList<Song>& songs, qreal points) {
+Layout layOut(const Sheet& sheet, const Order& order, qreal points) {
+    const QList<Song>& songs = order.songs;
     Layout l;
     l.points = points;
     const QFont titleFont = FontFaces::font(kTitleFace, points);
     const QFontMetricsF numbers = sheet.metrics(FontFaces::font(kNumberFace, points));
-    for (const Song& s : songs)
+    for (const Song& s : songs) {
         l.numberRight = std::max(l.numberRight, numbers.horizontalAdvance(s.number));
+        l.lengthWidth = std::max(l.lengthWidth, numbers.horizontalAdvance(s.length));
+    }
     l.titleLeft = l.numberRight + sheet.px(points * 0.6);
+    const qreal lengthRoom = l.lengthWidth > 0 ? l.lengthWidth + sheet.px(points * 0.6) : 0;
     l.lineHeight = sheet.metrics(titleFont).lineSpacing();
     l.songGap = sheet.px(points * 0.04);
     // However the margins were set, a title keeps room for a few letters.
-    const qreal titleWidth = std::max(sheet.width() - l.titleLeft, sheet.px(points * 4));
+    const qreal titleWidth =
+        std::max(sheet.width() - l.titleLeft - lengthRoom, sheet.px(points * 4));
     const qreal body = sheet.height() - sheet.headerHeight();
     qreal y = 0;
     for (qsizetype i = 0; i < songs.size(); ++i) {
@@ -123,15 +138,16 @@ Layout layOut(const Sheet& sheet, const QList<Song>& songs, qreal points) {
         l.cut += title.cut ? 1 : 0;
         l.titles << std::move(title);
     }
+    // The total takes a title's line after the last song, on a page of its own if need be.
+    if (!order.total.isEmpty() && y > 0 && y + l.lineHeight > body) l.pageStarts << songs.size();
     return l;
 }
 
 // The largest size with no more pages than the floor and no more of what `crowding` counts.
 template <typename Crowding>
-Layout largest(const Sheet& sheet, const QList<Song>& songs, const Layout& floor,
-               Crowding crowding) {
+Layout largest(const Sheet& sheet, const Order& order, const Layout& floor, Crowding crowding) {
     for (qreal points = kLargest; points > floor.points; points -= kStep) {
-        Layout l = layOut(sheet, songs, points);
+        Layout l = layOut(sheet, order, points);
         if (l.pageStarts.size() <= floor.pageStarts.size() && crowding(l) <= crowding(floor))
             return l;
     }
@@ -141,12 +157,12 @@ Layout largest(const Sheet& sheet, const QList<Song>& songs, const Layout& floor
 // As few pages as the smallest allowed size gives, in the largest type that breaks no title
 // only to grow. Titles stay whole while the type stays readable from two metres; below that
 // the type wins and a long title is cut short.
-Layout bestLayout(const Sheet& sheet, const QList<Song>& songs) {
-    const qreal smallest = songs.size() <= kShortList ? kShortListSmallest : kSmallest;
-    const Layout floor = layOut(sheet, songs, smallest);
-    Layout whole = largest(sheet, songs, floor, [](const Layout& l) { return l.lines + l.cut; });
+Layout bestLayout(const Sheet& sheet, const Order& order) {
+    const qreal smallest = order.songs.size() <= kShortList ? kShortListSmallest : kSmallest;
+    const Layout floor = layOut(sheet, order, smallest);
+    Layout whole = largest(sheet, order, floor, [](const Layout& l) { return l.lines + l.cut; });
     if (whole.points >= kShortListSmallest) return whole;
-    return largest(sheet, songs, floor, [](const Layout& l) { return l.lines; });
+    return largest(sheet, order, floor, [](const Layout& l) { return l.lines; });
 }
 
 // The name on the left, the date and page on the right, a rule under both.
@@ -166,8 +182,9 @@ void drawHeader(QPainter& p, const Sheet& sheet, const QString& name, const QStr
                Qt::black);
 }
 
-void drawSongs(QPainter& p, const Sheet& sheet, const Layout& l, const QList<Song>& songs,
+void drawSongs(QPainter& p, const Sheet& sheet, const Layout& l, const Order& order,
                qsizetype page) {
+    const QList<Song>& songs = order.songs;
     const QFont titleFont = FontFaces::font(kTitleFace, l.points);
     const QFont numberFont = FontFaces::font(kNumberFace, l.points);
     const QFontMetricsF numbers = sheet.metrics(numberFont);
@@ -181,6 +198,8 @@ void drawSongs(QPainter& p, const Sheet& sheet, const Layout& l, const QList<Son
         p.setFont(numberFont);
         p.drawText(QPointF(l.numberRight - numbers.horizontalAdvance(songs[i].number), y),
                    songs[i].number);
+        p.drawText(QPointF(sheet.width() - numbers.horizontalAdvance(songs[i].length), y),
+                   songs[i].length);
         p.setFont(titleFont);
         for (const QString& line : l.titles[i].lines) {
             p.drawText(QPointF(l.titleLeft, y), line);
@@ -188,13 +207,28 @@ void drawSongs(QPainter& p, const Sheet& sheet, const Layout& l, const QList<Son
         }
         y += l.songGap;
     }
+    if (page + 1 == l.pageStarts.size() && !order.total.isEmpty()) {
+        p.setFont(FontFaces::font(kNumberFace, std::min(l.points, kNamePoints)));
+        p.drawText(QPointF(0, y), order.total);
+    }
 }
 
-QList<Song> songsOf(const ManagedObject* setlist) {
-    QList<Song> songs;
-    for (const ManagedObject* s : setlist->orderedObjects("song"))
-        songs << Song{RunningOrderDocument::songNumber(s), s->stringValue("title")};
-    return songs;
+Order orderOf(const ManagedObject* setlist, bool sessions) {
+    Order order;
+    double total = 0;
+    int known = 0, unknown = 0;
+    for (const ManagedObject* s : setlist->orderedObjects("song")) {
+        const std::optional<double> seconds =
+            SessionCheck::lengthOf(s->stringValue("path"), sessions);
+        seconds ? void((total += *seconds, ++known)) : void(++unknown);
+        order.songs << Song{RunningOrderDocument::songNumber(s), s->stringValue("title"),
+                            seconds ? SessionCheck::length(*seconds) : QString()};
+    }
+    // Logic projects say nothing of their lengths: no total to plan with.
+    if (known > 0)
+        order.total = QStringLiteral("In all: ") + SessionCheck::length(total) +
+                      (unknown > 0 ? "; " + SongLengths::withoutLength(unknown) : QString());
+    return order;
 }
 
 QString detail(const ManagedObject* setlist, qsizetype page, qsizetype pages) {
@@ -207,8 +241,8 @@ QString detail(const ManagedObject* setlist, qsizetype page, qsizetype pages) {
 }
 } // namespace
 
-RunningOrderDocument::RunningOrderDocument(QList<ManagedObject*> setlists)
-    : setlists_(std::move(setlists)) {}
+RunningOrderDocument::RunningOrderDocument(QList<ManagedObject*> setlists, bool sessions)
+    : setlists_(std::move(setlists)), sessions_(sessions) {}
 
 QString RunningOrderDocument::songNumber(const ManagedObject* song) {
     const QVariant n = song->value("midiIn");
@@ -222,14 +256,14 @@ bool RunningOrderDocument::print(QPagedPaintDevice& device) const {
     const Sheet sheet(device);
     bool first = true;
     for (const ManagedObject* setlist : setlists_) {
-        const QList<Song> songs = songsOf(setlist);
-        const Layout layout = bestLayout(sheet, songs);
+        const Order order = orderOf(setlist, sessions_);
+        const Layout layout = bestLayout(sheet, order);
         const qsizetype pages = layout.pageStarts.size();
         for (qsizetype page = 0; page < pages; ++page) {
             if (!first && !device.newPage()) return false;
             first = false;
             drawHeader(painter, sheet, setlist->stringValue("name"), detail(setlist, page, pages));
-            drawSongs(painter, sheet, layout, songs, page);
+            drawSongs(painter, sheet, layout, order, page);
         }
     }
     return painter.end();

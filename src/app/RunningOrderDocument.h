@@ -7,11 +7,13 @@ class ManagedObject;
 class QPagedPaintDevice;
 
 // Setlists as running orders on paper: the setlist's name and date at the top of every page,
-// then each song in order, number and title, as large as the page allows while staying
-// readable from the floor of a stage. The print dialog's printer and the exported PDF share it.
+// then each song in order, number, title and length, as large as the page allows while staying
+// readable from the floor of a stage, and the set's total. The print dialog's printer and the
+// exported PDF share it.
 class RunningOrderDocument {
 public:
-    explicit RunningOrderDocument(QList<ManagedObject*> setlists);
+    // `sessions`: the session manager's control, whose projects say how long songs play.
+    RunningOrderDocument(QList<ManagedObject*> setlists, bool sessions);
 
     // Every setlist from a new page of the device, in the device's page size and margins.
     // False when the device cannot be painted on.
@@ -25,4 +27,5 @@ public:
 
 private:
     QList<ManagedObject*> setlists_;
+    bool sessions_;
 };

@@ -5,6 +5,7 @@
 #include "library/ManagedObject.h"
 #include "platform/Alerts.h"
 #include "platform/GuardedConnect.h"
+#include "settings/GigmoraConfig.h"
 
 #include <QAction>
 #include <QMenu>
@@ -32,7 +33,9 @@ void print(ArrayController* setlists, QWidget* window) {
     QPrintDialog dialog(&printer, window);
     dialog.setWindowTitle("Print Running Order");
     if (dialog.exec() != QDialog::Accepted) return;
-    if (!RunningOrderDocument({chosen.first()}).print(printer))
+    const bool sessions =
+        GigmoraConfig::daw().control == GigmoraConfig::Daw::Control::SessionManager;
+    if (!RunningOrderDocument({chosen.first()}, sessions).print(printer))
         tell("Could Not Print", "The printer did not take the running order.");
 }
 } // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "daw/SongLengths.h"
 #include "performance/StageSnapshot.h"
 
 #include <QObject>
@@ -34,12 +35,13 @@ signals:
 private:
     void schedule();
     void publish();
-    StageSnapshot build() const;
+    StageSnapshot build();
 
     LibraryFilter* filter_; // lives as long as the application
     QPointer<ArrayController> currentSetlist_;
     QPointer<StagePosition> position_;
     QPointer<DawControl> daw_;
+    SongLengths lengths_;
     StageSnapshot snapshot_;
     bool pending_ = false;
 };

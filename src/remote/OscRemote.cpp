@@ -81,6 +81,7 @@ void OscRemote::sendStage(const QHostAddress& to, quint16 port) {
     const std::pair<const char*, QString> parts[] = {{"/gigmora/setlist", stage_.setlist},
                                                      {"/gigmora/current", stage_.current},
                                                      {"/gigmora/next", stage_.next},
+                                                     {"/gigmora/timeleft", stage_.timeLeft},
                                                      {"/gigmora/state", stage_.state}};
     for (const auto& [path, text] : parts)
         endpoint_.send({QString::fromLatin1(path), {text}}, to, port);

@@ -224,7 +224,14 @@ QByteArray WebRemote::stageJson() const {
     QJsonObject o;
     o.insert(QLatin1String("setlist"), stage_.setlist);
     o.insert(QLatin1String("songs"), QJsonArray::fromStringList(stage_.songs));
+    QJsonArray seconds;
+    for (const std::optional<double>& s : stage_.seconds)
+        seconds.append(s ? QJsonValue(*s) : QJsonValue());
+    o.insert(QLatin1String("seconds"), seconds);
     o.insert(QLatin1String("current"), stage_.currentRow);
+    o.insert(QLatin1String("secondsLeft"),
+             stage_.secondsLeft ? QJsonValue(*stage_.secondsLeft) : QJsonValue());
+    o.insert(QLatin1String("timeLeft"), stage_.timeLeft);
     o.insert(QLatin1String("next"), stage_.next);
     o.insert(QLatin1String("state"), stage_.state);
     const DawStatus& d = stage_.daw;

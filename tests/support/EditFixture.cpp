@@ -47,6 +47,19 @@ QString EditFixture::project(const QString& name, bool folder) {
     return path;
 }
 
+QString EditFixture::session(const QString& name, int seconds) {
+    const QString folder = TempHome::home() + "/sessions/" + name;
+    QDir().mkpath(folder);
+    // Ardour 7 writes times in superclocks, 282,240,000 a second.
+    writeFile(folder + "/" + name + ".ardour",
+              seconds ? QString("<Session><Locations><Location start=\"a0\" end=\"a%1\" "
+                                "flags=\"IsSessionRange\"/></Locations></Session>")
+                            .arg(qint64(seconds) * 282240000)
+                            .toUtf8()
+                      : "<Session/>");
+    return folder;
+}
+
 QList<ManagedObject*> EditFixture::addSongs(const QStringList& names) {
     QList<ManagedObject*> songs;
     int n = 1;

@@ -29,6 +29,8 @@ protected:
     ObjectContext& context() { return *app->managedObjectContext(); }
     // A project folder (or, with `folder` false, a plain file) under the temporary home.
     static QString project(const QString& name, bool folder = true);
+    // An Ardour-like session folder holding NAME.ardour, with a session range when `seconds`.
+    static QString session(const QString& name, int seconds = 0);
     // Library songs, numbered from 1 in this order.
     QList<ManagedObject*> addSongs(const QStringList& names);
     // A launched library whose setlist "Gig" of these songs is the current one (between "Fri"
