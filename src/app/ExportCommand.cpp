@@ -2,6 +2,7 @@
 
 #include "app/RunningOrderDocument.h"
 #include "daw/SessionCheck.h"
+#include "daw/SongLengths.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryFilter.h"
 #include "library/LibraryStack.h"
@@ -120,7 +121,7 @@ void printSetlist(QTextStream& out, const ManagedObject* setlist, bool sessions)
             << (seconds ? "  " + SessionCheck::length(*seconds) : QString()) << "\n";
     }
     out << "     In all: " << SessionCheck::length(total);
-    if (unknown > 0) out << "; " << unknown << " without a known length";
+    if (unknown > 0) out << "; " << SongLengths::withoutLength(unknown);
     out << "\n\n";
 }
 } // namespace
