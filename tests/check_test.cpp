@@ -1,15 +1,10 @@
 #include "app/CheckCommand.h"
 #include "app/ExportCommand.h"
 #include "daw/SessionCheck.h"
-#include "library/LibraryStack.h"
-#include "library/ManagedObject.h"
-#include "library/ObjectContext.h"
-#include "library/OrderedRelation.h"
 #include "settings/GigmoraConfig.h"
 #include "support/JackAvailable.h"
 #include "support/LibraryHelpers.h"
 #include "support/RealArdour.h"
-#include "support/ScriptedAlerts.h"
 #include "support/TempHome.h"
 
 #include <QCryptographicHash>
@@ -17,26 +12,12 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTextStream>
 #include <gtest/gtest.h>
 
 using namespace helpers;
 
 namespace {
-// A copy of the session `from` as `name`, its snapshot changed by `edit`.
-QString variant(const QString& from, const QString& name,
-                const std::function<void(QByteArray&)>& edit = {}) {
-    const QString to = TempHome::home() + "/sessions/" + name;
-    QProcess::execute("cp", {"-a", from, to});
-    const QString snapshot = to + "/" + QFileInfo(from).fileName() + ".ardour";
-    QByteArray xml = readFile(snapshot);
-    if (edit) edit(xml);
-    QFile::remove(snapshot);
-    writeFile(to + "/" + name + ".ardour", xml);
-    return to;
-}
-
 // Every file under the temporary home, by its checksum: what the check must leave alone.
 QMap<QString, QByteArray> everything() {
     QMap<QString, QByteArray> sums;
@@ -72,28 +53,19 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
     const QStringList songs{
         clean,
         ardourSession("Odd", 44100),
-        variant(clean, "Pending"),
+        copySession(clean, "Pending"),
         TempHome::home() + "/sessions/Gone",
-        variant(clean, "Newer",
-                [](QByteArray& x) { x.replace("version=\"7002\"", "version=\"8000\""); }),
-        variant(clean, "Unrecorded"),
-        variant(clean, "Foreign",
-                [](QByteArray& x) { x.replace("urn:ardour:a-delay", "urn:nowhere:echo"); }),
-        variant(clean, "Elsewhere",
-                [](QByteArray& x) { x.replace("system:playback_", "card:out_"); })};
+        copySession(clean, "Newer",
+                    [](QByteArray& x) { x.replace("version=\"7002\"", "version=\"8000\""); }),
+        copySession(clean, "Unrecorded"),
+        copySession(clean, "Foreign",
+                    [](QByteArray& x) { x.replace("urn:ardour:a-delay", "urn:nowhere:echo"); }),
+        copySession(clean, "Elsewhere",
+                    [](QByteArray& x) { x.replace("system:playback_", "card:out_"); })};
     QFile::remove(TempHome::home() + "/sessions/Unrecorded/interchange/Clean/audiofiles/" +
                   recorded);
     writeFile(TempHome::home() + "/sessions/Pending/Pending.pending", "");
-    {
-        ScriptedAlerts alerts;
-        LibraryStack stack(&alerts);
-        ObjectContext& c = *stack.managedObjectContext();
-        ManagedObject* gig = addSetlist(c, "Gig");
-        for (const QString& path : songs)
-            gig->mutableOrderedSetValueForKey("song").addObject(
-                addSong(c, QFileInfo(path).fileName(), path, 1));
-        stack.saveAction();
-    }
+    saveSetlist("Gig", songs);
     const auto before = everything();
 
     const auto [jsonCode, json] = check({"--json"});
@@ -101,7 +73,8 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
     const QJsonObject gig = QJsonDocument::fromJson(json.toUtf8())["setlists"][0].toObject();
     const double length = gig["songs"][0]["seconds"].toDouble();
     EXPECT_NEAR(length, 3.0, 0.6) << "the session range of the recording";
-    EXPECT_EQ(gig["seconds"].toDouble(), 6 * length) << "the songs with a length, problems or not";
+    EXPECT_DOUBLE_EQ(gig["seconds"].toDouble(), 6 * length)
+        << "the songs with a length, problems or not";
     EXPECT_EQ(gig["songs"][0]["passes"].toBool(), true);
     EXPECT_EQ(gig["songs"][1]["problems"].toArray().size(), 1);
 
@@ -131,7 +104,7 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
     ASSERT_EQ(ExportCommand::run({"--json", "--setlist", "Gig"}, e, t), 0);
     e.flush();
     const QJsonObject plan = QJsonDocument::fromJson(exported.toUtf8())["setlists"][0].toObject();
-    EXPECT_EQ(plan["seconds"].toDouble(), 6 * length);
+    EXPECT_DOUBLE_EQ(plan["seconds"].toDouble(), 6 * length);
     EXPECT_EQ(plan["songs"][0]["seconds"].toDouble(), length);
 
     EXPECT_EQ(check({"--setlist", "Sunday"}).first, 2);

@@ -1,9 +1,4 @@
-#include "library/LibraryStack.h"
-#include "library/ManagedObject.h"
-#include "library/ObjectContext.h"
-#include "library/OrderedRelation.h"
 #include "support/LibraryHelpers.h"
-#include "support/ScriptedAlerts.h"
 #include "support/TempHome.h"
 
 #include <QDir>
@@ -99,16 +94,8 @@ TEST_F(Package, TheProgramAnswersOnItsCommandLine) {
 // The packaged program reads a library made by this build and prints out its running order.
 TEST_F(Package, ExportsASmallLibrary) {
     TempHome::clear();
-    {
-        ScriptedAlerts alerts;
-        LibraryStack stack(&alerts);
-        ObjectContext& c = *stack.managedObjectContext();
-        auto* gig = addSetlist(c, "Friday at the Lantern");
-        for (const char* title : {"Opener", "Café Olé", "Encore"})
-            gig->mutableOrderedSetValueForKey("song").addObject(
-                addSong(c, title, QString("/songs/%1.logicx").arg(title), 1));
-        stack.saveAction();
-    }
+    saveSetlist("Friday at the Lantern",
+                {"/songs/Opener.logicx", "/songs/Café Olé.logicx", "/songs/Encore.logicx"});
     const Ran text = run(gigmora(), {"export", "--setlist", "Friday at the Lantern"});
     ASSERT_EQ(text.code, 0) << text.err.toStdString();
     EXPECT_LT(text.out.indexOf("Opener"), text.out.indexOf("Café Olé"));

@@ -3,7 +3,9 @@
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
+#include "library/OrderedRelation.h"
 #include "platform/MainQueue.h"
+#include "support/ScriptedAlerts.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -44,6 +46,17 @@ ManagedObject* addSetlist(ObjectContext& c, const QString& name) {
     ManagedObject* s = c.insertNewObject("Setlist");
     s->setValue("name", name);
     return s;
+}
+
+void saveSetlist(const QString& name, const QStringList& paths) {
+    ScriptedAlerts alerts;
+    LibraryStack stack(&alerts);
+    ObjectContext& c = *stack.managedObjectContext();
+    ManagedObject* setlist = addSetlist(c, name);
+    for (const QString& path : paths)
+        setlist->mutableOrderedSetValueForKey("song").addObject(
+            addSong(c, QFileInfo(path).completeBaseName(), path, 1));
+    stack.saveAction();
 }
 
 bool waitUntil(const std::function<bool()>& done, int timeoutMs) {

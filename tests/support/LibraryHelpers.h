@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <functional>
 
 class ManagedObject;
@@ -14,6 +15,9 @@ QByteArray readFile(const QString& path);
 void writeFile(const QString& path, const QByteArray& bytes);
 ManagedObject* addSong(ObjectContext& c, const QString& title, const QString& path, int number);
 ManagedObject* addSetlist(ObjectContext& c, const QString& name);
+// Saves a library in the temporary home with one setlist of songs at `paths`, each titled
+// after its file ("Opener" for ".../Opener.logicx" or a session folder "Opener").
+void saveSetlist(const QString& name, const QStringList& paths);
 // Runs the event loop until `done` or the timeout; true when done.
 bool waitUntil(const std::function<bool()>& done, int timeoutMs = 5000);
 // Runs the event loop until a job queued on the main queue now (after `delaySeconds`, as

@@ -3,6 +3,7 @@
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
@@ -57,6 +58,18 @@ quit()
     make.waitForFinished(60000);
     EXPECT_TRUE(QFileInfo::exists(folder + "/" + name + ".ardour")) << make.readAll().toStdString();
     return folder;
+}
+
+QString copySession(const QString& from, const QString& name,
+                    const std::function<void(QByteArray&)>& edit) {
+    const QString to = TempHome::home() + "/sessions/" + name;
+    QProcess::execute("cp", {"-a", from, to});
+    const QString snapshot = to + "/" + QFileInfo(from).fileName() + ".ardour";
+    QByteArray xml = helpers::readFile(snapshot);
+    if (edit) edit(xml);
+    QFile::remove(snapshot);
+    helpers::writeFile(to + "/" + name + ".ardour", xml);
+    return to;
 }
 
 void writeArdourConfig() {

@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 #include <jack/types.h>
 
@@ -19,6 +20,10 @@ bool titled(const QString& name);
 // `recordMs` (the recording also gives the session its range).
 QString ardourSession(const QString& name, int sampleRate = 48000, int heavyTracks = 0,
                       int recordMs = 0);
+
+// A copy of the session `from` as `name`, its snapshot changed by `edit`; its folder.
+QString copySession(const QString& from, const QString& name,
+                    const std::function<void(QByteArray&)>& edit = {});
 
 // Ardour's configuration as a musician's Ardour has one under the temporary home: without one
 // each start is a first run to Ardour, which asks nothing. Use with ASSERT_NO_FATAL_FAILURE.
