@@ -219,6 +219,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/SessionManager.h
     src/daw/SessionPlan.cpp
     src/daw/SessionPlan.h
+    src/daw/SetlistCheck.cpp
+    src/daw/SetlistCheck.h
     src/daw/StagePlan.cpp
     src/daw/StagePlan.h
     src/daw/StandbyDaws.cpp
