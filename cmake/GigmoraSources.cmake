@@ -323,6 +323,8 @@ set(GIGMORA_SOURCES_app
     src/app/RunningOrderDocument.h
     src/app/RunningOrderPrinting.cpp
     src/app/RunningOrderPrinting.h
+    src/app/SetlistCheckDialog.cpp
+    src/app/SetlistCheckDialog.h
     src/app/SingleInstance.cpp
     src/app/SingleInstance.h
     src/app/SongDetailsScreen.cpp
