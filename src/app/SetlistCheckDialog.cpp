@@ -3,10 +3,12 @@
 #include "platform/Guard.h"
 
 #include <QDialogButtonBox>
+#include <QFontMetrics>
 #include <QHeaderView>
 #include <QPushButton>
 #include <QThread>
 #include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
 #include <QVBoxLayout>
 #include <memory>
 
@@ -32,7 +34,7 @@ SetlistCheckDialog::SetlistCheckDialog(const QString& setlistName,
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(results_);
     layout->addWidget(buttons_);
-    resize(720, 480);
+    resize(640, 440);
 
     // The worker owns its copies; the dialog, if still open, reads the outcome once it ends.
     auto outcome = std::make_shared<Outcome>();
@@ -80,5 +82,28 @@ void SetlistCheckDialog::showOutcome(const Outcome& outcome) {
     }
     add(nullptr, outcome.setlist.total());
     results_->expandAll();
+    fitRows();
     emit checked();
+}
+
+void SetlistCheckDialog::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    guarded("fitResultRows", [&] { fitRows(); });
+}
+
+void SetlistCheckDialog::fitRows() {
+    // A tree view wraps the text it paints but sizes every row for one line: each row is
+    // given the height of its text wrapped at the width it has now.
+    const QFontMetrics metrics(results_->font());
+    const int column = results_->viewport()->width();
+    for (QTreeWidgetItemIterator it(results_); *it; ++it) {
+        int depth = 1;
+        for (QTreeWidgetItem* p = (*it)->parent(); p; p = p->parent())
+            ++depth;
+        const int width = std::max(40, column - depth * results_->indentation() - 8);
+        const QRect text =
+            metrics.boundingRect(QRect(0, 0, width, 0), Qt::TextWordWrap, (*it)->text(0));
+        (*it)->setSizeHint(0, QSize(width, text.height() + 4));
+    }
+    results_->doItemsLayout(); // the view keeps the heights it measured before
 }

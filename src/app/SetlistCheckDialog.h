@@ -26,6 +26,9 @@ public:
 signals:
     void checked();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     struct Outcome {
         QStringList system;
@@ -33,6 +36,7 @@ private:
         bool complete = false; // false: the check failed, and the log says why
     };
     void showOutcome(const Outcome& outcome);
+    void fitRows();
 
     QTreeWidget* results_;
     QDialogButtonBox* buttons_;
