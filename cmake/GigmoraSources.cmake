@@ -219,6 +219,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/SessionManager.h
     src/daw/SessionPlan.cpp
     src/daw/SessionPlan.h
+    src/daw/SetlistCheck.cpp
+    src/daw/SetlistCheck.h
     src/daw/SongLengths.cpp
     src/daw/SongLengths.h
     src/daw/StagePlan.cpp
@@ -323,6 +325,8 @@ set(GIGMORA_SOURCES_app
     src/app/RunningOrderDocument.h
     src/app/RunningOrderPrinting.cpp
     src/app/RunningOrderPrinting.h
+    src/app/SetlistCheckDialog.cpp
+    src/app/SetlistCheckDialog.h
     src/app/SingleInstance.cpp
     src/app/SingleInstance.h
     src/app/SongDetailsScreen.cpp

@@ -1,4 +1,5 @@
 #include "app/MainWindow.h"
+#include "app/SetlistCheckDialog.h"
 #include "app/SongDetailsScreen.h"
 #include "library/ArrayController.h"
 #include "library/ManagedObject.h"
@@ -6,15 +7,20 @@
 #include "library/OrderedRelation.h"
 #include "performance/midiMessageTableViewController.h"
 #include "platform/TableView.h"
+#include "settings/GigmoraConfig.h"
 #include "settings/Prefs.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
+#include "support/RealArdour.h"
+#include "support/TempHome.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
 
 using namespace helpers;
 
@@ -64,6 +70,46 @@ TEST_F(MainWindowModes, PerformanceFollowsTheSetlist) {
     w()->activeButton()->setChecked(false);
     QTest::mouseClick(w()->activeButton(), Qt::LeftButton);
     EXPECT_TRUE(Prefs().prefsActive) << "read back from the file";
+}
+
+// Library ▸ Check Setlist…, in the edit mode only: the session passes with its length, the
+// missing song has its problem under it, then the total; a dialog closed early drops its result.
+TEST_F(MainWindowModes, CheckSetlistShowsEachSongsVerdict) {
+    GigmoraConfig::Daw daw;
+    daw.control = GigmoraConfig::Daw::Control::SessionManager;
+    GigmoraConfig::setDaw(daw);
+    const QString made = ardourSession("Made");
+    QByteArray xml = readFile(made + "/Made.ardour");
+    xml.replace("<Locations/>", "<Locations><Location id=\"1\" name=\"session\" start=\"a0\" "
+                                "end=\"a57859200000\" flags=\"IsSessionRange\"/></Locations>");
+    writeFile(made + "/Made.ardour", xml);
+    ManagedObject* gig = addSetlist(context(), "Gig");
+    for (const QString& path : {made, TempHome::home() + "/sessions/Gone"})
+        gig->mutableOrderedSetValueForKey("song").addObject(
+            addSong(context(), QFileInfo(path).fileName(), path, 1));
+    launch();
+    app->allSetlistsArrayController()->setSelectionIndex(0);
+    QAction* check = command("Check Setlist…");
+    ASSERT_TRUE(check);
+    choose(1);
+    EXPECT_FALSE(check->isEnabled());
+    choose(0);
+    check->trigger();
+    w()->findChild<SetlistCheckDialog*>()->close();
+    check->trigger();
+    SetlistCheckDialog* dialog = w()->findChildren<SetlistCheckDialog*>().last();
+    EXPECT_EQ(dialog->windowTitle(), "Check Setlist “Gig”");
+    EXPECT_EQ(dialog->results()->topLevelItem(0)->text(0), "Checking…");
+    QSignalSpy checked(dialog, &SetlistCheckDialog::checked);
+    ASSERT_TRUE(checked.wait(60000));
+    QStringList lines;
+    for (QTreeWidgetItemIterator it(dialog->results()); *it; ++it)
+        lines << (*it)->text(0);
+    EXPECT_EQ(lines.first(), "System");
+    EXPECT_TRUE(lines.contains("Made: passes, 3:25")) << lines.join('\n').toStdString();
+    ASSERT_GT(lines.indexOf("Gone"), 0);
+    EXPECT_TRUE(lines[lines.indexOf("Gone") + 1].startsWith("The project is missing"));
+    EXPECT_EQ(lines.last(), "In all: 3:25; 1 song without a known length");
 }
 
 // A song in two setlists gets every details edit on every record of its project, on disk.

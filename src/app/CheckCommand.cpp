@@ -1,8 +1,6 @@
 #include "app/CheckCommand.h"
 
-#include "daw/PluginCatalog.h"
-#include "daw/SessionCheck.h"
-#include "daw/SystemCheck.h"
+#include "daw/SetlistCheck.h"
 #include "library/FetchRequest.h"
 #include "library/LibraryStack.h"
 #include "library/ManagedObject.h"
@@ -21,10 +19,6 @@ namespace {
 const char kCheckUsage[] = "usage: gigmora check [--setlist NAME] [--json]\n";
 constexpr int kCheckUsageError = 64; // sysexits.h
 constexpr int kProblems = 65;        // sysexits.h: the data is not right
-
-QString songsWord(int n) {
-    return n == 1 ? QStringLiteral("1 song") : QStringLiteral("%1 songs").arg(n);
-}
 } // namespace
 
 int CheckCommand::run(const QStringList& arguments, QTextStream& out, QTextStream& err) {
@@ -58,54 +52,42 @@ int CheckCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
         }
     }
     const GigmoraConfig::Daw daw = GigmoraConfig::daw();
-    const bool sessions = daw.control == GigmoraConfig::Daw::Control::SessionManager;
-    const SystemCheck system = SystemCheck::now();
-    const std::optional<int> rate = system.sampleRate;
-    const PluginCatalog plugins;
-    const SessionCheck::Conditions conditions{sessions, rate, system.ports, daw.standby, &plugins};
+    const SetlistCheck checker(daw.control == GigmoraConfig::Daw::Control::SessionManager,
+                               daw.standby);
+    const std::optional<int> rate = checker.system().sampleRate;
     bool problems = false;
     QJsonArray lists;
     if (!json) {
         out << "System\n";
-        for (const QString& line : system.lines)
+        for (const QString& line : checker.system().lines)
             out << "  " << line << "\n";
     }
     for (ManagedObject* setlist : setlists) {
-        if (!json) out << setlist->stringValue("name") << "\n";
-        double total = 0;
-        int unknown = 0;
-        QJsonArray songs;
-        for (ManagedObject* song : setlist->orderedObjects("song")) {
-            const SessionCheck c = SessionCheck::of(song->stringValue("path"), conditions);
-            problems |= !c.passes();
-            c.seconds ? void(total += *c.seconds) : void(++unknown);
-            const QString title = song->stringValue("title");
-            if (json) {
-                songs.append(
-                    QJsonObject{{"title", title},
-                                {"path", song->stringValue("path")},
-                                {"passes", c.passes()},
-                                {"seconds", c.seconds ? QJsonValue(*c.seconds) : QJsonValue()},
-                                {"problems", QJsonArray::fromStringList(c.problems)}});
-            } else if (c.passes()) {
-                out << "  " << title << ": passes, "
-                    << (c.seconds ? SessionCheck::length(*c.seconds)
-                                  : QStringLiteral("length unknown"))
-                    << "\n";
-            } else {
-                out << "  " << title << ": " << c.problems.join(' ') << "\n";
-            }
+        QList<SetlistCheck::Song> songs;
+        for (ManagedObject* song : setlist->orderedObjects("song"))
+            songs.append({song->stringValue("title"), song->stringValue("path")});
+        const SetlistCheck::Result result = checker.check(songs);
+        problems |= !result.passes();
+        if (!json) {
+            out << setlist->stringValue("name") << "\n";
+            for (const SetlistCheck::Row& row : result.rows)
+                out << "  " << row.title << ": " << row.verdict() << "\n";
+            out << "  " << result.total() << "\n";
+            continue;
         }
-        if (json) {
-            lists.append(QJsonObject{{"name", setlist->stringValue("name")},
-                                     {"songs", songs},
-                                     {"seconds", total},
-                                     {"withoutLength", unknown}});
-        } else {
-            out << "  In all: " << SessionCheck::length(total);
-            if (unknown > 0) out << "; " << songsWord(unknown) << " without a known length";
-            out << "\n";
+        QJsonArray rows;
+        for (const SetlistCheck::Row& row : result.rows) {
+            const SessionCheck& c = row.check;
+            rows.append(QJsonObject{{"title", row.title},
+                                    {"path", row.path},
+                                    {"passes", c.passes()},
+                                    {"seconds", c.seconds ? QJsonValue(*c.seconds) : QJsonValue()},
+                                    {"problems", QJsonArray::fromStringList(c.problems)}});
         }
+        lists.append(QJsonObject{{"name", setlist->stringValue("name")},
+                                 {"songs", rows},
+                                 {"seconds", result.seconds},
+                                 {"withoutLength", result.withoutLength}});
     }
     if (json)
         out << QJsonDocument(

@@ -1,22 +1,27 @@
 #include "app/EditScreen.h"
 
+#include "app/SetlistCheckDialog.h"
 #include "app/tables/SetlistTableRowView.h"
 
 #include "editing/AllSongsTableViewController.h"
 #include "editing/DragableOrderedSetTableViewDelegate.h"
 #include "library/ArrayController.h"
 #include "library/LibraryFilter.h"
+#include "library/ManagedObject.h"
 #include "library/ObjectContext.h"
+#include "platform/Alerts.h"
 #include "platform/GuardedConnect.h"
 #include "platform/TableColumn.h"
 #include "platform/TableView.h"
+#include "settings/GigmoraConfig.h"
 
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
 
 EditScreen::EditScreen(const Dependencies& d, QObject* parent)
-    : QObject(parent), view_(d.view), rowView_(std::make_unique<SetlistTableRowView>()),
+    : QObject(parent), view_(d.view), allSetlists_(d.library.allSetlists),
+      rowView_(std::make_unique<SetlistTableRowView>()),
       songList_(new AllSongsTableViewController(
           {d.library, d.view->allSongsTableView(),
            d.midiMessageTableView /* the song's detail table */, d.midiMessageTableView,
@@ -99,6 +104,11 @@ void EditScreen::addCommands(QMenuBar* menuBar) {
         if (!c.keys.isEmpty()) a->setShortcut(c.keys);
         guardedConnect(a, &QAction::triggered, this, c.name, c.run);
     }
+    library->addSeparator();
+    QAction* check = library->addAction("Check Setlist…");
+    check->setObjectName(check->text());
+    actions_.insert(check->text(), check);
+    guardedConnect(check, &QAction::triggered, this, "checkSetlist:", [this] { checkSetlist(); });
     connect(view_, &EditView::commandClicked, this, [byCommand](C command) {
         if (QAction* a = byCommand.value(int(command)); a && a->isEnabled()) a->trigger();
     });
@@ -108,6 +118,27 @@ void EditScreen::addCommands(QMenuBar* menuBar) {
                              "Remove from Setlist", "Delete Song Everywhere"})
         menu->addAction(actions_.value(QString::fromUtf8(name)));
     view_->setlistTableView()->setMenu(menu);
+}
+
+void EditScreen::checkSetlist() {
+    const QList<ManagedObject*> selected = allSetlists_->selectedObjects();
+    if (selected.isEmpty()) {
+        Alerts::shared().runModal({"No setlist is selected.",
+                                   "Select the setlist to check in the list of setlists.",
+                                   {"OK"},
+                                   AlertSpec::Style::Informational});
+        return;
+    }
+    // The library's objects stay on this thread: the check gets plain titles and paths.
+    QList<SetlistCheck::Song> songs;
+    for (ManagedObject* song : selected.first()->orderedObjects("song"))
+        songs.append({song->stringValue("title"), song->stringValue("path")});
+    const GigmoraConfig::Daw daw = GigmoraConfig::daw();
+    auto* dialog = new SetlistCheckDialog(
+        selected.first()->stringValue("name"), songs,
+        daw.control == GigmoraConfig::Daw::Control::SessionManager, daw.standby, view_->window());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->show();
 }
 
 QAction* EditScreen::action(const QString& name) const {

@@ -9,6 +9,7 @@
 #include <memory>
 
 class AllSongsTableViewController;
+class ArrayController;
 class DragableOrderedSetTableViewDelegate;
 class QAction;
 class QMenuBar;
@@ -44,8 +45,10 @@ public:
 private:
     void bindTables(const Dependencies& d);
     void addCommands(QMenuBar* menuBar);
+    void checkSetlist();
 
     EditView* view_;
+    ArrayController* allSetlists_;
     std::unique_ptr<SetlistTableRowView> rowView_;
     AllSongsTableViewController* songList_;
     DragableOrderedSetTableViewDelegate* setlist_ = nullptr;

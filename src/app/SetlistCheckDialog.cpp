@@ -1,0 +1,109 @@
+#include "app/SetlistCheckDialog.h"
+
+#include "platform/Guard.h"
+
+#include <QDialogButtonBox>
+#include <QFontMetrics>
+#include <QHeaderView>
+#include <QPushButton>
+#include <QThread>
+#include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
+#include <QVBoxLayout>
+#include <memory>
+
+SetlistCheckDialog::SetlistCheckDialog(const QString& setlistName,
+                                       const QList<SetlistCheck::Song>& songs, bool sessions,
+                                       bool routed, QWidget* parent)
+    : QDialog(parent), results_(new QTreeWidget(this)),
+      buttons_(new QDialogButtonBox(QDialogButtonBox::Close, this)) {
+    setWindowTitle(QStringLiteral("Check Setlist “%1”").arg(setlistName));
+    setAccessibleName("Check Setlist");
+    results_->setAccessibleName("Check results");
+    results_->setHeaderHidden(true);
+    results_->setColumnCount(1);
+    // A problem is a sentence or two: wrapped to the list's width, never cut off.
+    results_->setWordWrap(true);
+    results_->setUniformRowHeights(false);
+    results_->header()->setStretchLastSection(true);
+    results_->addTopLevelItem(new QTreeWidgetItem(QStringList{QStringLiteral("Checking…")}));
+    for (QAbstractButton* b : buttons_->buttons())
+        b->setAccessibleName(b->text().remove('&'));
+    connect(buttons_, &QDialogButtonBox::rejected, this,
+            [this] { guarded("close", [&] { reject(); }); });
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(results_);
+    layout->addWidget(buttons_);
+    resize(640, 440);
+
+    // The worker owns its copies; the dialog, if still open, reads the outcome once it ends.
+    auto outcome = std::make_shared<Outcome>();
+    QThread* worker = QThread::create([outcome, songs, sessions, routed] {
+        guarded("checkSetlist", [&] {
+            const SetlistCheck checker(sessions, routed);
+            outcome->system = checker.system().lines;
+            outcome->setlist = checker.check(songs);
+            outcome->complete = true;
+        });
+    });
+    connect(worker, &QThread::finished, worker, &QObject::deleteLater);
+    connect(worker, &QThread::finished, this,
+            [this, outcome] { guarded("setlistChecked", [&] { showOutcome(*outcome); }); });
+    worker->start();
+}
+
+SetlistCheckDialog::~SetlistCheckDialog() = default;
+
+void SetlistCheckDialog::showOutcome(const Outcome& outcome) {
+    results_->clear();
+    if (!outcome.complete) {
+        results_->addTopLevelItem(new QTreeWidgetItem(
+            QStringList{QStringLiteral("The check failed; Gigmora's log says why.")}));
+        emit checked();
+        return;
+    }
+    const auto add = [this](QTreeWidgetItem* parent, const QString& text) {
+        auto* item = parent ? new QTreeWidgetItem(parent, QStringList{text})
+                            : new QTreeWidgetItem(results_, QStringList{text});
+        item->setToolTip(0, text);
+        return item;
+    };
+    QTreeWidgetItem* system = add(nullptr, QStringLiteral("System"));
+    for (const QString& line : outcome.system)
+        add(system, line);
+    for (const SetlistCheck::Row& row : outcome.setlist.rows) {
+        if (row.check.passes()) {
+            add(nullptr, row.title + ": " + row.verdict());
+            continue;
+        }
+        QTreeWidgetItem* song = add(nullptr, row.title);
+        for (const QString& problem : row.check.problems)
+            add(song, problem);
+    }
+    add(nullptr, outcome.setlist.total());
+    results_->expandAll();
+    fitRows();
+    emit checked();
+}
+
+void SetlistCheckDialog::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    guarded("fitResultRows", [&] { fitRows(); });
+}
+
+void SetlistCheckDialog::fitRows() {
+    // A tree view wraps the text it paints but sizes every row for one line: each row is
+    // given the height of its text wrapped at the width it has now.
+    const QFontMetrics metrics(results_->font());
+    const int column = results_->viewport()->width();
+    for (QTreeWidgetItemIterator it(results_); *it; ++it) {
+        int depth = 1;
+        for (QTreeWidgetItem* p = (*it)->parent(); p; p = p->parent())
+            ++depth;
+        const int width = std::max(40, column - depth * results_->indentation() - 8);
+        const QRect text =
+            metrics.boundingRect(QRect(0, 0, width, 0), Qt::TextWordWrap, (*it)->text(0));
+        (*it)->setSizeHint(0, QSize(width, text.height() + 4));
+    }
+    results_->doItemsLayout(); // the view keeps the heights it measured before
+}
