@@ -209,6 +209,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/DawRecord.h
     src/daw/DawStatus.cpp
     src/daw/DawStatus.h
+    src/daw/LivePass.cpp
+    src/daw/LivePass.h
     src/daw/NsmServer.cpp
     src/daw/NsmServer.h
     src/daw/PluginCatalog.cpp

@@ -1,4 +1,6 @@
+#include "app/CheckCommand.h"
 #include "app/PerformanceView.h"
+#include "app/SetlistCheckDialog.h"
 #include "daw/DawControl.h"
 #include "daw/DawProcess.h"
 #include "daw/DawRecord.h"
@@ -13,11 +15,16 @@
 #include "support/StageStatus.h"
 #include "support/TempHome.h"
 
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QPushButton>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QTextStream>
+#include <QTreeWidget>
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -60,6 +67,47 @@ TEST_F(ArdourSession, SwitchesInPlaceAndComesBackAfterAKill) {
     EXPECT_NE(manager.dawProcessId(), pid);
     EXPECT_EQ(manager.loadedPath(), b);
     manager.shutdown(10000);
+}
+
+// `gigmora check --load` on a set whose middle song Ardour stops on a question: each song is
+// loaded in an Ardour of the check's own and timed, the one that asks is named with its
+// question, the set goes on after it, and no Ardour is left behind.
+TEST_F(ArdourSession, TheLivePassNamesTheSongThatStopsOnADialog) {
+    ASSERT_NO_FATAL_FAILURE(writeArdourConfig());
+    GigmoraConfig::Daw daw;
+    daw.control = GigmoraConfig::Daw::Control::SessionManager;
+    GigmoraConfig::setDaw(daw);
+    const QString opener = ardourSession("Opener", 48000, 1, 1000),
+                  finale = ardourSession("Finale");
+    saveSetlist("Gig", {opener, ardourSession("Odd", 44100), finale});
+    QString said;
+    QTextStream out(&said);
+    const int code = CheckCommand::run({"--load", "--setlist", "Gig"}, out, out);
+    out.flush();
+    std::printf("%s", qPrintable(said));
+    EXPECT_EQ(code, 65);
+    for (const QRegularExpression& line :
+         {QRegularExpression("\n  Opener: loaded in \\d+\\.\\d s\n"),
+          QRegularExpression("\n  Odd: did not load: Ardour asks \"Sample Rate Mismatch\""),
+          QRegularExpression("\n  Finale: loaded in \\d+\\.\\d s\n"),
+          QRegularExpression("\n  Slowest: (Opener|Finale), \\d+\\.\\d s\\.\n")})
+        EXPECT_TRUE(line.match(said).hasMatch()) << line.pattern().toStdString();
+    EXPECT_EQ(ardourProcesses(), 0);
+
+    // The window's button runs the same pass after the check.
+    SetlistCheckDialog dialog("Gig", {{"Opener", opener}, {"Finale", finale}}, daw);
+    QSignalSpy checked(&dialog, &SetlistCheckDialog::checked);
+    QSignalSpy loaded(&dialog, &SetlistCheckDialog::loaded);
+    ASSERT_TRUE(checked.wait(30000));
+    for (QAbstractButton* b : dialog.buttons()->buttons())
+        if (b->accessibleName() == "Load Each Song") b->click();
+    ASSERT_TRUE(loaded.wait(180000));
+    const QTreeWidgetItem* loads =
+        dialog.results()->topLevelItem(dialog.results()->topLevelItemCount() - 1);
+    EXPECT_EQ(loads->text(0), "Loaded in Ardour, one song after the other");
+    EXPECT_TRUE(loads->child(1)->text(0).startsWith("Finale: loaded in "))
+        << loads->child(1)->text(0).toStdString();
+    EXPECT_EQ(ardourProcesses(), 0);
 }
 
 // The whole stage with Ardour: Gigmora.conf chooses the session manager, a setlist of Ardour

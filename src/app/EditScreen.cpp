@@ -134,9 +134,8 @@ void EditScreen::checkSetlist() {
     for (ManagedObject* song : selected.first()->orderedObjects("song"))
         songs.append({song->stringValue("title"), song->stringValue("path")});
     const GigmoraConfig::Daw daw = GigmoraConfig::daw();
-    auto* dialog = new SetlistCheckDialog(
-        selected.first()->stringValue("name"), songs,
-        daw.control == GigmoraConfig::Daw::Control::SessionManager, daw.standby, view_->window());
+    auto* dialog =
+        new SetlistCheckDialog(selected.first()->stringValue("name"), songs, daw, view_->window());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->show();
 }

@@ -1,5 +1,6 @@
 #include "app/SetlistCheckDialog.h"
 
+#include "daw/LivePass.h"
 #include "platform/Guard.h"
 
 #include <QDialogButtonBox>
@@ -13,10 +14,14 @@
 #include <memory>
 
 SetlistCheckDialog::SetlistCheckDialog(const QString& setlistName,
-                                       const QList<SetlistCheck::Song>& songs, bool sessions,
-                                       bool routed, QWidget* parent)
-    : QDialog(parent), results_(new QTreeWidget(this)),
-      buttons_(new QDialogButtonBox(QDialogButtonBox::Close, this)) {
+                                       const QList<SetlistCheck::Song>& songs,
+                                       const GigmoraConfig::Daw& daw, QWidget* parent)
+    : QDialog(parent), daw_(daw), results_(new QTreeWidget(this)),
+      buttons_(new QDialogButtonBox(QDialogButtonBox::Close, this)),
+      loadEach_(
+          buttons_->addButton(QStringLiteral("Load Each Song"), QDialogButtonBox::ActionRole)) {
+    const bool sessions = daw.control == GigmoraConfig::Daw::Control::SessionManager;
+    const bool routed = daw.standby;
     setWindowTitle(QStringLiteral("Check Setlist “%1”").arg(setlistName));
     setAccessibleName("Check Setlist");
     results_->setAccessibleName("Check results");
@@ -29,6 +34,13 @@ SetlistCheckDialog::SetlistCheckDialog(const QString& setlistName,
     results_->addTopLevelItem(new QTreeWidgetItem(QStringList{QStringLiteral("Checking…")}));
     for (QAbstractButton* b : buttons_->buttons())
         b->setAccessibleName(b->text().remove('&'));
+    loadEach_->setEnabled(false); // once the songs are checked, and only for DAW sessions
+    loadEach_->setToolTip(sessions ? QStringLiteral("Loads every song in a DAW of its own, one "
+                                                    "after the other, as the stage would, and "
+                                                    "times each load.")
+                                   : QStringLiteral("Needs the session manager's DAW control."));
+    connect(loadEach_, &QPushButton::clicked, this,
+            [this] { guarded("loadEachSong", [&] { loadEach(); }); });
     connect(buttons_, &QDialogButtonBox::rejected, this,
             [this] { guarded("close", [&] { reject(); }); });
     auto* layout = new QVBoxLayout(this);
@@ -83,7 +95,45 @@ void SetlistCheckDialog::showOutcome(const Outcome& outcome) {
     add(nullptr, outcome.setlist.total());
     results_->expandAll();
     fitRows();
+    checked_ = outcome.setlist;
+    loadEach_->setEnabled(daw_.control == GigmoraConfig::Daw::Control::SessionManager &&
+                          !checked_.rows.empty());
     emit checked();
+}
+
+void SetlistCheckDialog::loadEach() {
+    if (pass_) return;
+    loadEach_->setEnabled(false);
+    pass_ = new LivePass(daw_, checked_, this); // ended, with its DAW, when the dialog closes
+    loads_ = new QTreeWidgetItem(
+        results_, QStringList{QStringLiteral("Loaded in %1, one song after the other")
+                                  .arg(SessionManager::nameOf(daw_.program()))});
+    for (const LivePass::Song& song : pass_->songs())
+        new QTreeWidgetItem(loads_, QStringList{song.title});
+    connect(pass_, &LivePass::progress, this,
+            [this] { guarded("livePassProgress", [&] { showLoads(); }); });
+    connect(pass_, &LivePass::finished, this, [this] {
+        guarded("livePassOver", [&] {
+            showLoads();
+            for (const QString& line : pass_->summary())
+                new QTreeWidgetItem(loads_, QStringList{line});
+            fitRows();
+            emit loaded();
+        });
+    });
+    showLoads();
+    loads_->setExpanded(true);
+    results_->scrollToItem(loads_);
+    pass_->start();
+}
+
+void SetlistCheckDialog::showLoads() {
+    for (int i = 0; i < int(pass_->songs().size()); ++i) {
+        const QString text = pass_->songs()[i].title + ": " + pass_->verdict(i);
+        loads_->child(i)->setText(0, text);
+        loads_->child(i)->setToolTip(0, text);
+    }
+    fitRows();
 }
 
 void SetlistCheckDialog::resizeEvent(QResizeEvent* event) {
