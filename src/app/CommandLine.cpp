@@ -6,7 +6,7 @@ QString CommandLine::usage() {
     return QStringLiteral(
         "usage: gigmora [--help | --version]\n"
         "       gigmora export [--json | --pdf FILE] [--setlist NAME]\n"
-        "       gigmora check [--setlist NAME] [--json]\n"
+        "       gigmora check [--setlist NAME] [--json] [--load]\n"
         "\n"
         "Without arguments, opens Gigmora's window: the song library, the setlists and the\n"
         "stage, where a MIDI trigger on \"Gigmora Virtual Input\" moves to the next song.\n"
