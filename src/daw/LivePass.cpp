@@ -151,23 +151,28 @@ QStringList LivePass::summary() const {
                      .arg(songs_[slowest].title, secondsText(loads_[slowest].ms));
     // While a song plays, the standby loads the one after it.
     QStringList late;
-    int unknown = 0;
+    int known = 0, unknown = 0;
     for (qsizetype i = 0; i + 1 < loads_.size(); ++i) {
         if (loads_[i + 1].ms < 0) continue;
         if (!songs_[i].seconds) {
             ++unknown;
-        } else if (double(loads_[i + 1].ms) / 1000.0 > *songs_[i].seconds) {
+            continue;
+        }
+        ++known;
+        if (double(loads_[i + 1].ms) / 1000.0 > *songs_[i].seconds)
             late << QStringLiteral("%1 takes %2 to load and %3 plays %4")
                         .arg(songs_[i + 1].title, secondsText(loads_[i + 1].ms), songs_[i].title,
                              SessionCheck::length(*songs_[i].seconds));
-        }
     }
     if (!late.isEmpty())
         lines << QStringLiteral("The standby would not be ready in time: %1.").arg(late.join("; "));
-    else if (loads_.size() > 1)
-        lines << (unknown == 0 ? QStringLiteral("The standby would be ready in time between "
-                                                "every two songs.")
-                               : QStringLiteral("The standby would be ready in time wherever "
-                                                "the song before has a known length."));
+    else if (known > 0 && unknown == 0)
+        lines << QStringLiteral("The standby would be ready in time between every two songs.");
+    else if (known > 0)
+        lines << QStringLiteral("The standby would be ready in time wherever the song before "
+                                "has a known length.");
+    else if (unknown > 0)
+        lines << QStringLiteral("Whether the standby would be ready in time is not known: no "
+                                "song that loaded follows one with a known length.");
     return lines;
 }
