@@ -137,6 +137,8 @@ void EditScreen::checkSetlist() {
     auto* dialog =
         new SetlistCheckDialog(selected.first()->stringValue("name"), songs, daw, view_->window());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    if (check_) check_->close();
+    check_ = dialog;
     dialog->show();
 }
 
@@ -147,5 +149,7 @@ QAction* EditScreen::action(const QString& name) const {
 void EditScreen::setCommandsEnabled(bool enabled) {
     for (QAction* a : std::as_const(actions_))
         a->setEnabled(enabled);
+    // The show takes no second DAW loading songs beside it.
+    if (!enabled && check_) check_->close();
     view_->setCommandsEnabled(enabled);
 }

@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <functional>
 #include <memory>
 
@@ -12,6 +13,7 @@ class AllSongsTableViewController;
 class ArrayController;
 class DragableOrderedSetTableViewDelegate;
 class QAction;
+class QDialog;
 class QMenuBar;
 class SetlistTableRowView;
 class TableView;
@@ -54,4 +56,5 @@ private:
     DragableOrderedSetTableViewDelegate* setlist_ = nullptr;
     DragableOrderedSetTableViewDelegate* setlists_ = nullptr;
     QHash<QString, QAction*> actions_;
+    QPointer<QDialog> check_; // the open check, ended with the editing
 };

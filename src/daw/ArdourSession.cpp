@@ -67,11 +67,12 @@ Result<ArdourSession> ArdourSession::read(const QString& folder) {
             master = false;
         } else if (name == u"PresentationInfo" && depth == routeDepth + 1) {
             master = a.value("flags").contains(u"MasterOut");
+            if (master && !s.masterConnections) s.masterConnections = QStringList();
         } else if (name == u"IO" && master && depth == routeDepth + 1 &&
                    a.value("direction") == u"Output") {
             masterOutDepth = depth;
         } else if (name == u"Connection" && masterOutDepth >= 0) {
-            s.masterConnections << a.value("other").toString();
+            *s.masterConnections << a.value("other").toString();
         }
         if (name == u"Session" && !session) {
             session = true;

@@ -22,7 +22,8 @@ struct ArdourSession {
     QStringList missingFiles;      // recordings and MIDI files not where Ardour looks
     QStringList lv2;               // the URIs of the LV2 plugins it uses
     bool pending = false;          // Ardour left a crash-recovery file
-    QStringList masterConnections; // the JACK ports the Master bus's outputs were saved on
+    // The JACK ports the Master bus's outputs were saved on; none without a Master bus.
+    std::optional<QStringList> masterConnections;
 
     // The session in `folder` (its snapshot named after it, else the one there is).
     static Result<ArdourSession> read(const QString& folder);

@@ -60,11 +60,11 @@ SessionCheck SessionCheck::of(const QString& path, const Conditions& conditions)
                                      "\"Missing Files\" question; skipped, those regions are "
                                      "silent.")
                           .arg(s.missingFiles.join(", "));
-    if (!conditions.routed && !conditions.serverPorts.isEmpty()) {
+    if (!conditions.routed && !conditions.serverPorts.isEmpty() && s.masterConnections) {
         QStringList absent;
-        for (const QString& port : s.masterConnections)
+        for (const QString& port : *s.masterConnections)
             if (!conditions.serverPorts.contains(port)) absent << port;
-        if (s.masterConnections.isEmpty())
+        if (s.masterConnections->isEmpty())
             c.problems << QStringLiteral("Its Master bus was saved connected to nothing: the song "
                                          "is silent until it is connected in Ardour.");
         else if (!absent.isEmpty())

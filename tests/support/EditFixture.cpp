@@ -52,11 +52,11 @@ QString EditFixture::session(const QString& name, int seconds) {
     QDir().mkpath(folder);
     // Ardour 7 writes times in superclocks, 282,240,000 a second.
     writeFile(folder + "/" + name + ".ardour",
-              seconds ? QString("<Session><Locations><Location start=\"a0\" end=\"a%1\" "
-                                "flags=\"IsSessionRange\"/></Locations></Session>")
+              seconds ? QString("<Session sample-rate=\"48000\"><Locations><Location start=\"a0\" "
+                                "end=\"a%1\" flags=\"IsSessionRange\"/></Locations></Session>")
                             .arg(qint64(seconds) * 282240000)
                             .toUtf8()
-                      : "<Session/>");
+                      : "<Session sample-rate=\"48000\"/>");
     return folder;
 }
 
