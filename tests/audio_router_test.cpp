@@ -15,14 +15,23 @@
 using namespace helpers;
 
 namespace {
-// Instance 0 a constant on channel 0 only, instance 1 on channel 1: each output is one gain.
+// Instance 0 a constant on the even channels only, instance 1 on the odd: each output is one
+// gain, and every channel of one instance must fade as its first does.
 struct Buffers {
-    explicit Buffers(uint32_t frames)
-        : a0(frames, 1.0f), a1(frames, 0.0f), b0(frames, 0.0f), b1(frames, 1.0f), out0(frames),
-          out1(frames) {}
-    RouterMix::Inputs in() const { return {{{a0.data(), a1.data()}, {b0.data(), b1.data()}}}; }
-    RouterMix::Outputs out() { return {out0.data(), out1.data()}; }
-    std::vector<float> a0, a1, b0, b1, out0, out1;
+    Buffers(uint32_t frames, int channels)
+        : data(size_t(3 * channels), std::vector<float>(frames)) {
+        for (int c = 0; c < channels; ++c) {
+            std::fill(data[size_t(c)].begin(), data[size_t(c)].end(), c % 2 ? 0.0f : 1.0f);
+            std::fill(data[size_t(channels + c)].begin(), data[size_t(channels + c)].end(),
+                      c % 2 ? 1.0f : 0.0f);
+            in[0][size_t(c)] = data[size_t(c)].data();
+            in[1][size_t(c)] = data[size_t(channels + c)].data();
+            out[size_t(c)] = data[size_t(2 * channels + c)].data();
+        }
+    }
+    std::vector<std::vector<float>> data; // A's channels, B's, the outputs
+    RouterMix::Inputs in{};
+    RouterMix::Outputs out{};
 };
 
 // One period through the mix; the gains of both instances, sample by sample.
@@ -30,15 +39,29 @@ struct Period {
     std::vector<float> gainA, gainB;
 };
 Period run(RouterMix& mix, uint32_t frames) {
-    Buffers b(frames);
-    mix.process(b.in(), b.out(), frames, false);
-    return {b.out0, b.out1};
+    Buffers b(frames, mix.channels());
+    mix.process(b.in, b.out, frames, false);
+    for (int c = 2; c < mix.channels(); ++c)
+        EXPECT_EQ(b.data[size_t(2 * mix.channels() + c)],
+                  b.data[size_t(2 * mix.channels() + c % 2)])
+            << "channel " << c + 1 << " fades as channel " << c % 2 + 1;
+    return {b.data[size_t(2 * mix.channels())], b.data[size_t(2 * mix.channels() + 1)]};
+}
+
+QStringList connections(jack_client_t* client, const QString& port) {
+    QStringList out;
+    const char** all =
+        jack_port_get_all_connections(client, jack_port_by_name(client, port.toUtf8().constData()));
+    for (const char** p = all; p && *p; ++p)
+        out << QString::fromUtf8(*p);
+    jack_free(all);
+    return out;
 }
 } // namespace
 
 // A swap starts at the next period's first sample with an equal-power crossfade.
 TEST(RouterMix, SwapsInThePeriodAfterItIsArmedWithAnEqualPowerCrossfade) {
-    RouterMix mix;
+    RouterMix mix(RouterMix::kMaxChannels); // cues and click swap with the music
     mix.setFades(64, 0);
     Period p = run(mix, 256);
     EXPECT_EQ(p.gainA, std::vector<float>(256, 1.0f));
@@ -103,8 +126,8 @@ struct Rig {
         const Result<> started = router.start();
         if (!started) error = started.failure().words;
         return listener.isOpen() && a.isOpen() && b.isOpen() && started &&
-               router.routeInstance(0, "Gigmora DAW", "Master/audio_out") &&
-               router.routeInstance(1, "Gigmora Second DAW", "Master/audio_out");
+               router.routeInstance(0, "Gigmora DAW") &&
+               router.routeInstance(1, "Gigmora Second DAW");
     }
     float level() const {
         const auto h = listener.heard();
@@ -184,7 +207,7 @@ TEST(AudioRouter, SwapsWithinTwoPeriodsAndTellsTheTransportInThePeriodOfTheSwap)
         ASSERT_TRUE(rig.start()) << rig.error.toStdString();
         EXPECT_FALSE(jack_port_connected_to(jack_port_by_name(rig.a.client(), session), speaker))
             << "only the router hears an instance";
-        EXPECT_FALSE(rig.router.routeInstance(1, "Nobody", "Master/audio_out"));
+        EXPECT_FALSE(rig.router.routeInstance(1, "Nobody"));
         // How a DAW the server has shut out is told: it has no port left.
         EXPECT_TRUE(rig.router.hasPorts("Gigmora Second DAW") && !rig.router.hasPorts("Gigmora"));
         ASSERT_TRUE(waitUntil([&] { return rig.level() == 0.25f; })) << "the first instance";
@@ -213,4 +236,40 @@ TEST(AudioRouter, SwapsWithinTwoPeriodsAndTellsTheTransportInThePeriodOfTheSwap)
         EXPECT_GE(commands[0].start, swapped);
         EXPECT_LE(commands[0].start - swapped, rig.listener.period());
     }
+}
+
+// Each mark's outputs are the next channels, in port order; every other audio output of the DAW
+// (its click) is cut, but one the settings let be heard directly; a DAW not listened to is cut
+// whole.
+TEST(AudioRouter, RoutesEachMarkToItsChannelsAndCutsEveryOtherOutput) {
+    REQUIRE_JACK();
+    AudioProbe speaker{"speaker"}, daw{"Gigmora DAW", 0.25f};
+    ASSERT_TRUE(speaker.isOpen() && daw.isOpen());
+    for (const char* name :
+         {"Cues/audio_out 2", "Cues/audio_out 1", "Click/audio_out 1", "Monitor/audio_out 1"}) {
+        ASSERT_TRUE(
+            jack_port_register(daw.client(), name, JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0));
+        ASSERT_EQ(jack_connect(daw.client(), QByteArray("Gigmora DAW:") + name,
+                               speaker.inputName(0).toUtf8()),
+                  0);
+    }
+    AudioRouter router({{speaker.inputName(0), speaker.inputName(1), "", ""},
+                        0,
+                        0,
+                        AudioRouter::Transport::Keep,
+                        {"Master/audio_out", "Cues/audio_out"},
+                        {"Monitor/"}});
+    ASSERT_TRUE(router.start());
+    EXPECT_EQ(router.channels(), 4);
+    ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW"));
+    const auto in = [](int c) { return "Gigmora Audio:" + AudioRouter::inputName(0, c); };
+    EXPECT_EQ(connections(daw.client(), "Gigmora DAW:Master/audio_out 2"), QStringList{in(1)});
+    EXPECT_EQ(connections(daw.client(), "Gigmora DAW:Cues/audio_out 1"), QStringList{in(2)});
+    EXPECT_EQ(connections(daw.client(), "Gigmora DAW:Cues/audio_out 2"), QStringList{in(3)});
+    EXPECT_TRUE(connections(daw.client(), "Gigmora DAW:Click/audio_out 1").isEmpty());
+    EXPECT_EQ(connections(daw.client(), "Gigmora DAW:Monitor/audio_out 1"),
+              QStringList{speaker.inputName(0)});
+    EXPECT_TRUE(connections(daw.client(), "Gigmora Audio:out 3").isEmpty()) << "nowhere";
+    ASSERT_TRUE(router.routeInstance(0, "Gigmora DAW", false));
+    EXPECT_TRUE(connections(daw.client(), "Gigmora DAW:Cues/audio_out 2").isEmpty());
 }

@@ -21,7 +21,8 @@ TEST_F(GigmoraConfigTest, SettingsRoundTrip) {
     EXPECT_FALSE(QFileInfo::exists(GigmoraConfig::filePath()));
     GigmoraConfig::Daw daw{GigmoraConfig::Daw::Control::SessionManager,
                            R"(/opt/Ardour 8/bin/ardour8 --no-splash "--name=Live Set")", true, 15};
-    daw.mainOutputs = "Mixer/out";
+    daw.mainOutputs = {"Mixer/out", "Cues/out"};
+    daw.directOutputs = {"Monitor/"};
     daw.spilloverMs = 2500;
     daw.transportOnSwitch = GigmoraConfig::Daw::Transport::StopOld;
     GigmoraConfig::setDaw(daw);
@@ -30,10 +31,12 @@ TEST_F(GigmoraConfigTest, SettingsRoundTrip) {
     GigmoraConfig::setRemote(remote);
     EXPECT_TRUE(GigmoraConfig::remote() == remote);
 
-    write("[daw]\nstandby=true\noutputs=mixer:in_7, mixer:in_8\ntransportOnSwitch=play-new\n");
+    write("[daw]\nstandby=true\noutputs=mixer:in_7, mixer:in_8, , mixer:in_9\n"
+          "transportOnSwitch=play-new\n");
     daw = GigmoraConfig::daw();
     EXPECT_TRUE(daw.standby);
-    EXPECT_EQ(daw.outputs, (QStringList{"mixer:in_7", "mixer:in_8"}));
+    EXPECT_EQ(daw.outputs, (QStringList{"mixer:in_7", "mixer:in_8", "", "mixer:in_9"}))
+        << "a channel each, the third connected nowhere";
     EXPECT_EQ(daw.transportOnSwitch, GigmoraConfig::Daw::Transport::PlayNew);
     write("[daw]\noutputs=\n");
     EXPECT_TRUE(GigmoraConfig::daw().outputs.isEmpty()) << "connected nowhere";

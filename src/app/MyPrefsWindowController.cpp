@@ -104,6 +104,19 @@ void MyPrefsWindowController::connectControls() {
          &C::songMessagesEdited);
 }
 
+QString MyPrefsWindowController::channelsText(const GigmoraConfig::Daw& daw) {
+    QStringList to;
+    const int channels = std::max(2, int(daw.outputs.size()));
+    for (int c = 0; c < channels; ++c) {
+        const QString out = daw.outputs.value(c);
+        to << QStringLiteral("%1 → %2").arg(c + 1).arg(out.isEmpty() ? QStringLiteral("nowhere")
+                                                                     : out);
+    }
+    return QStringLiteral("%1 from %2, in that order: %3")
+        .arg(channels)
+        .arg(daw.mainOutputs.join(QStringLiteral(", then ")), to.join(QStringLiteral(", ")));
+}
+
 void MyPrefsWindowController::showDawControl() {
     const GigmoraConfig::Daw daw = GigmoraConfig::daw();
     Ui::Preferences& u = *ui_;
@@ -116,13 +129,14 @@ void MyPrefsWindowController::showDawControl() {
     u.prefsStandby->setChecked(daw.standby);
     u.prefsStandby->setEnabled(managed);
     u.prefsAudioOutputs->setText(daw.outputs.join(QStringLiteral(", ")));
-    u.prefsMainOutputs->setText(daw.mainOutputs);
+    u.prefsMainOutputs->setText(daw.mainOutputs.join(QStringLiteral(", ")));
+    u.prefsChannels->setText(channelsText(daw));
     u.prefsCrossfade->setValue(daw.crossfadeSamples);
     u.prefsSpillover->setValue(daw.spilloverMs);
     u.prefsTransportOnSwitch->setCurrentIndex(int(daw.transportOnSwitch));
-    for (QWidget* w :
-         std::initializer_list<QWidget*>{u.prefsAudioOutputs, u.prefsMainOutputs, u.prefsCrossfade,
-                                         u.prefsSpillover, u.prefsTransportOnSwitch})
+    for (QWidget* w : std::initializer_list<QWidget*>{u.prefsAudioOutputs, u.prefsMainOutputs,
+                                                      u.prefsChannels, u.prefsCrossfade,
+                                                      u.prefsSpillover, u.prefsTransportOnSwitch})
         w->setEnabled(managed && daw.standby);
 }
 
@@ -136,11 +150,11 @@ void MyPrefsWindowController::dawControlEdited() {
     if (!u.prefsDawCommand->text().trimmed().isEmpty()) daw.command = u.prefsDawCommand->text();
     daw.saveBeforeSwitch = u.prefsSaveBeforeSwitch->isChecked();
     daw.standby = u.prefsStandby->isChecked();
-    daw.outputs.clear();
-    for (const QString& port : u.prefsAudioOutputs->text().split(QLatin1Char(',')))
-        if (!port.trimmed().isEmpty()) daw.outputs << port.trimmed();
-    if (!u.prefsMainOutputs->text().trimmed().isEmpty())
-        daw.mainOutputs = u.prefsMainOutputs->text().trimmed();
+    daw.outputs =
+        GigmoraConfig::listOf(u.prefsAudioOutputs->text()).mid(0, GigmoraConfig::kMaxChannels);
+    QStringList marks = GigmoraConfig::listOf(u.prefsMainOutputs->text());
+    marks.removeAll(QString());
+    if (!marks.isEmpty()) daw.mainOutputs = marks;
     daw.crossfadeSamples = u.prefsCrossfade->value();
     daw.spilloverMs = u.prefsSpillover->value();
     daw.transportOnSwitch =

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/TzPrefsWindowController.h"
+#include "settings/GigmoraConfig.h"
 
 #include <QStringList>
 #include <memory>
@@ -68,6 +69,8 @@ private:
     void connectControls();
     // Gigmora.conf's DAW control: shown from the file, stored at once when changed.
     void showDawControl();
+    // "4 from Master/audio_out, then Cues/audio_out, in that order: 1 → system:playback_1, …"
+    static QString channelsText(const GigmoraConfig::Daw& daw);
     void dawControlEdited();
     void songMessagesEdited();
     // The settings that setupToolbar does not load, shown as they are.

@@ -27,6 +27,26 @@ struct PortList {
         return out;
     }
 };
+
+// "Cues/audio_out 10" after "Cues/audio_out 9": the number a port name ends with is compared
+// as a number.
+bool portOrder(const QString& a, const QString& b) {
+    const auto split = [](const QString& name) {
+        qsizetype digits = name.size();
+        while (digits > 0 && name[digits - 1].isDigit())
+            --digits;
+        return std::pair{QStringView(name).left(digits),
+                         QStringView(name).mid(digits).toLongLong()};
+    };
+    const auto [prefixA, numberA] = split(a);
+    const auto [prefixB, numberB] = split(b);
+    return prefixA != prefixB ? prefixA < prefixB : numberA < numberB;
+}
+
+bool marked(const QString& port, const QStringList& marks) {
+    return std::any_of(marks.begin(), marks.end(),
+                       [&](const QString& mark) { return !mark.isEmpty() && port.contains(mark); });
+}
 } // namespace
 
 void AudioRouter::ClientCloser::operator()(jack_client_t* client) const {
@@ -34,7 +54,10 @@ void AudioRouter::ClientCloser::operator()(jack_client_t* client) const {
     jack_client_close(client);
 }
 
-AudioRouter::AudioRouter(Options options) : options_(std::move(options)) {}
+AudioRouter::AudioRouter(Options options)
+    : options_(std::move(options)),
+      mix_(std::max(2,
+                    int(std::min<qsizetype>(options_.outputs.size(), RouterMix::kMaxChannels)))) {}
 
 AudioRouter::~AudioRouter() = default;
 
@@ -62,22 +85,20 @@ Result<> AudioRouter::start() {
         return {Failure::Code::NameTaken,
                 QStringLiteral("another \"%1\" is on the JACK server").arg(kClientName)};
     }
-    for (int i = 0; i < RouterMix::kInstances; ++i)
-        for (int c = 0; c < RouterMix::kChannels; ++c)
-            inputs_[size_t(i)][size_t(c)] =
-                jack_port_register(client.get(), inputName(i, c).toUtf8().constData(),
-                                   JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
-    for (int c = 0; c < RouterMix::kChannels; ++c)
-        outputs_[size_t(c)] =
-            jack_port_register(client.get(), outputName(c).toUtf8().constData(),
-                               JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput | JackPortIsTerminal, 0);
+    bool made = true;
+    for (int c = 0; c < channels(); ++c) {
+        for (int i = 0; i < RouterMix::kInstances; ++i)
+            made &= (inputs_[size_t(i)][size_t(c)] = jack_port_register(
+                         client.get(), inputName(i, c).toUtf8().constData(),
+                         JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0)) != nullptr;
+        made &= (outputs_[size_t(c)] = jack_port_register(
+                     client.get(), outputName(c).toUtf8().constData(), JACK_DEFAULT_AUDIO_TYPE,
+                     JackPortIsOutput | JackPortIsTerminal, 0)) != nullptr;
+    }
     trigger_ =
         jack_port_register(client.get(), kTriggerInput, JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
-    const auto ports = {inputs_[0][0], inputs_[0][1], inputs_[1][0], inputs_[1][1],
-                        outputs_[0],   outputs_[1],   trigger_};
-    if (std::find(ports.begin(), ports.end(), nullptr) != ports.end()) {
+    if (!made || !trigger_)
         return {Failure::Code::Refused, QStringLiteral("its ports could not be made")};
-    }
     const jack_nframes_t rate = jack_get_sample_rate(client.get());
     mix_.setFades(options_.crossfade, uint32_t(uint64_t(options_.spilloverMs) * rate / 1000));
     jack_set_process_callback(client.get(), &AudioRouter::process, this);
@@ -123,7 +144,7 @@ Result<> AudioRouter::startTransport() {
 }
 
 void AudioRouter::connectOutputs() {
-    for (int c = 0; c < RouterMix::kChannels && c < options_.outputs.size(); ++c) {
+    for (int c = 0; c < channels() && c < options_.outputs.size(); ++c) {
         const QString to = options_.outputs[c].trimmed();
         if (to.isEmpty()) continue;
         if (jack_connect(client_.get(), jack_port_name(outputs_[size_t(c)]),
@@ -132,24 +153,27 @@ void AudioRouter::connectOutputs() {
     }
 }
 
-bool AudioRouter::routeInstance(int instance, const QString& dawClient, const QString& mainMark,
-                                bool listen) {
+bool AudioRouter::routeInstance(int instance, const QString& dawClient, bool listen) {
     if (!client_ || instance < 0 || instance >= RouterMix::kInstances) return false;
-    const QString pattern =
-        QStringLiteral("^%1:.*%2")
-            .arg(QRegularExpression::escape(dawClient), QRegularExpression::escape(mainMark));
-    const PortList found{jack_get_ports(client_.get(), pattern.toUtf8().constData(),
-                                        JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput)};
-    QStringList mains = found.list();
+    const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(dawClient));
+    QStringList all = PortList{jack_get_ports(client_.get(), pattern.toUtf8().constData(),
+                                              JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput)}
+                          .list();
+    std::sort(all.begin(), all.end(), portOrder);
+    QStringList mains; // by channel
+    for (const QString& mark : options_.mainOutputs)
+        for (const QString& port : all)
+            if (!mark.isEmpty() && port.contains(mark) && !mains.contains(port)) mains << port;
     if (mains.isEmpty()) return false;
-    std::sort(mains.begin(), mains.end());
-    for (int c = 0; c < mains.size(); ++c) {
-        const QByteArray from = mains[c].toUtf8();
+    for (const QString& name : all) {
+        const qsizetype channel = mains.indexOf(name);
+        if (channel < 0 && marked(name, options_.directOutputs)) continue;
+        const QByteArray from = name.toUtf8();
         jack_port_t* port = jack_port_by_name(client_.get(), from.constData());
         if (!port) continue;
         const QByteArray mine =
-            listen && c < RouterMix::kChannels
-                ? QByteArray(jack_port_name(inputs_[size_t(instance)][size_t(c)]))
+            listen && channel >= 0 && channel < channels()
+                ? QByteArray(jack_port_name(inputs_[size_t(instance)][size_t(channel)]))
                 : QByteArray();
         // What the session brought along would make this instance heard past the router.
         const PortList connections{jack_port_get_all_connections(client_.get(), port)};
@@ -225,11 +249,12 @@ int AudioRouter::process(jack_nframes_t frames, void* self) {
     auto* router = static_cast<AudioRouter*>(self);
     RouterMix::Inputs in;
     RouterMix::Outputs out;
+    const size_t channels = size_t(router->channels());
     for (size_t i = 0; i < RouterMix::kInstances; ++i)
-        for (size_t c = 0; c < RouterMix::kChannels; ++c)
+        for (size_t c = 0; c < channels; ++c)
             in[i][c] =
                 static_cast<const float*>(jack_port_get_buffer(router->inputs_[i][c], frames));
-    for (size_t c = 0; c < RouterMix::kChannels; ++c)
+    for (size_t c = 0; c < channels; ++c)
         out[c] = static_cast<float*>(jack_port_get_buffer(router->outputs_[c], frames));
     const int target = router->mix_.process(in, out, frames, router->triggeredIn(frames));
     if (target != router->heard_)

@@ -11,12 +11,13 @@
 
 #include <jack/types.h>
 
-// Gigmora's own audio path on JACK: the client "Gigmora Audio" with a stereo input pair per
-// DAW instance, one stereo output pair and a MIDI input for the next-song trigger. Its process
-// callback plays RouterMix: the active instance reaches the outputs, and a swap crossfades to
-// the other inside one period; a trigger on the MIDI input fires an armed swap in the very
-// period it arrives, with no other thread on the way. Each instance's main outputs are
-// connected to its inputs only, so that a standby DAW is never heard. The swap's MIDI Machine
+// Gigmora's own audio path on JACK: the client "Gigmora Audio" with N channels in from each DAW
+// instance (music, then cues and click on buses of their own), N out, and a MIDI input for the
+// next-song trigger. Its process callback plays RouterMix: the active instance reaches the
+// outputs, and a swap crossfades every channel to the other inside one period; a trigger on
+// the MIDI input fires an armed swap in the very period it arrives, with no other thread on
+// the way. Each instance's main outputs are connected to its inputs only, and its other audio
+// outputs to nothing, so that nothing of a DAW is heard past the router. The swap's MIDI Machine
 // Control goes out from a client of its own, "Gigmora Transport": from the router it would
 // close a loop with each DAW in JACK's graph, and in a loop the router no longer waits for the
 // DAW it reads. Everything but the process callbacks runs on the main thread.
@@ -28,10 +29,16 @@ public:
     // What the DAWs' transports are told at a swap, as MIDI Machine Control.
     enum class Transport { Keep, StopOld, PlayNew };
     struct Options {
-        QStringList outputs;     // where the output pair goes; empty: nowhere
+        // One destination per channel (an empty one: nowhere); at least two channels.
+        QStringList outputs;
         uint32_t crossfade = 64; // samples
         uint32_t spilloverMs = 0;
         Transport transport = Transport::Keep;
+        // What marks a DAW's routed outputs, in channel order: each mark's ports, in port
+        // order, are the next channels ("Master/audio_out", then "Cues/audio_out").
+        QStringList mainOutputs{QStringLiteral("Master/audio_out")};
+        // DAW outputs left connected as the session has them: heard past the router.
+        QStringList directOutputs;
     };
 
     explicit AudioRouter(Options options);
@@ -50,7 +57,7 @@ public:
     }
     // "Gigmora DAW in 1", "Gigmora Second DAW in 2": the short names of the inputs.
     static QString inputName(int instance, int channel);
-    static QString outputName(int channel); // "out 1", "out 2"
+    static QString outputName(int channel); // "out 1", "out 2", …
     static QString mmcName(int instance);   // "MMC to Gigmora DAW", "MMC to Gigmora Second DAW"
     // The DAW instance heard from the next period on; the one heard now.
     void swapTo(int instance) { mix_.swapTo(instance); }
@@ -58,12 +65,13 @@ public:
     void arm(int instance) { mix_.arm(instance); }
     int target() const { return mix_.target(); }
     bool audible(int instance) const { return mix_.audible(instance); }
-    // Connects the main outputs of the JACK client `dawClient` (its audio outputs whose names
-    // contain `mainMark`, in name order) to the instance's inputs, or with `listen` false to
-    // nothing, and cuts every other connection they have; false when the client shows no such
-    // outputs. With a transport to tell, the instance's MMC output goes to the DAW's "MMC in".
-    bool routeInstance(int instance, const QString& dawClient, const QString& mainMark,
-                       bool listen = true);
+    int channels() const { return mix_.channels(); }
+    // Connects the main outputs of the JACK client `dawClient` (see Options::mainOutputs) to
+    // the instance's inputs, or with `listen` false to nothing, and every other audio output it
+    // has (a click, an auditioner) to nothing, unless the settings let it be heard directly;
+    // false when the client shows no main output. With a transport to tell, the instance's MMC
+    // output goes to the DAW's "MMC in".
+    bool routeInstance(int instance, const QString& dawClient, bool listen = true);
     // Whether the instance's inputs are connected (the router waits for it in every period).
     bool listensTo(int instance) const;
     // Something is connected to the instance's inputs (and MMC output, with a transport to
@@ -97,8 +105,8 @@ private:
     std::atomic<bool> graphChanged_{false};
     std::unique_ptr<jack_client_t, ClientCloser> client_;
     std::unique_ptr<jack_client_t, ClientCloser> transport_; // with a transport to tell only
-    std::array<std::array<jack_port_t*, RouterMix::kChannels>, RouterMix::kInstances> inputs_{};
-    std::array<jack_port_t*, RouterMix::kChannels> outputs_{};
+    std::array<std::array<jack_port_t*, RouterMix::kMaxChannels>, RouterMix::kInstances> inputs_{};
+    std::array<jack_port_t*, RouterMix::kMaxChannels> outputs_{};
     jack_port_t* trigger_ = nullptr;
     std::array<jack_port_t*, RouterMix::kInstances> mmc_{}; // with a transport to tell only
     int heard_ = 0; // the router's: the instance of the last period

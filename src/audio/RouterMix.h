@@ -9,14 +9,19 @@
 // instance swapped to rises over the crossfade, the others fall over the crossfade or the
 // spillover, whichever is longer, so with no spillover the two gains always keep equal power.
 // A swap during a fade goes on from where the fade stands, so nothing clicks. A swap asked for
-// from any thread takes effect at the first sample of the next period processed.
+// from any thread takes effect at the first sample of the next period processed. Every channel
+// (music, cues, click: up to kMaxChannels) fades with the same gains, sample for sample.
 // Real-time safe: process() takes no lock, allocates nothing and calls nothing that blocks.
 class RouterMix {
 public:
     static constexpr int kInstances = 2;
-    static constexpr int kChannels = 2;
-    using Inputs = std::array<std::array<const float*, kChannels>, kInstances>;
-    using Outputs = std::array<float*, kChannels>;
+    static constexpr int kMaxChannels = 32;
+    using Inputs = std::array<std::array<const float*, kMaxChannels>, kInstances>;
+    using Outputs = std::array<float*, kMaxChannels>;
+
+    // `channels` (1 to kMaxChannels) of each instance, as many outputs.
+    explicit RouterMix(int channels = 2);
+    int channels() const { return channels_; }
 
     // Fade lengths in samples (0: at once).
     void setFades(uint32_t crossfade, uint32_t spillover);
@@ -34,6 +39,10 @@ public:
     int process(const Inputs& in, const Outputs& out, uint32_t frames, bool triggered);
 
 private:
+    // The gains of one stretch of a period, worked out once for every channel.
+    static constexpr uint32_t kBlock = 64;
+
+    const int channels_;
     std::atomic<int> target_{0};
     std::atomic<uint32_t> crossfade_{0};
     std::atomic<uint32_t> spillover_{0};

@@ -58,10 +58,12 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
         if (settings.standby) {
             StandbyDaws::Options two;
             two.daw = std::move(options);
-            two.router = {settings.outputs, uint32_t(settings.crossfadeSamples),
+            two.router = {settings.outputs,
+                          uint32_t(settings.crossfadeSamples),
                           uint32_t(settings.spilloverMs),
-                          transportAtSwap(settings.transportOnSwitch)};
-            two.mainOutputs = settings.mainOutputs;
+                          transportAtSwap(settings.transportOnSwitch),
+                          settings.mainOutputs,
+                          settings.directOutputs};
             two.plan = sessions_;
             standby_ = std::make_unique<StandbyDaws>(std::move(two));
             connect(standby_.get(), &StandbyDaws::stateChanged, this, &DawControl::stateChanged);

@@ -111,7 +111,7 @@ void StandbyDaws::run(const StandbyPlan::Commands& commands) {
             break;
         case Kind::Route:
             // A session brings its own connections along; only the router may hear a DAW.
-            router_.routeInstance(c.instance, clientId(c.instance), options_.mainOutputs, c.listen);
+            router_.routeInstance(c.instance, clientId(c.instance), c.listen);
             break;
         case Kind::SwapTo:
             router_.swapTo(c.instance);

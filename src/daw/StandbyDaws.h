@@ -22,7 +22,6 @@ public:
         // As for one DAW; the ids, names, placeholders and songs are made per instance.
         SessionManager::Options daw;
         AudioRouter::Options router;
-        QString mainOutputs = QStringLiteral("Master/audio_out");
         StagePlan plan; // the stage's, in session folders
     };
     static QString clientId(int instance); // "Gigmora DAW", "Gigmora Second DAW"

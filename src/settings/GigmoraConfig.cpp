@@ -11,6 +11,16 @@
 #include <QStandardPaths>
 #include <optional>
 
+QStringList GigmoraConfig::listOf(const QVariant& v) {
+    const QStringList parts = v.typeId() == QMetaType::QStringList
+                                  ? v.toStringList()
+                                  : v.toString().split(QLatin1Char(','));
+    QStringList names;
+    for (const QString& p : parts)
+        names << p.trimmed();
+    return names.join(QString()).isEmpty() ? QStringList() : names;
+}
+
 namespace {
 constexpr const char* kLogic = "logic";
 constexpr const char* kSessionManager = "session-manager";
@@ -58,13 +68,19 @@ std::optional<QStringList> list(const QVariant& v) {
 
 // Port names, from a list or from text with commas; an empty value is an empty list.
 std::optional<QStringList> portNames(const QVariant& v) {
-    const QStringList parts = v.typeId() == QMetaType::QStringList
-                                  ? v.toStringList()
-                                  : v.toString().split(QLatin1Char(','));
-    QStringList names;
-    for (const QString& p : parts)
-        if (!p.trimmed().isEmpty()) names << p.trimmed();
+    const QStringList names = GigmoraConfig::listOf(v);
+    if (names.size() > GigmoraConfig::kMaxChannels) return std::nullopt;
     return names;
+}
+
+// Marks without empty entries; at least one when `required`.
+auto marks(bool required) {
+    return [required](const QVariant& v) -> std::optional<QStringList> {
+        QStringList marks = GigmoraConfig::listOf(v);
+        marks.removeAll(QString());
+        if (required && marks.isEmpty()) return std::nullopt;
+        return marks;
+    };
 }
 
 // "true" or "false", else nothing.
@@ -135,7 +151,8 @@ GigmoraConfig::Daw GigmoraConfig::daw() {
     file.take("loadTimeout", between(1, kMaxLoadTimeoutSeconds), daw.loadTimeoutSeconds);
     file.take("standby", boolean, daw.standby);
     file.take("outputs", portNames, daw.outputs);
-    file.take("mainOutputs", text([](const QString& m) { return !m.isEmpty(); }), daw.mainOutputs);
+    file.take("mainOutputs", marks(true), daw.mainOutputs);
+    file.take("directOutputs", marks(false), daw.directOutputs);
     file.take("crossfade", between(0, kMaxCrossfadeSamples), daw.crossfadeSamples);
     file.take("spillover", between(0, kMaxSpilloverMs), daw.spilloverMs);
     const auto transport = [](const QVariant& v) -> std::optional<Daw::Transport> {
@@ -156,7 +173,8 @@ void GigmoraConfig::setDaw(const Daw& daw) {
            {"loadTimeout", daw.loadTimeoutSeconds},
            {"standby", daw.standby},
            {"outputs", daw.outputs.join(QStringLiteral(", "))},
-           {"mainOutputs", daw.mainOutputs},
+           {"mainOutputs", daw.mainOutputs.join(QStringLiteral(", "))},
+           {"directOutputs", daw.directOutputs.join(QStringLiteral(", "))},
            {"crossfade", daw.crossfadeSamples},
            {"spillover", daw.spilloverMs},
            {"transportOnSwitch", QString::fromLatin1(kTransports[int(daw.transportOnSwitch)])}});

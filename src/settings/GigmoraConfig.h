@@ -6,6 +6,8 @@
 // Gigmora's own settings beyond the settings archive, in $XDG_CONFIG_HOME/Gigmora/Gigmora.conf
 // (INI). An absent file, group or key means the default behaviour; a value that cannot be
 // used is read as its default, with one log line.
+class QVariant;
+
 class GigmoraConfig {
 public:
     // How the DAW is told to change songs.
@@ -18,11 +20,15 @@ public:
         // A second DAW holds the next song loaded; Gigmora's audio router swaps which one is
         // heard (with the session manager only).
         bool standby = false;
-        // Where the router's output pair goes; empty: nowhere.
+        // Where each of the router's channels goes (an empty entry: nowhere); as many channels
+        // as entries, at least two.
         QStringList outputs{QStringLiteral("system:playback_1"),
                             QStringLiteral("system:playback_2")};
-        // What marks a DAW's main outputs among its ports (Ardour's Master bus).
-        QString mainOutputs = QStringLiteral("Master/audio_out");
+        // What marks a DAW's routed outputs, in channel order (Ardour's Master bus, then a
+        // bus of cues, say): each mark's ports are the next channels.
+        QStringList mainOutputs{QStringLiteral("Master/audio_out")};
+        // DAW outputs left connected as the session has them, heard past the router.
+        QStringList directOutputs;
         int crossfadeSamples = 64; // the equal-power crossfade at a swap
         int spilloverMs = 0;       // how long the song left behind rings on, fading
         // What the DAWs' transports are told at a swap (MIDI Machine Control); in this order
@@ -37,6 +43,7 @@ public:
     static constexpr int kMaxLoadTimeoutSeconds = 600;
     static constexpr int kMaxCrossfadeSamples = 48000;
     static constexpr int kMaxSpilloverMs = 10000;
+    static constexpr int kMaxChannels = 32; // through the router
 
     // MIDI beyond the engine's fixed messages.
     struct Midi {
@@ -65,6 +72,9 @@ public:
     static QString makePin();
 
     static QString filePath();
+    // A comma-separated list, each entry trimmed; empty entries are kept (a channel connected
+    // nowhere), but a list of nothing but empty entries is empty.
+    static QStringList listOf(const QVariant& value);
     static Daw daw();
     static void setDaw(const Daw& daw);
     static Midi midi();
