@@ -52,19 +52,19 @@ protected:
                 !jack_port_connected_to(port, to.toUtf8().constData()))
                 jack_connect(client, from.toUtf8().constData(), to.toUtf8().constData());
         };
-        for (int i = 0; i < 2; ++i) {
-            for (int c = 0; c < 2; ++c)
-                link(feeds_[i].client(), feeds_[i].outputName(c),
-                     QStringLiteral("%1:Master/audio_in %2")
-                         .arg(StandbyDaws::clientId(i))
-                         .arg(c + 1));
-        }
+        for (int i = 0; i < 2; ++i)
+            for (const char* bus : {"Master", "Cues"}) // a session without cues has no Cues
+                for (int c = 0; c < 2; ++c)
+                    link(feeds_[i].client(), feeds_[i].outputName(c),
+                         QStringLiteral("%1:%2/audio_in %3")
+                             .arg(StandbyDaws::clientId(i), bus)
+                             .arg(c + 1));
     }
     // The MIDI and main ports on the server and their connections, for a failure to show.
     std::string graph() {
         std::string out = "\n";
         const char** ports =
-            jack_get_ports(listener_.client(), "MMC|Master|Gigmora Audio", nullptr, 0);
+            jack_get_ports(listener_.client(), "MMC|Master|Cues|Click|Gigmora Audio", nullptr, 0);
         for (const char** p = ports; p && *p; ++p) {
             out += std::string(*p) + " ->";
             const char** to = jack_port_get_all_connections(
@@ -221,6 +221,67 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
     EXPECT_TRUE(openedFiles().isEmpty()) << "no desktop entry was run";
     EXPECT_TRUE(QFileInfo::exists(StandbyDaws::configHome(1) + "/ardour7"))
         << "the second Ardour keeps its configuration in a home of its own";
+}
+
+// A rig's cues on a bus of their own, four channels through the router: the cues swap with the
+// music in the same period, and no audio output of either Ardour, its click included, reaches
+// anything but the router.
+TEST_F(ArdourStandby, CuesSwapWithTheMusicAndNothingElseIsHeard) {
+    GigmoraConfig::Daw settings = GigmoraConfig::daw();
+    settings.outputs = {listener_.inputName(0), "", listener_.inputName(1), ""};
+    settings.mainOutputs = {"Master/audio_out", "Cues/audio_out"};
+    GigmoraConfig::setDaw(settings);
+    makeSetlist(
+        {ardourSession("Opener", 48000, 0, 0, true), ardourSession("Ballad", 48000, 0, 0, true)});
+    launch();
+    const auto pastTheRouter = [&] {
+        QStringList heard;
+        for (int i = 0; i < 2; ++i) {
+            const QString pattern = "^" + StandbyDaws::clientId(i) + ":";
+            const char** ports = jack_get_ports(listener_.client(), pattern.toUtf8(),
+                                                JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput);
+            for (const char** p = ports; p && *p; ++p) {
+                const char** to = jack_port_get_all_connections(
+                    listener_.client(), jack_port_by_name(listener_.client(), *p));
+                for (const char** q = to; q && *q; ++q)
+                    if (!QByteArray(*q).startsWith("Gigmora Audio:"))
+                        heard << QString("%1 -> %2").arg(*p, *q);
+                jack_free(to);
+            }
+            jack_free(ports);
+        }
+        return heard;
+    };
+    const auto cuesOf = [&](int instance) {
+        const auto h = listener_.heard();
+        return !h.empty() && std::abs(h.back().right - kLevels[instance]) < 0.02f;
+    };
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            keepFed();
+            return daw() == stage::playing("Opener", "Ballad");
+        },
+        180000))
+        << graph();
+    ASSERT_TRUE(waitUntil([&] { return heardInstance() == 0 && cuesOf(0); }, 20000)) << graph();
+    ASSERT_TRUE(jack_port_by_name(listener_.client(), "Gigmora Second DAW:Click/audio_out 1"));
+    EXPECT_EQ(pastTheRouter(), QStringList()) << graph();
+    const size_t before = listener_.heard().size();
+    midi->send({0xC0, 0x7F});
+    ASSERT_TRUE(waitUntil([&] { return heardInstance() == 1 && cuesOf(1); }, 10000)) << graph();
+    const auto heard = listener_.heard();
+    for (size_t i = before; i < heard.size(); ++i)
+        EXPECT_EQ(std::abs(heard[i].last - kLevels[1]) < 0.02f,
+                  std::abs(heard[i].right - kLevels[1]) < 0.02f)
+            << "period " << i - before << ": the music and its cues swap together";
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            keepFed();
+            return daw() == stage::playingLast("Ballad");
+        },
+        120000))
+        << graph();
+    EXPECT_EQ(pastTheRouter(), QStringList()) << graph();
 }
 
 // A song recorded at 44.1 kHz on a 48 kHz server stops Ardour's load on a question. The stage

@@ -71,9 +71,10 @@ int AudioProbe::process(jack_nframes_t frames, void* self) {
         std::fill(out, out + frames, level);
     }
     const auto* in = static_cast<const float*>(jack_port_get_buffer(p->in_[0], frames));
+    const auto* right = static_cast<const float*>(jack_port_get_buffer(p->in_[1], frames));
     const size_t n = p->count_.load(std::memory_order_relaxed);
     if (n < kPeriods) {
-        p->heard_[n] = {jack_last_frame_time(p->client_), in[0], in[frames - 1]};
+        p->heard_[n] = {jack_last_frame_time(p->client_), in[0], in[frames - 1], right[frames - 1]};
         p->count_.store(n + 1, std::memory_order_release);
     }
     void* midi = jack_port_get_buffer(p->mmc_, frames);

@@ -26,6 +26,7 @@ public:
     struct Heard {
         jack_nframes_t start; // the period's first frame
         float first, last;    // its first and last sample, left channel
+        float right;          // its last sample, right channel
     };
     // The periods heard so far.
     std::vector<Heard> heard() const;

@@ -18,10 +18,11 @@ bool titled(const QString& name) {
     return !search.readAllStandardOutput().trimmed().isEmpty();
 }
 
-QString ardourSession(const QString& name, int sampleRate, int heavyTracks, int recordMs) {
+QString ardourSession(const QString& name, int sampleRate, int heavyTracks, int recordMs,
+                      bool cues) {
     const QString folder = TempHome::home() + "/sessions/" + name;
     QProcess make;
-    if (sampleRate == 48000 && heavyTracks == 0 && recordMs == 0) {
+    if (sampleRate == 48000 && heavyTracks == 0 && recordMs == 0 && !cues) {
         make.start("ardour7-new_session", {folder, name});
     } else {
         const QString script = TempHome::home() + "/make-" + name + ".lua";
@@ -36,6 +37,12 @@ for t in tracks:iter() do
                              -1, nil, true)
   end
   if %5 > 0 then t:rec_enable_control():set_value(1, PBD.GroupControlDisposition.NoGroup) end
+end
+if %6 then
+  local buses = s:new_audio_route(2, 2, nil, 1, "Cues", ARDOUR.PresentationInfo.Flag.AudioBus,
+                                  ARDOUR.PresentationInfo.max_order)
+  ARDOUR.LuaAPI.usleep(1000000) -- its outputs are connected to Master after a moment
+  for r in buses:iter() do r:output():disconnect_all(nil) end
 end
 if %5 > 0 then
   s:maybe_enable_record(false)
@@ -52,6 +59,7 @@ quit()
                                        .arg(sampleRate)
                                        .arg(heavyTracks)
                                        .arg(recordMs)
+                                       .arg(cues ? "true" : "false")
                                        .toUtf8());
         make.start("ardour7-lua", {script});
     }

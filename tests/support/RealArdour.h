@@ -17,9 +17,10 @@ bool titled(const QString& name);
 // empty-session tool makes none, and a song without one reaches no speaker); its folder. Made
 // headless by Ardour's Lua session tool when it is to be recorded at another rate or to be
 // heavy: `heavyTracks` stereo tracks with four of Ardour's plugins each, which record for
-// `recordMs` (the recording also gives the session its range).
+// `recordMs` (the recording also gives the session its range); with `cues`, a stereo "Cues" bus
+// connected nowhere, as a rig's bus for the click and the in-ear mixes is.
 QString ardourSession(const QString& name, int sampleRate = 48000, int heavyTracks = 0,
-                      int recordMs = 0);
+                      int recordMs = 0, bool cues = false);
 
 // A copy of the session `from` as `name`, its snapshot changed by `edit`; its folder.
 QString copySession(const QString& from, const QString& name,
