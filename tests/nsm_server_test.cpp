@@ -74,8 +74,6 @@ private:
 };
 } // namespace
 
-// The handshake and a switch: the DAW announces itself, is welcomed, is asked to open a session
-// and answers, or fails; Gigmora hears both.
 TEST(NsmServer, AnnounceThenOpenAndReply) {
     NsmServer server;
     ASSERT_TRUE(server.listen());
@@ -111,8 +109,7 @@ TEST(NsmServer, AnnounceThenOpenAndReply) {
     EXPECT_TRUE(daw.waitFor("/nsm/client/save"));
 }
 
-// Replies from a program that never announced itself never reach Gigmora (garbage datagrams
-// are the OSC fuzzer's); the DAW that announced, which cannot switch sessions, is still heard.
+// Garbage datagrams are the OSC fuzzer's.
 TEST(NsmServer, OnlyTheDawThatAnnouncedIsHeard) {
     LogCapture log;
     NsmServer server;

@@ -86,8 +86,7 @@ TEST(OscRemote, MessagesAndFeedback) {
     EXPECT_TRUE(surface.heard("/gigmora/daw", "loaded|Ballad||0||loading|Encore"));
 }
 
-// A sender that is not allowed changes nothing and is logged once (garbage datagrams are the
-// OSC fuzzer's).
+// Logged once; garbage datagrams are the OSC fuzzer's.
 TEST(OscRemote, SendersNotAllowedAreIgnored) {
     LogCapture log;
     OscRemote remote;

@@ -59,8 +59,7 @@ TEST_F(SessionManagerTest, ASilentDawIsEndedAndComesBack) {
     EXPECT_NE(silent.dawProcessId(), first);
 }
 
-// One client id all night (one JACK name); at its announce the DAW opens the stage's song, or
-// with that session missing, a placeholder.
+// One client id all night: one JACK name.
 TEST_F(SessionManagerTest, AnAnnouncedDawOpensTheStageSongOrThePlaceholder) {
     const QString placeholder = TempHome::home() + "/data/Placeholder";
     QString stage = session("Opener");
@@ -171,8 +170,7 @@ TEST_F(SessionManagerTakeOver, OneThatCannotBeTakenOverIsEndedFirst) {
     EXPECT_EQ(manager.loadedPath(), session("Opener"));
 }
 
-// A Gigmora started again with the default control (the close command and the "Logic Pro X"
-// opening) ends the DAW a crashed one left: nothing would drive it, and it holds the audio.
+// Nothing would drive a DAW left by a crash under the default control, and it holds the audio.
 TEST_F(SessionManagerTakeOver, TheDefaultControlEndsALeftoverDaw) {
     const qint64 pid = crashWithADawPlaying(DawControl::runtimeFolder());
     ASSERT_TRUE(alive(pid));
