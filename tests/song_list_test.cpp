@@ -6,6 +6,7 @@
 #include "platform/TableView.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
+#include "support/LogCapture.h"
 
 #include <QAction>
 #include <QLineEdit>
@@ -137,7 +138,9 @@ TEST_F(SongList, EditsUndoAndRedoInOneStep) {
     QAction* redo = command("&Redo");
     ASSERT_TRUE(undo && redo);
     EXPECT_FALSE(redo->isEnabled());
+    LogCapture log;
     typeNumber(1, "9");
+    EXPECT_TRUE(log.lines().isEmpty()) << "the typed number's reload finds no editor open";
     undo->trigger();
     processEvents();
     EXPECT_EQ(number(s[1]), 2);
