@@ -97,8 +97,7 @@ TEST_F(SessionManagerTest, ADawThatQuitsIsNotACrash) {
     EXPECT_TRUE(waitUntil([&] { return loaded.size() == 1; }));
 }
 
-// Gigmora killed while its DAW plays: the next takes that DAW over, or, without the session
-// manager's port back, ends it and starts its own. Never two DAWs.
+// Gigmora killed while its DAW plays: never two DAWs after it.
 class SessionManagerTakeOver : public SessionManagerTest {
 protected:
     // A session manager in a process of its own whose DAW has loaded Opener; killed as a crash.
