@@ -17,7 +17,6 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QSignalSpy>
-#include <jack/metadata.h>
 #include <sys/stat.h>
 
 using namespace helpers;
@@ -61,7 +60,6 @@ TEST_F(AppLifecycle, TerminationSavesThenDropsPathlessSongsFromMemoryOnly) {
     EXPECT_EQ(reopened.executeFetchRequest({"Song", {}, {}, 0}).size(), 2);
 }
 
-// A quit with nothing changed since the last save leaves the store file alone.
 TEST_F(AppLifecycle, QuitWithoutChangesWritesNothing) {
     launch();
     app->requestQuit(); // the first launch made a setlist: that is saved
@@ -124,18 +122,4 @@ TEST_F(AppLifecycle, DeviceAlertsShowOnceUntilTheInputDeviceChanges) {
     EXPECT_TRUE(app->midiDeviceAlert());
     app->midiDevicePopUpAction();
     EXPECT_FALSE(app->midiDeviceAlert());
-
-    // A device with a pretty name, as another program publishes it.
-    JackTestClient keys("gigmora-keys-device");
-    jack_port_t* port = jack_port_by_name(keys.client(), "gigmora-keys-device:out");
-    jack_set_property(keys.client(), jack_port_uuid(port), "urn:x-midi:uniqueID", "5151", nullptr);
-    jack_set_property(keys.client(), jack_port_uuid(port), JACK_METADATA_PRETTY_NAME, "Keys",
-                      nullptr);
-    app->controllerMidiDeviceInitialSetAlert();
-    app->controllerMidiDeviceChangeAlert();
-    ASSERT_EQ(alerts.shownAlerts.size(), 2);
-    app->setMidiDeviceAlert(false);
-    app->controllerMidiDeviceChangeAlert();
-    EXPECT_EQ(alerts.shownAlerts.last().informativeText,
-              "The Selected Midi Device:\n'Keys'\nhas been removed");
 }

@@ -133,7 +133,6 @@ TEST(JackReconnect, RoutingSurvivesRebuildsAndRestarts) {
     EXPECT_FALSE(connected(peer->client(), "foot:out", in));
 }
 
-// A server that accepts but never answers never holds up the main thread's sends and lookups.
 TEST(JackReconnect, AHungServerNeverBlocksTheMainThread) {
     REQUIRE_JACK();
     PrivateServer server("hung");

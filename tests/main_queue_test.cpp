@@ -18,10 +18,7 @@ void countedJob(void* context) {
 }
 } // namespace
 
-// Jobs from the MIDI thread (plain, through the lock-free ring) and from anywhere else run in
-// the order they were queued, also past a full ring where the overflow takes over; a delayed
-// job joins behind everything already waiting; plain jobs of an owner that goes are dropped,
-// from the ring and from the overflow.
+// A delayed job joins behind all that waits; an owner that goes takes its plain jobs along.
 TEST(MainQueue, EveryJobRunsInTheOrderItWasQueuedPastAFullRing) {
     g_ran.clear();
     constexpr int kRounds = 30000; // 90,000 jobs: past the ring's 65,536 slots

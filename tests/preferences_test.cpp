@@ -177,15 +177,6 @@ TEST_F(Preferences, TheRemotePaneTurnsTheWebRemoteOn) {
     EXPECT_FALSE(app->window()->remoteIndicator()->isHidden());
     EXPECT_TRUE(pane->qrText().endsWith(QString(":%1/?pin=%2").arg(port).arg(on.pin)))
         << pane->qrText().toStdString();
-
-    // A PIN too short is not taken; "New PIN" makes another and the remote starts over with it.
-    pane->pinEdit()->setText("12");
-    emit pane->pinEdit()->editingFinished();
-    EXPECT_EQ(GigmoraConfig::remote().pin, on.pin);
-    QTest::mouseClick(pane->newPinButton(), Qt::LeftButton);
-    EXPECT_NE(GigmoraConfig::remote().pin, on.pin);
-    ASSERT_TRUE(app->remotes()->webRemote());
-
     QTest::mouseClick(pane->enabledBox(), Qt::LeftButton);
     EXPECT_FALSE(GigmoraConfig::remote().enabled);
 }

@@ -10,8 +10,7 @@
 
 using namespace helpers;
 
-// The web remote as the band uses it: Debian's Chromium, headless, on the page Gigmora serves,
-// with the JACK test client standing in for the foot controller and the DAW.
+// The web remote as the band uses it, in Debian's Chromium.
 class RemoteBrowser : public StageFixture {};
 
 // The row the page marks as current, by its text; "" when none is.

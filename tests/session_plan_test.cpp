@@ -105,8 +105,7 @@ TEST(SessionPlan, SongsOpenInOneProcessOrByAStart) {
                          "| timer | open D"}});
 }
 
-// A refusal is said; a DAW silent past the timeout, or stuck on a question, is killed and comes
-// back without that song, named until the next is asked for.
+// The song that cannot load stays named until the next is asked for.
 TEST(SessionPlan, ALoadThatCannotBeIsGivenUp) {
     play({{"open A", "'Starting Ardour…' | launch"},
           {"announce switch", "record | 'Loading A…' | timer | open A"},
@@ -141,8 +140,7 @@ TEST(SessionPlan, ALoadThatCannotBeIsGivenUp) {
           {"question Save changes", ""}});
 }
 
-// A death brings the song back; three within a minute, or a quit, wait for the next song. One
-// ended by Gigmora is not a death.
+// Three deaths within a minute, or a quit, wait for the next song; a kill of ours is no death.
 TEST(SessionPlan, DeathsQuitsAndTakeOvers) {
     const char* back = "record | 'Loading A…' | timer | open A";
     play({{"open A", "'Starting Ardour…' | launch"},

@@ -12,7 +12,6 @@
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
 
-#include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTest>
@@ -122,7 +121,6 @@ TEST_F(SetlistDragDrop, ProjectFilesIntoASetlist) {
     EXPECT_FALSE(dropFiles(setlistTable(), {project("Other.logicx")}, 1, true));
 }
 
-// Remove and delete with and without a selection.
 TEST_F(SetlistDragDrop, SetlistCommands) {
     const auto songs = gig({"S1.logicx", "S2.logicx", "S3.logicx"});
     const auto click = [&](const char* button) {
@@ -145,18 +143,4 @@ TEST_F(SetlistDragDrop, SetlistCommands) {
     click("removeFromSetlistButton");
     EXPECT_EQ(titles(), QStringList{"S2"});
     EXPECT_FALSE(songs[0]->isDeleted()) << "still in the library";
-}
-
-// An emptied setlist name becomes "Setlist" when the edit ends.
-TEST_F(SetlistDragDrop, UnnamedSetlists) {
-    gig({"S1.logicx"});
-    const qsizetype row =
-        app->allSetlistsArrayController()->arrangedObjects().indexOf(currentSetlist());
-    setlistsTable()->edit(setlistsTable()->model()->index(int(row), 0));
-    auto* editor = setlistsTable()->findChild<QLineEdit*>();
-    ASSERT_TRUE(editor);
-    editor->clear();
-    QTest::keyClick(editor, Qt::Key_Return);
-    processEvents();
-    EXPECT_EQ(currentSetlist()->stringValue("name"), "Setlist");
 }

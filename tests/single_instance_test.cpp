@@ -17,9 +17,7 @@ protected:
     static QString folder() { return LibraryStack::applicationDocumentsDirectory(); }
 };
 
-// A lock left by a crashed Gigmora names a process that is gone: it is taken over. A second
-// comes second: it asks the first to come forward and does not get the library; another
-// library (another home) is another Gigmora.
+// A crashed Gigmora's lock is taken over; a second asks the first to come forward instead.
 TEST_F(SingleInstanceTest, OneGigmoraPerLibrary) {
     QProcess gone;
     gone.start("sleep", {"30"});
@@ -40,8 +38,6 @@ TEST_F(SingleInstanceTest, OneGigmoraPerLibrary) {
     EXPECT_TRUE(elsewhere.acquire());
 }
 
-// The real program started twice on one library: the second exits at once, saying why, and
-// the store is not touched.
 TEST_F(SingleInstanceTest, ASecondProgramLeavesTheStoreAlone) {
     writeFile(storePath(), R"(<?xml version="1.0"?><database><databaseInfo><UUID>A</UUID>
 <nextObjectID>2</nextObjectID></databaseInfo><object type="SETLIST" id="z1">

@@ -251,7 +251,6 @@ TEST_F(StageSafety, ClosingTheWindowCommitsADetailFieldFirst) {
     EXPECT_TRUE(readFile(storePath()).contains(">42</attribute>"));
 }
 
-// No Undo leaves the library without a setlist to drop into.
 TEST_F(StageSafety, UndoKeepsASetlistToDropInto) {
     addSongs({"Opener.logicx"});
     launch();

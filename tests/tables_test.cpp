@@ -2,10 +2,8 @@
 #include "library/OrderedRelation.h"
 #include "support/EditFixture.h"
 #include "support/LibraryHelpers.h"
-#include "support/LogCapture.h"
 
 #include <QDrag>
-#include <QLineEdit>
 #include <QTest>
 
 using namespace helpers;
@@ -32,21 +30,6 @@ TEST_F(Tables, DragFromAnUnselectableRowLeavesTheRows) {
     processEvents();
     EXPECT_EQ(songList()->numberOfRows(), 3);
     EXPECT_EQ(setlistSongs().size(), 3);
-}
-
-// A typed number reaches the song once the editor is closed: its reload finds no editor.
-TEST_F(Tables, EditsCommitAfterTheEditorCloses) {
-    const auto songs = gig(2);
-    LogCapture log;
-    songList()->edit(songList()->model()->index(1, 0));
-    auto* editor = songList()->findChild<QLineEdit*>();
-    ASSERT_TRUE(editor);
-    editor->setText("9");
-    QTest::keyClick(editor, Qt::Key_Return);
-    processEvents();
-    EXPECT_EQ(number(songs[1]), 9);
-    EXPECT_FALSE(songList()->isEditing());
-    EXPECT_TRUE(log.lines().isEmpty()) << log.lines().join('\n').toStdString();
 }
 
 // Reloads asked for in a burst run once, taking the row count when they run.

@@ -80,8 +80,7 @@ struct Page {
 };
 } // namespace
 
-// What the browser test cannot show: the CSP, a SameSite cookie among others, a lockout of one
-// address only, for a minute.
+// What the browser test cannot show: the CSP, the cookie among others, a per-address lockout.
 TEST(WebRemote, PinSessionsAndLockout) {
     qint64 now = 1'000'000;
     WebRemote remote("2468", [&] { return now; });
@@ -102,7 +101,6 @@ TEST(WebRemote, PinSessionsAndLockout) {
     EXPECT_TRUE(r.body.contains("id=\"order\""));
 }
 
-// A WebSocket needs the page's origin; it hears every change and can only step through the set.
 TEST(WebRemote, PagesNeedTheSessionAndTheirOrigin) {
     WebRemote remote("2468");
     ASSERT_TRUE(remote.listen(QHostAddress::LocalHost, 0));
@@ -152,8 +150,6 @@ TEST(WebRemote, PagesNeedTheSessionAndTheirOrigin) {
 
 class RemoteStage : public StageFixture {};
 
-// Garbage, oversized headers and bodies and made-up paths leave the page served to a good client
-// and the MIDI trigger answered.
 TEST_F(RemoteStage, HostileTrafficLeavesThePageAndTheTriggerAlone) {
     GigmoraConfig::setRemote({true, 0, "2468", {}});
     makeSetlist({project("One.logicx"), project("Two.logicx")});
