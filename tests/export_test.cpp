@@ -145,6 +145,15 @@ TEST(PdfExport, FortySongsInOrderOverPagesThatEachNameTheSetlist) {
     EXPECT_FALSE(all.contains("LASTWORD"));
     EXPECT_TRUE(all.contains(kLongWord.left(20)));
 
+    const qreal margin = 12 / 25.4 * 72;
+    for (const pdf::Run& run : pdf::runs(pdfPath())) {
+        EXPECT_GE(run.left, margin - 1) << run.text.toStdString();
+        EXPECT_LE(run.right, run.pageWidth - margin + 1) << run.text.toStdString();
+        if (!run.text.contains("Track")) continue;
+        EXPECT_GE(run.points, 14) << run.text.toStdString();
+        EXPECT_LT(run.points, 28) << "a long list shrinks before it takes more pages";
+    }
+
     // Every setlist from a new page.
     ASSERT_EQ(runExport({"--pdf=" + pdfPath()}).code, 0);
     const QStringList each = pdf::pageTexts(pdfPath());
@@ -166,6 +175,7 @@ TEST(PdfExport, FailuresLeaveNoFileBehind) {
         const Output r = runExport(args);
         EXPECT_EQ(r.code, 64) << args.join(' ').toStdString() << r.err.toStdString();
     }
+    EXPECT_EQ(runExport({"--pdf", pdfPath(), "--setlist", "Nowhere"}).code, 2);
     EXPECT_TRUE(nothingIn());
 
     // A folder where the file should be.
