@@ -82,6 +82,22 @@ TEST_F(SessionManagerTest, AnAnnouncedDawOpensTheStageSongOrThePlaceholder) {
     EXPECT_TRUE(manager.placeholderLoaded());
 }
 
+// A DAW whose client has gone while its process lives on (Hydrogen's crash reporter waits on a
+// dialog) counts as dead: it is ended and comes back with its song.
+TEST_F(SessionManagerTest, AClientGoneWhileItsProcessLivesIsACrash) {
+    SessionManager manager(daw({"--gone-after-opens", "2"}));
+    QSignalSpy loaded(&manager, &SessionManager::loaded);
+    manager.open(session("Opener"));
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }));
+    const qint64 first = manager.dawProcessId();
+    manager.open(session("Ballad"));
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 3; }, 10000))
+        << manager.stateText().toStdString();
+    EXPECT_EQ(loaded[2][0].toString(), session("Ballad")) << "back with its song";
+    EXPECT_NE(manager.dawProcessId(), first);
+    EXPECT_NE(::kill(pid_t(first), 0), 0) << "the one without a client is gone";
+}
+
 // A DAW that quits is not a crash: its last line is said and it waits for the next song.
 TEST_F(SessionManagerTest, ADawThatQuitsIsNotACrash) {
     SessionManager manager(daw({"--quit-after", "300"}));

@@ -81,8 +81,7 @@ int CheckCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
                "manager; choose it in Gigmora.conf ([daw] control=session-manager).\n";
         return kCheckUsageError;
     }
-    const SetlistCheck checker(daw.control == GigmoraConfig::Daw::Control::SessionManager,
-                               daw.standby);
+    const SetlistCheck checker(daw);
     const std::optional<int> rate = checker.system().sampleRate;
     bool problems = false;
     QJsonArray lists;

@@ -21,7 +21,6 @@ SetlistCheckDialog::SetlistCheckDialog(const QString& setlistName,
       loadEach_(
           buttons_->addButton(QStringLiteral("Load Each Song"), QDialogButtonBox::ActionRole)) {
     const bool sessions = daw.control == GigmoraConfig::Daw::Control::SessionManager;
-    const bool routed = daw.standby;
     setWindowTitle(QStringLiteral("Check Setlist “%1”").arg(setlistName));
     setAccessibleName("Check Setlist");
     results_->setAccessibleName("Check results");
@@ -50,9 +49,9 @@ SetlistCheckDialog::SetlistCheckDialog(const QString& setlistName,
 
     // The worker owns its copies; the dialog, if still open, reads the outcome once it ends.
     auto outcome = std::make_shared<Outcome>();
-    QThread* worker = QThread::create([outcome, songs, sessions, routed] {
+    QThread* worker = QThread::create([outcome, songs, daw] {
         guarded("checkSetlist", [&] {
-            const SetlistCheck checker(sessions, routed);
+            const SetlistCheck checker(daw);
             outcome->system = checker.system().lines;
             outcome->setlist = checker.check(songs);
             outcome->complete = true;

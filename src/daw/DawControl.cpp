@@ -28,7 +28,7 @@ void DawControl::setPlan(const StagePlan& plan) {
     plan_ = plan;
     StagePlan sessions{{}, plan.at};
     for (const QString& song : plan.order)
-        sessions.order << QDir::cleanPath(projectKind_.projectPath(song));
+        sessions.order << QDir::cleanPath(projectKind_.sessionPath(song));
     if (sessions == sessions_) return;
     sessions_ = std::move(sessions);
     if (standby_) standby_->setPlan(sessions_);
@@ -42,8 +42,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
     const bool managed = settings.control == GigmoraConfig::Daw::Control::SessionManager;
     const bool same = managesSessions() && settings == settings_;
     settings_ = settings;
-    projectKind_.setKind(managed ? ProjectKind::Kind::SessionFolder
-                                 : ProjectKind::Kind::LogicProject);
+    projectKind_ = managed ? ProjectKind::forProgram(settings.program()) : ProjectKind();
     setPlan(plan_); // the songs' projects may be other ones now
     if (managed && same) return;
     shutdown();
@@ -55,6 +54,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
         options.placeholder = placeholderPath();
         options.runtimeFolder = runtimeFolder();
         options.stageSong = [this] { return sessions_.current(); };
+        options.songs = projectKind_;
         if (settings.standby) {
             StandbyDaws::Options two;
             two.daw = std::move(options);
@@ -102,7 +102,9 @@ QString DawControl::runtimeFolder() {
            QStringLiteral("/Gigmora/") + key;
 }
 
-bool DawControl::openSession(const QString& path) {
+bool DawControl::openSession(const QString& song) {
+    // What the program opens: a session folder, or a patch without its extension.
+    const QString path = QDir::cleanPath(projectKind_.sessionPath(song));
     if (standby_)
         standby_->open(path);
     else if (manager_)
@@ -110,8 +112,8 @@ bool DawControl::openSession(const QString& path) {
     return managesSessions();
 }
 
-bool DawControl::swapsAtOnce(const QString& path) const {
-    return standby_ && standby_->swapsAtOnce(path);
+bool DawControl::swapsAtOnce(const QString& song) const {
+    return standby_ && standby_->swapsAtOnce(QDir::cleanPath(projectKind_.sessionPath(song)));
 }
 
 SessionManager* DawControl::sessionManager() const {

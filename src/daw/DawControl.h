@@ -33,9 +33,9 @@ public:
     // What counts as a song's project under this control.
     const ProjectKind& projectKind() const { return projectKind_; }
     // Puts the session in front of the DAW; false without a session manager.
-    bool openSession(const QString& path);
+    bool openSession(const QString& song);
     // The session is loaded in a standby DAW and opening it swaps at once: no DAW delay.
-    bool swapsAtOnce(const QString& path) const;
+    bool swapsAtOnce(const QString& song) const;
     // Ends the DAW Gigmora started (on quit, after the library is saved).
     void shutdown();
     QString stateText() const;

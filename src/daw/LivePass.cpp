@@ -41,15 +41,17 @@ SessionManager::Options dawOf(const GigmoraConfig::Daw& settings) {
     SessionManager::Options o;
     o.program = settings.program();
     o.loadTimeoutMs = settings.loadTimeoutSeconds * 1000;
+    o.songs = SetlistCheck::songsOf(settings);
     return o;
 }
 
-QList<LivePass::Song> songsOf(const SetlistCheck::Result& checked) {
-    const ProjectKind sessions(ProjectKind::Kind::SessionFolder);
+QList<LivePass::Song> songsOf(const ProjectKind& kind, const SetlistCheck::Result& checked) {
     QList<LivePass::Song> songs;
     for (const SetlistCheck::Row& row : checked.rows)
         songs.append({row.title,
-                      sessions.isProject(row.path) ? sessions.projectPath(row.path) : QString(),
+                      kind.isProject(row.path) && kind.sessionExists(kind.sessionPath(row.path))
+                          ? kind.sessionPath(row.path)
+                          : QString(),
                       row.check.seconds});
     return songs;
 }
@@ -57,7 +59,7 @@ QList<LivePass::Song> songsOf(const SetlistCheck::Result& checked) {
 
 LivePass::LivePass(const GigmoraConfig::Daw& settings, const SetlistCheck::Result& checked,
                    QObject* parent)
-    : LivePass(dawOf(settings), songsOf(checked), parent) {}
+    : LivePass(dawOf(settings), songsOf(SetlistCheck::songsOf(settings), checked), parent) {}
 
 LivePass::~LivePass() {
     if (daw_ && !over_) daw_->shutdown(kEndGraceMs);

@@ -3,6 +3,8 @@
 #include "daw/DawLog.h"
 #include "osc/OscMessage.h"
 
+#include <QFile>
+
 namespace {
 constexpr int kErrIncompatibleApi = -2;
 } // namespace
@@ -28,6 +30,21 @@ Result<> NsmServer::listen(quint16 port) {
 
 QString NsmServer::url() const {
     return QStringLiteral("osc.udp://127.0.0.1:%1/").arg(port());
+}
+
+bool NsmServer::clientListens() const {
+    if (!clientPort_) return false;
+    // Linux's table of UDP sockets: "sl local_address rem_address st …", the address as
+    // hex "ADDRESS:PORT".
+    const QByteArray port =
+        ':' + QByteArray::number(clientPort_, 16).toUpper().rightJustified(4, '0');
+    for (const char* table : {"/proc/net/udp", "/proc/net/udp6"}) {
+        QFile file(QString::fromLatin1(table));
+        if (!file.open(QIODevice::ReadOnly)) return true; // nothing to tell by: assumed there
+        for (const QByteArray& line : file.readAll().split('\n'))
+            if (line.simplified().split(' ').value(1).endsWith(port)) return true;
+    }
+    return false;
 }
 
 void NsmServer::forgetClient() {

@@ -33,6 +33,9 @@ public:
     bool canSwitch() const { return capabilities_.contains(QLatin1String(":switch:")); }
     QHostAddress clientAddress() const { return clientAddress_; }
     quint16 clientPort() const { return clientPort_; }
+    // Whether a socket on this machine is still bound to the DAW's port: a DAW whose process
+    // lives on without it (a crash reporter waiting on a dialog) has gone as a client.
+    bool clientListens() const;
     // Forgets the DAW (it quit or died); the next one to announce is listened to.
     void forgetClient();
     // Listens to a DAW that announced itself to an earlier Gigmora on this port.

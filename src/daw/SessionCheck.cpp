@@ -9,25 +9,28 @@
 
 SessionCheck SessionCheck::of(const QString& path, const Conditions& conditions) {
     SessionCheck c;
-    const bool sessions = conditions.sessions;
     const std::optional<int>& serverRate = conditions.serverRate;
-    const ProjectKind kind(sessions ? ProjectKind::Kind::SessionFolder
-                                    : ProjectKind::Kind::LogicProject);
+    const ProjectKind& kind = conditions.songs;
     const QString project = kind.projectPath(path);
     if (!QFileInfo::exists(project)) {
         c.problems << QStringLiteral("The project is missing: nothing is at %1.").arg(project);
         return c;
     }
     if (!kind.isProject(path)) {
-        c.problems << (sessions ? QStringLiteral("It is not a project the chosen DAW control can "
-                                                 "open: Gigmora starts Ardour sessions, folders "
-                                                 "with a .ardour file.")
-                                : QStringLiteral("It is not a project the chosen DAW control can "
-                                                 "open: the default control opens Logic projects "
-                                                 "(.logicx)."));
+        const QString takes =
+            kind.kind() == ProjectKind::Kind::LogicProject
+                ? QStringLiteral("the default control opens Logic projects (.logicx)")
+            : kind.kind() == ProjectKind::Kind::ProgramFile
+                ? QStringLiteral("its program takes .%1 files").arg(kind.songExtension())
+                : QStringLiteral("its program takes folders with a .%1 file")
+                      .arg(kind.songExtension());
+        c.problems << QStringLiteral("It is not a project the chosen DAW control can open: %1.")
+                          .arg(takes);
         return c;
     }
-    if (!sessions) return c; // a Logic project says nothing readable of itself
+    // Only an Ardour session says something readable of itself.
+    if (kind.kind() != ProjectKind::Kind::SessionFolder || kind.songExtension() != "ardour")
+        return c;
     const Result<ArdourSession> read = ArdourSession::read(project);
     if (!read) {
         c.problems << QStringLiteral("Its session cannot be read: %1.").arg(read.failure().words);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "library/ProjectKind.h"
+
 #include <QString>
 #include <QStringList>
 #include <optional>
@@ -14,7 +16,7 @@ struct SessionCheck {
 
     // What the songs are checked against.
     struct Conditions {
-        bool sessions = false; // the session manager's control (Ardour), else Logic projects
+        ProjectKind songs;             // what the DAW control takes for a song
         std::optional<int> serverRate; // the running JACK server's; none without one
         QStringList serverPorts;       // its ports; empty without one
         bool routed = false; // Gigmora's router takes the DAWs' Master buses (the standby)

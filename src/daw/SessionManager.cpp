@@ -19,7 +19,8 @@ SessionPlan::Settings planSettings(const SessionManager::Options& o, const QStri
             o.placeholder,
             o.saveBeforeSwitch,
             o.loadTimeoutMs,
-            !o.program.isEmpty()};
+            !o.program.isEmpty(),
+            !SessionManager::nameOf(o.program).startsWith(QLatin1String("ZynAddSubFX"))};
 }
 } // namespace
 
@@ -36,8 +37,13 @@ SessionManager::SessionManager(Options options, QObject* parent)
     dialogPoll_.setInterval(kDialogPollMs);
     connect(&dialogPoll_, &QTimer::timeout, this,
             [this] { guarded("SessionManager::lookForDialogs", [this] { lookForDialogs(); }); });
+    liveness_.setInterval(kLivenessMs);
+    connect(&liveness_, &QTimer::timeout, this,
+            [this] { guarded("SessionManager::checkClient", [this] { checkClient(); }); });
     connect(&nsm_, &NsmServer::announced, this, [this] {
         guarded("SessionManager::announced", [this] {
+            absent_ = 0;
+            liveness_.start();
             run(plan_.announced(nsm_.canSwitch(), stageSong(),
                                 options_.standby && options_.standby(), now()));
         });
@@ -106,7 +112,7 @@ void SessionManager::said(const Result<>& sent) const {
 
 QString SessionManager::stageSong() const {
     const QString song = options_.stageSong ? options_.stageSong() : QString();
-    if (song.isEmpty() || QFileInfo(song).isDir()) return song;
+    if (song.isEmpty() || options_.songs.sessionExists(song)) return song;
     qCWarning(lcDaw).noquote() << "No session folder at" << song << "; the placeholder is opened.";
     return {};
 }
@@ -122,6 +128,8 @@ QString SessionManager::dawName() const {
 QString SessionManager::nameOf(const QStringList& command) {
     const QString program = command.value(0);
     QString name = QFileInfo(program).fileName();
+    if (name.toLower().startsWith(QLatin1String("zynaddsubfx")))
+        return QStringLiteral("ZynAddSubFX");
     if (!name.isEmpty()) name[0] = name[0].toUpper();
     return name.isEmpty() ? QStringLiteral("The DAW") : name;
 }
@@ -195,6 +203,7 @@ bool SessionManager::takeOverRecorded() {
             dialogPoll_.start();
             nsm_.adoptClient(QHostAddress(record->clientAddress), record->clientPort,
                              record->clientName, record->capabilities);
+            liveness_.start();
             qCInfo(lcDaw).noquote()
                 << QStringLiteral("Took over %1 (process %2) from the last run, with %3.")
                        .arg(dawName())
@@ -286,7 +295,7 @@ void SessionManager::watch(DawProcess* process) {
 }
 
 void SessionManager::open(const QString& path) {
-    run(plan_.open(path, QFileInfo(path).isDir(), now()));
+    run(plan_.open(path, options_.songs.sessionExists(path), now()));
 }
 
 void SessionManager::restart() {
@@ -310,6 +319,21 @@ void SessionManager::lookForDialogs() {
     run(plan_.question(question, now()));
 }
 
+void SessionManager::checkClient() {
+    if (!process_ || !nsm_.hasClient() || nsm_.clientListens()) {
+        absent_ = 0;
+        return;
+    }
+    // Twice, a second apart: a program may close its port for a moment and open it again.
+    if (++absent_ < 2) return;
+    absent_ = 0;
+    qCWarning(lcDaw).noquote() << dawName()
+                               << "has gone as a session-manager client while its process lives "
+                                  "on; it is ended and started again with its song.";
+    nsm_.forgetClient();
+    ::kill(pid_t(process_->pid()), SIGKILL); // its end comes as a death's
+}
+
 void SessionManager::startAgain() {
     run(plan_.startAgain());
 }
@@ -319,6 +343,7 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
     nsm_.forgetClient();
     if (!recordFile().isEmpty()) DawRecord::remove(recordFile());
     dialogPoll_.stop();
+    liveness_.stop();
     const auto how = ending == DawProcess::Ending::Quit      ? SessionPlan::Ending::Quit
                      : ending == DawProcess::Ending::Crashed ? SessionPlan::Ending::Crashed
                                                              : SessionPlan::Ending::Vanished;
@@ -328,6 +353,7 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
 void SessionManager::shutdown(int graceMs) {
     run(plan_.quit());
     dialogPoll_.stop();
+    liveness_.stop();
     if (ending_) ending_->stopAndWait(graceMs);
     if (!process_) return;
     process_->disconnect(this);

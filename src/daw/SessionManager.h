@@ -4,6 +4,7 @@
 #include "daw/DawProcess.h"
 #include "daw/NsmServer.h"
 #include "daw/SessionPlan.h"
+#include "library/ProjectKind.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -43,10 +44,13 @@ public:
         QStringList environment;
         // Whether the audience hears this DAW (written down for the next Gigmora); unset: yes.
         std::function<bool()> heard;
+        // What the program takes for a song (paths given to `open` are its session paths).
+        ProjectKind songs{ProjectKind::Kind::SessionFolder};
     };
     static constexpr int kDeathsBeforeGivingUp = SessionPlan::kDeathsBeforeGivingUp;
     static constexpr int kEndGraceMs = 10000;
     static constexpr int kDialogPollMs = 1000;
+    static constexpr int kLivenessMs = 1000; // how often the DAW's client is looked for
 
     explicit SessionManager(Options options, QObject* parent = nullptr);
     ~SessionManager() override;
@@ -120,6 +124,8 @@ private:
     void restart();
     void kill();
     void lookForDialogs();
+    // A DAW whose client has gone while its process lives on is ended, as a crash.
+    void checkClient();
     void exited(DawProcess::Ending ending, int status, const QString& lastLine);
     void writeRecord();
 
@@ -132,4 +138,6 @@ private:
     QElapsedTimer clock_;
     DawDialogs dialogs_;
     QTimer dialogPoll_;
+    QTimer liveness_;
+    int absent_ = 0; // looks in a row that found the DAW's client gone
 };

@@ -31,8 +31,14 @@ void SessionPlan::setLoaded(qint64 ms) {
     else if (ms < 0)
         say(QStringLiteral("%1 loaded (%2 kept playing)").arg(songName(loaded_), settings_.name),
             Phase::Loaded, loaded_);
-    else
+    else if (settings_.reportsFailures)
         say(QStringLiteral("%1 loaded (%2 s)").arg(songName(loaded_)).arg(ms / 1000.0, 0, 'f', 1),
+            Phase::Loaded, loaded_);
+    else
+        say(QStringLiteral("%1 loaded (%2 s; assumed: %3 reports no failed load)")
+                .arg(songName(loaded_))
+                .arg(ms / 1000.0, 0, 'f', 1)
+                .arg(settings_.programName),
             Phase::Loaded, loaded_);
 }
 

@@ -26,6 +26,9 @@ public:
         bool saveBeforeSwitch = false;
         int loadTimeoutMs = 60000;
         bool canLaunch = true; // there is a program to start
+        // The program answers an open it could not carry out with an error; one that never
+        // does (ZynAddSubFX keeps the last patch) has each load assumed, and says so.
+        bool reportsFailures = true;
     };
     struct Command {
         enum class Kind {

@@ -1,5 +1,7 @@
 #include "daw/SetlistCheck.h"
 
+#include "daw/SongLengths.h"
+
 #include <algorithm>
 
 QString SetlistCheck::Row::verdict() const {
@@ -14,15 +16,20 @@ bool SetlistCheck::Result::passes() const {
 
 QString SetlistCheck::Result::total() const {
     QString words = QStringLiteral("In all: ") + SessionCheck::length(seconds);
-    if (withoutLength == 1) words += QStringLiteral("; 1 song without a known length");
-    if (withoutLength > 1)
-        words += QStringLiteral("; %1 songs without a known length").arg(withoutLength);
+    if (withoutLength > 0)
+        words += QStringLiteral("; ") + SongLengths::withoutLength(withoutLength);
     return words;
 }
 
-SetlistCheck::SetlistCheck(bool sessions, bool routed)
-    : system_(SystemCheck::now()), conditions_{sessions, system_.sampleRate, system_.ports, routed,
-                                               &plugins_} {}
+SetlistCheck::SetlistCheck(const GigmoraConfig::Daw& daw)
+    : system_(SystemCheck::now()), conditions_{songsOf(daw), system_.sampleRate, system_.ports,
+                                               daw.standby, &plugins_} {}
+
+ProjectKind SetlistCheck::songsOf(const GigmoraConfig::Daw& daw) {
+    return daw.control == GigmoraConfig::Daw::Control::SessionManager
+               ? ProjectKind::forProgram(daw.program())
+               : ProjectKind();
+}
 
 SetlistCheck::Result SetlistCheck::check(const QList<Song>& songs) const {
     Result result;

@@ -3,6 +3,8 @@
 #include "daw/PluginCatalog.h"
 #include "daw/SessionCheck.h"
 #include "daw/SystemCheck.h"
+#include "library/ProjectKind.h"
+#include "settings/GigmoraConfig.h"
 
 #include <QList>
 #include <QString>
@@ -34,9 +36,11 @@ public:
         QString total() const;
     };
 
-    // `sessions`: Ardour sessions under the session manager, else Logic projects; `routed`: the
-    // standby's router takes the Master buses, so their saved connections do not matter.
-    SetlistCheck(bool sessions, bool routed);
+    // Songs as the DAW control of `daw` takes them; with its standby, the router takes the
+    // Master buses, so their saved connections do not matter.
+    explicit SetlistCheck(const GigmoraConfig::Daw& daw);
+    // What counts as a song under the DAW control of `daw`.
+    static ProjectKind songsOf(const GigmoraConfig::Daw& daw);
     SetlistCheck(const SetlistCheck&) = delete;
     SetlistCheck& operator=(const SetlistCheck&) = delete;
 

@@ -6,25 +6,27 @@
 #include <QFileInfo>
 #include <algorithm>
 
-namespace {
-const QString kSessionExtension = QStringLiteral("ardour");
-
-bool holdsSession(const QString& folder) {
-    return !QDir(folder).entryList({"*." + kSessionExtension}, QDir::Files).isEmpty();
-}
-} // namespace
-
 const ProjectKind& ProjectKind::logicProjects() {
     static const ProjectKind kind;
     return kind;
+}
+
+ProjectKind ProjectKind::forProgram(const QStringList& program) {
+    const QString name = QFileInfo(program.value(0)).fileName().toLower();
+    if (name.startsWith(QLatin1String("zynaddsubfx")))
+        return ProjectKind(Kind::ProgramFile, QStringLiteral("xmz"));
+    if (name.startsWith(QLatin1String("hydrogen")))
+        return ProjectKind(Kind::SessionFolder, QStringLiteral("h2song"));
+    return ProjectKind(Kind::SessionFolder);
 }
 
 bool ProjectKind::isProject(const QString& path) const {
     if (kind() == Kind::LogicProject) return PathUtilities::pathExtension(path) == extension();
     const QFileInfo info(path);
     if (!info.exists()) return !path.isEmpty(); // a missing session: the DAW control says so
-    if (info.isDir()) return holdsSession(path);
-    return info.suffix() == kSessionExtension;
+    if (kind() == Kind::ProgramFile) return info.isFile() && info.suffix() == songExtension_;
+    if (info.isDir()) return !QDir(path).entryList({"*." + songExtension_}, QDir::Files).isEmpty();
+    return info.suffix() == songExtension_;
 }
 
 bool ProjectKind::anyProject(const QStringList& paths) const {
@@ -35,7 +37,19 @@ bool ProjectKind::anyProject(const QStringList& paths) const {
 QString ProjectKind::projectPath(const QString& path) const {
     if (kind() == Kind::SessionFolder) {
         const QFileInfo info(path);
-        if (info.isFile() && info.suffix() == kSessionExtension) return info.absolutePath();
+        if (info.isFile() && info.suffix() == songExtension_) return info.absolutePath();
     }
     return path;
+}
+
+QString ProjectKind::sessionPath(const QString& path) const {
+    const QString project = projectPath(path);
+    if (kind() == Kind::ProgramFile && project.endsWith('.' + songExtension_))
+        return project.chopped(songExtension_.size() + 1);
+    return project;
+}
+
+bool ProjectKind::sessionExists(const QString& sessionPath) const {
+    if (kind() == Kind::ProgramFile) return QFileInfo(sessionPath + '.' + songExtension_).isFile();
+    return QFileInfo(sessionPath).isDir();
 }

@@ -58,7 +58,7 @@ void StagePosition::update() {
 void StagePosition::follow(const QString& path, bool adopted) {
     if (!daw_ || (!adopted && row() >= 0)) return;
     for (int at = 0; at < plan_.order.size(); ++at)
-        if (QDir::cleanPath(daw_->projectKind().projectPath(plan_.order.at(at))) ==
+        if (QDir::cleanPath(daw_->projectKind().sessionPath(plan_.order.at(at))) ==
             QDir::cleanPath(path))
             return void(select(at));
 }

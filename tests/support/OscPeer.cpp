@@ -50,7 +50,11 @@ int OscPeer::collect(const char* path, const char* types, lo_arg** argv, int arg
         const char* at = reinterpret_cast<const char*>(argv[i]);
         int32_t n = 0;
         if (types[i] == LO_INT32) std::memcpy(&n, at, sizeof n);
-        args += (i ? "|" : "") + (types[i] == LO_INT32 ? std::to_string(n) : std::string(at));
+        // Anything else (true, false, nil, which carry no data) by its type.
+        const bool text = types[i] == LO_STRING || types[i] == LO_SYMBOL;
+        args += (i ? "|" : "") + (types[i] == LO_INT32 ? std::to_string(n)
+                                  : text               ? std::string(at)
+                                                       : std::string(1, types[i]));
     }
     static_cast<OscPeer*>(self)->received_.emplace_back(path, args);
     return 0;

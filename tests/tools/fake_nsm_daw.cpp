@@ -2,7 +2,9 @@
 // announces itself at NSM_URL and answers each open after a delay. Options: --caps CAPS,
 // --delay MS, --never-reply, --quit-after MS (exits with status 3, as a DAW giving up does),
 // --jack (with the first open, a silent JACK client named after the client id with Ardour's
-// "Master/audio_out 1" and "2"). Prints "OPEN <path> <client id>" for every open it gets.
+// "Master/audio_out 1" and "2"), --gone-after-opens N (after the Nth open its client closes
+// and the process lives on, as a crash reporter's does). Prints "OPEN <path> <client id>" for
+// every open it gets.
 #include <jack/jack.h>
 #include <lo/lo.h>
 
@@ -23,6 +25,8 @@ struct State {
     int delayMs = 50;
     bool neverReply = false;
     int quitAfterMs = -1;
+    int goneAfterOpens = -1;
+    int opens = 0;
     bool jack = false;
     jack_client_t* client = nullptr; // lives as long as the process
     jack_port_t* outputs[2] = {};
@@ -58,6 +62,7 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
         }
     }
     lo_send_from(s->nsm, s->server, kNow, "/reply", "ss", "/nsm/client/open", "Loaded");
+    ++s->opens;
     return 0;
 }
 
@@ -78,6 +83,8 @@ int main(int argc, char** argv) {
         if (!std::strcmp(argv[i], "--jack")) s.jack = true;
         if (!std::strcmp(argv[i], "--quit-after") && i + 1 < argc)
             s.quitAfterMs = std::atoi(argv[++i]);
+        if (!std::strcmp(argv[i], "--gone-after-opens") && i + 1 < argc)
+            s.goneAfterOpens = std::atoi(argv[++i]);
     }
     const char* url = std::getenv("NSM_URL");
     if (!url) return 2;
@@ -89,6 +96,13 @@ int main(int argc, char** argv) {
                  argv[0], 1, 1, int(getpid()));
     const auto started = std::chrono::steady_clock::now();
     for (;;) {
+        if (s.opens == s.goneAfterOpens) {
+            std::printf("FakeDAW: the client is gone, the process lives on\n");
+            std::fflush(stdout);
+            lo_server_free(s.server);
+            for (;;)
+                pause();
+        }
         lo_server_recv_noblock(s.server, 100);
         if (s.quitAfterMs >= 0 &&
             std::chrono::steady_clock::now() - started > std::chrono::milliseconds(s.quitAfterMs)) {

@@ -1,0 +1,70 @@
+#include "settings/GigmoraConfig.h"
+#include "support/LibraryHelpers.h"
+#include "support/OscPeer.h"
+#include "support/StageFixture.h"
+#include "support/StageStatus.h"
+#include "support/TempHome.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <gtest/gtest.h>
+
+using namespace helpers;
+
+// Debian's ZynAddSubFX as the session manager's program: a song is a ".xmz" patch, made here by
+// the synth itself, and which one it plays is read back from its own OSC port. Never skips:
+// without the program it fails and says why.
+class SynthSession : public StageFixture {
+protected:
+    void SetUp() override {
+        ASSERT_FALSE(QStandardPaths::findExecutable("zynaddsubfx").isEmpty())
+            << "zynaddsubfx is not installed (scripts/setup installs it)";
+        StageFixture::SetUp();
+    }
+    // A ZynAddSubFX on `port`, with or without JACK; its OSC port once it answers.
+    static std::unique_ptr<OscPeer> synth(QProcess& process, int port, const QStringList& io) {
+        process.start("zynaddsubfx", QStringList{"-U", "-P", QString::number(port)} + io);
+        auto peer = std::make_unique<OscPeer>("osc.udp://127.0.0.1:" + std::to_string(port) + "/");
+        for (int i = 0; i < 50 && !peer->waitFor("/Pkeyshift", 200); ++i)
+            peer->send("/Pkeyshift", "");
+        return peer;
+    }
+    const int port_ = 17000 + int(QCoreApplication::applicationPid() % 1000);
+};
+
+// Three patches, each its own key shift, switched by program change 127 in one synth, each
+// loaded as the stage says, the load said to be assumed (the synth reports no failed load).
+TEST_F(SynthSession, ThreePatchesSwitchOnTriggers) {
+    const QStringList names{"Lead", "Pad", "Bass"};
+    QStringList songs;
+    {
+        QProcess maker;
+        auto peer = synth(maker, port_, {"-I", "null", "-O", "null"});
+        for (int i = 0; i < names.size(); ++i) {
+            songs << TempHome::home() + "/synth/" + names[i] + ".xmz";
+            QDir().mkpath(QFileInfo(songs.last()).path());
+            peer->send("/Pkeyshift", "i", 60 + i);
+            peer->send("/save_xmz", "s", songs.last().toUtf8().constData());
+            ASSERT_TRUE(waitUntil([&] { return QFileInfo::exists(songs.last()); }, 5000));
+        }
+        maker.terminate();
+        maker.waitForFinished(5000);
+    }
+    GigmoraConfig::Daw settings;
+    settings.control = GigmoraConfig::Daw::Control::SessionManager;
+    settings.command = QStringLiteral("zynaddsubfx -U -I jack -O jack -P %1").arg(port_);
+    GigmoraConfig::setDaw(settings);
+    makeSetlist(songs);
+    launch();
+    OscPeer ask("osc.udp://127.0.0.1:" + std::to_string(port_) + "/");
+    for (int i = 0; i < names.size(); ++i) {
+        if (i > 0) midi->send({0xC0, 0x7F});
+        ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing(names[i]); }, 30000))
+            << app->window()->performanceView()->dawState().toStdString();
+        EXPECT_TRUE(app->window()->performanceView()->dawState().contains("assumed"));
+        ask.send("/Pkeyshift", "");
+        EXPECT_EQ(ask.waitFor("/Pkeyshift"), std::to_string(60 + i)) << names[i].toStdString();
+    }
+}
