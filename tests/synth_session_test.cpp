@@ -1,6 +1,9 @@
+#include "daw/DawControl.h"
+#include "daw/SessionManager.h"
 #include "settings/GigmoraConfig.h"
 #include "support/LibraryHelpers.h"
 #include "support/OscPeer.h"
+#include "support/RealArdour.h"
 #include "support/StageFixture.h"
 #include "support/StageStatus.h"
 #include "support/TempHome.h"
@@ -10,6 +13,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <gtest/gtest.h>
+#include <signal.h>
 
 using namespace helpers;
 
@@ -32,6 +36,7 @@ protected:
         return peer;
     }
     const int port_ = 17000 + int(QCoreApplication::applicationPid() % 1000);
+    ArdourDisplay display_; // outlives the application, which looks at it for dialogs
 };
 
 // Three patches, each its own key shift, switched by program change 127 in one synth, each
@@ -67,4 +72,45 @@ TEST_F(SynthSession, ThreePatchesSwitchOnTriggers) {
         ask.send("/Pkeyshift", "");
         EXPECT_EQ(ask.waitFor("/Pkeyshift"), std::to_string(60 + i)) << names[i].toStdString();
     }
+}
+
+// Debian's Hydrogen 1.2 (beta) runs under a crash reporter of its own: when Hydrogen crashes,
+// the reporter lives on with the process id Gigmora started, showing "Hydrogen exited
+// abnormally". Gigmora counts it dead by its client, ends it, and brings it back with the song.
+TEST_F(SynthSession, HydrogenThatCrashesComesBackWithItsSong) {
+    ASSERT_FALSE(QStandardPaths::findExecutable("hydrogen").isEmpty())
+        << "hydrogen is not installed (scripts/setup installs it)";
+    ASSERT_NO_FATAL_FAILURE(display_.start()); // Hydrogen has no headless mode
+    // Hydrogen's own demo songs, each in a folder of its own as Hydrogen keeps its sessions.
+    const QDir demos("/usr/share/hydrogen/data/demo_songs");
+    const QStringList demo = demos.entryList({"*.h2song"});
+    ASSERT_GE(demo.size(), 2);
+    QStringList songs;
+    for (const char* name : {"Shuffle", "Swing"}) {
+        songs << TempHome::home() + "/drums/" + name;
+        QDir().mkpath(songs.last());
+        QFile::copy(demos.filePath(demo[songs.size() - 1]), songs.last() + "/" + name + ".h2song");
+    }
+    GigmoraConfig::Daw settings;
+    settings.control = GigmoraConfig::Daw::Control::SessionManager;
+    settings.command = QStringLiteral("hydrogen");
+    GigmoraConfig::setDaw(settings);
+    makeSetlist(songs);
+    launch();
+    ASSERT_TRUE(sendAndWaitHandled({0xC0, 0x7F}));
+    ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing("Swing"); }, 60000))
+        << app->window()->performanceView()->dawState().toStdString();
+    SessionManager* hydrogen = app->dawControl()->sessionManager();
+    const qint64 reporter = hydrogen->dawProcessId();
+    QProcess children;
+    children.start("pgrep", {"-P", QString::number(reporter)});
+    children.waitForFinished(5000);
+    const QList<QByteArray> pids = children.readAllStandardOutput().split('\n');
+    ASSERT_FALSE(pids.value(0).isEmpty()) << "no Hydrogen under its crash reporter";
+    ASSERT_EQ(::kill(pid_t(pids[0].toLongLong()), SIGSEGV), 0);
+    ASSERT_TRUE(waitUntil([&] { return hydrogen->dawProcessId() != reporter; }, 15000))
+        << "the reporter of a crashed Hydrogen was left running";
+    EXPECT_TRUE(waitUntil([&] { return daw() == stage::playing("Swing"); }, 60000))
+        << app->window()->performanceView()->dawState().toStdString();
+    EXPECT_NE(::kill(pid_t(reporter), 0), 0) << "its crash reporter is gone";
 }
