@@ -203,6 +203,8 @@ set(GIGMORA_SOURCES_daw
     src/daw/DawDialogs.h
     src/daw/DawLog.cpp
     src/daw/DawLog.h
+    src/daw/DawPortKeeper.cpp
+    src/daw/DawPortKeeper.h
     src/daw/DawProcess.cpp
     src/daw/DawProcess.h
     src/daw/DawRecord.cpp

@@ -1,6 +1,7 @@
 #include "daw/DawControl.h"
 #include "daw/SessionManager.h"
 #include "settings/GigmoraConfig.h"
+#include "support/JackTestClient.h"
 #include "support/LibraryHelpers.h"
 #include "support/OscPeer.h"
 #include "support/RealArdour.h"
@@ -14,6 +15,8 @@
 #include <QStandardPaths>
 #include <gtest/gtest.h>
 #include <signal.h>
+
+#include <jack/jack.h>
 
 using namespace helpers;
 
@@ -64,13 +67,24 @@ TEST_F(SynthSession, ThreePatchesSwitchOnTriggers) {
     makeSetlist(songs);
     launch();
     OscPeer ask("osc.udp://127.0.0.1:" + std::to_string(port_) + "/");
+    // A keyboard on the synth's MIDI input, which the synth drops with its client at a switch.
+    JackTestClient keyboard("keyboard");
     for (int i = 0; i < names.size(); ++i) {
+        if (i == 1) {
+            ASSERT_EQ(jack_connect(keyboard.client(), "keyboard:out", "Gigmora DAW:midi_input"), 0);
+        }
         if (i > 0) midi->send({0xC0, 0x7F});
         ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing(names[i]); }, 30000))
             << app->window()->performanceView()->dawState().toStdString();
         EXPECT_TRUE(app->window()->performanceView()->dawState().contains("assumed"));
         ask.send("/Pkeyshift", "");
         EXPECT_EQ(ask.waitFor("/Pkeyshift"), std::to_string(60 + i)) << names[i].toStdString();
+        if (i < 1) continue;
+        jack_port_t* out = jack_port_by_name(keyboard.client(), "keyboard:out");
+        EXPECT_TRUE(waitUntil([&] {
+            return jack_port_connected_to(out, "Gigmora DAW:midi_input");
+        })) << "the keyboard connected again after "
+            << names[i].toStdString();
     }
 }
 

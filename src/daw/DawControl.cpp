@@ -1,5 +1,6 @@
 #include "daw/DawControl.h"
 
+#include "daw/DawPortKeeper.h"
 #include "daw/SessionManager.h"
 #include "daw/StandbyDaws.h"
 #include "library/ProjectKind.h"
@@ -77,6 +78,10 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
             connect(manager_.get(), &SessionManager::adopted, this, &DawControl::adopted);
             manager_->start();
         }
+        QStringList clients{StandbyDaws::clientId(0)};
+        if (settings.standby) clients << StandbyDaws::clientId(1);
+        ports_ = std::make_unique<DawPortKeeper>(clients);
+        ports_->start();
     } else {
         // A DAW an earlier Gigmora left running would hold the audio with nobody to drive it.
         for (int i = 0; i < StandbyDaws::kInstances; ++i)
@@ -121,6 +126,7 @@ SessionManager* DawControl::sessionManager() const {
 }
 
 void DawControl::shutdown() {
+    ports_.reset(); // before the DAWs go: their ports going is no change to keep
     if (standby_) standby_->shutdown();
     standby_.reset();
     if (manager_) manager_->shutdown();

@@ -8,6 +8,7 @@
 #include <QObject>
 #include <memory>
 
+class DawPortKeeper;
 class SessionManager;
 class StandbyDaws;
 
@@ -59,4 +60,5 @@ private:
     StagePlan sessions_; // in this control's projects
     std::unique_ptr<SessionManager> manager_;
     std::unique_ptr<StandbyDaws> standby_;
+    std::unique_ptr<DawPortKeeper> ports_;
 };

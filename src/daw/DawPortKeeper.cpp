@@ -1,0 +1,107 @@
+#include "daw/DawPortKeeper.h"
+
+#include "daw/DawLog.h"
+#include "platform/Guard.h"
+
+#include <QRegularExpression>
+
+#include <jack/jack.h>
+#include <jack/uuid.h>
+
+namespace {
+QStringList names(const char** list) {
+    QStringList out;
+    for (const char** n = list; n && *n; ++n)
+        out << QString::fromUtf8(*n);
+    jack_free(list);
+    return out;
+}
+} // namespace
+
+void DawPortKeeper::ClientCloser::operator()(jack_client_t* client) const {
+    jack_deactivate(client);
+    jack_client_close(client);
+}
+
+DawPortKeeper::DawPortKeeper(QStringList clients, QObject* parent)
+    : QObject(parent), clients_(std::move(clients)) {
+    timer_.setInterval(kLookMs);
+    connect(&timer_, &QTimer::timeout, this,
+            [this] { guarded("DawPortKeeper::look", [this] { look(); }); });
+}
+
+DawPortKeeper::~DawPortKeeper() = default;
+
+bool DawPortKeeper::start() {
+    if (client_) return true;
+    std::unique_ptr<jack_client_t, ClientCloser> client(
+        jack_client_open(kClientName, jack_options_t(JackNoStartServer), nullptr));
+    if (!client) return false;
+    jack_set_port_registration_callback(client.get(), &DawPortKeeper::changed, this);
+    jack_set_client_registration_callback(client.get(), &DawPortKeeper::clientChanged, this);
+    jack_set_port_connect_callback(client.get(), &DawPortKeeper::connectionChanged, this);
+    if (jack_activate(client.get()) != 0) return false;
+    client_ = std::move(client);
+    timer_.start();
+    return true;
+}
+
+void DawPortKeeper::changed(jack_port_id_t, int, void* self) {
+    static_cast<DawPortKeeper*>(self)->changed_.store(true);
+}
+
+void DawPortKeeper::clientChanged(const char* name, int registered, void* self) {
+    auto* keeper = static_cast<DawPortKeeper*>(self);
+    keeper->changed_.store(true);
+    if (registered) return;
+    // JACK's notification thread, not its process thread: it may post to the main thread.
+    QMetaObject::invokeMethod(
+        keeper, [keeper, client = QString::fromUtf8(name)] { keeper->gone_ << client; },
+        Qt::QueuedConnection);
+}
+
+void DawPortKeeper::connectionChanged(jack_port_id_t, jack_port_id_t, int, void* self) {
+    static_cast<DawPortKeeper*>(self)->changed_.store(true);
+}
+
+void DawPortKeeper::look() {
+    if (!client_ || !changed_.exchange(false)) return;
+    jack_client_t* c = client_.get();
+    for (const QString& client : std::as_const(clients_)) {
+        const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));
+        const QStringList ports =
+            names(jack_get_ports(c, pattern.toUtf8().constData(), JACK_DEFAULT_MIDI_TYPE, 0));
+        for (const QString& name : ports) {
+            jack_port_t* port = jack_port_by_name(c, name.toUtf8().constData());
+            if (!port) continue;
+            const jack_uuid_t uuid = jack_port_uuid(port);
+            const QStringList now = names(jack_port_get_all_connections(c, port));
+            Port& known = ports_[name];
+            // JACK may give a port made anew its old identity: its going tells it too.
+            const bool anew = (known.uuid != 0 && known.uuid != uuid) || gone_.contains(client);
+            QStringList keep = now, away;
+            for (const QString& peer : std::as_const(known.peers)) {
+                if (now.contains(peer)) continue;
+                const bool there = jack_port_by_name(c, peer.toUtf8().constData()) != nullptr;
+                if (!there) {
+                    keep << peer; // kept for its return
+                    away << peer;
+                    continue;
+                }
+                // Undone by someone while both stayed: forgotten; otherwise made again.
+                if (!anew && !known.peersAway.contains(peer)) continue;
+                const bool input = jack_port_flags(port) & JackPortIsInput;
+                const QByteArray from = (input ? peer : name).toUtf8();
+                const QByteArray to = (input ? name : peer).toUtf8();
+                if (jack_connect(c, from.constData(), to.constData()) == 0) {
+                    qCInfo(lcDaw).noquote()
+                        << "Connected" << from << "to" << to << "again, as before the song change.";
+                    keep << peer;
+                }
+            }
+            known = {uuid, keep, away};
+        }
+        // A client closed counts as made anew until its ports are back.
+        if (!ports.isEmpty()) gone_.removeAll(client);
+    }
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QHash>
+#include <QObject>
+#include <QStringList>
+#include <QTimer>
+#include <atomic>
+#include <memory>
+
+#include <jack/types.h>
+
+// Keeps the MIDI connections of the DAWs' JACK ports across a song change: a program that makes
+// its JACK client anew at each song (ZynAddSubFX) loses the keyboard on its MIDI input, and this
+// connects it again. A connection someone undoes while both ports stay is forgotten; one whose
+// peer went away is kept for its return. Its JACK client only signals; the looking is done on
+// the main thread.
+class DawPortKeeper : public QObject {
+    Q_OBJECT
+public:
+    static constexpr const char* kClientName = "Gigmora Ports";
+    static constexpr int kLookMs = 200;
+
+    // The JACK clients of the DAWs, by name.
+    explicit DawPortKeeper(QStringList clients, QObject* parent = nullptr);
+    ~DawPortKeeper() override;
+
+    // Opens its client; false without a JACK server (nothing is kept then).
+    bool start();
+
+private:
+    struct ClientCloser {
+        void operator()(jack_client_t* client) const;
+    };
+    struct Port {
+        jack_uuid_t uuid = 0;  // which registration of it was last seen
+        QStringList peers;     // what it is to be connected to
+        QStringList peersAway; // of those, the ones that were not there at the last look
+    };
+    void look();
+    static void changed(jack_port_id_t, int, void* self);
+    static void clientChanged(const char* name, int registered, void* self);
+    static void connectionChanged(jack_port_id_t, jack_port_id_t, int, void* self);
+
+    QStringList clients_;
+    std::unique_ptr<jack_client_t, ClientCloser> client_;
+    std::atomic<bool> changed_{true};
+    QHash<QString, Port> ports_; // by full name
+    QStringList gone_;           // clients closed and not seen with ports since
+    QTimer timer_;
+};
