@@ -105,16 +105,19 @@ void MyPrefsWindowController::connectControls() {
 }
 
 QString MyPrefsWindowController::channelsText(const GigmoraConfig::Daw& daw) {
+    return QStringLiteral("%1, from %2")
+        .arg(std::max(2, int(daw.outputs.size())))
+        .arg(daw.mainOutputs.join(QStringLiteral(" then ")));
+}
+
+QString MyPrefsWindowController::channelsTip(const GigmoraConfig::Daw& daw) {
     QStringList to;
-    const int channels = std::max(2, int(daw.outputs.size()));
-    for (int c = 0; c < channels; ++c) {
+    for (int c = 0; c < std::max(2, int(daw.outputs.size())); ++c) {
         const QString out = daw.outputs.value(c);
         to << QStringLiteral("%1 → %2").arg(c + 1).arg(out.isEmpty() ? QStringLiteral("nowhere")
                                                                      : out);
     }
-    return QStringLiteral("%1 from %2, in that order: %3")
-        .arg(channels)
-        .arg(daw.mainOutputs.join(QStringLiteral(", then ")), to.join(QStringLiteral(", ")));
+    return to.join('\n');
 }
 
 void MyPrefsWindowController::showDawControl() {
@@ -131,6 +134,7 @@ void MyPrefsWindowController::showDawControl() {
     u.prefsAudioOutputs->setText(daw.outputs.join(QStringLiteral(", ")));
     u.prefsMainOutputs->setText(daw.mainOutputs.join(QStringLiteral(", ")));
     u.prefsChannels->setText(channelsText(daw));
+    u.prefsChannels->setToolTip(channelsTip(daw));
     u.prefsCrossfade->setValue(daw.crossfadeSamples);
     u.prefsSpillover->setValue(daw.spilloverMs);
     u.prefsTransportOnSwitch->setCurrentIndex(int(daw.transportOnSwitch));

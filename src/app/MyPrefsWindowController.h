@@ -69,8 +69,9 @@ private:
     void connectControls();
     // Gigmora.conf's DAW control: shown from the file, stored at once when changed.
     void showDawControl();
-    // "4 from Master/audio_out, then Cues/audio_out, in that order: 1 → system:playback_1, …"
+    // "4, from Master/audio_out then Cues/audio_out"; where each goes, a line each.
     static QString channelsText(const GigmoraConfig::Daw& daw);
+    static QString channelsTip(const GigmoraConfig::Daw& daw);
     void dawControlEdited();
     void songMessagesEdited();
     // The settings that setupToolbar does not load, shown as they are.
