@@ -107,6 +107,12 @@ TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
     EXPECT_DOUBLE_EQ(plan["seconds"].toDouble(), 6 * length);
     EXPECT_EQ(plan["songs"][0]["seconds"].toDouble(), length);
 
+    // A DAW that cannot start ends the live pass at once, every song named.
+    daw.command = "/nonexistent/daw";
+    GigmoraConfig::setDaw(daw);
+    const auto [loadCode, loaded] = check({"--load", "--setlist", "Gig"});
+    EXPECT_EQ(loadCode, 65);
+    EXPECT_EQ(loaded.count(": did not load: "), 8) << loaded.toStdString();
     EXPECT_EQ(check({"--setlist", "Sunday"}).first, 2);
     EXPECT_EQ(check({"--bogus"}).first, 64);
 }

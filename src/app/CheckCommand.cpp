@@ -1,5 +1,6 @@
 #include "app/CheckCommand.h"
 
+#include "app/UnixSignalWatcher.h"
 #include "daw/LivePass.h"
 #include "daw/SetlistCheck.h"
 #include "library/FetchRequest.h"
@@ -23,11 +24,22 @@ const char kCheckUsage[] = "usage: gigmora check [--setlist NAME] [--json] [--lo
 constexpr int kCheckUsageError = 64; // sysexits.h
 constexpr int kProblems = 65;        // sysexits.h: the data is not right
 
-// Loads the songs one after the other in a DAW of the pass's own, saying which it loads.
+constexpr int kInterrupted = 130; // 128 + SIGINT, as a shell says it
+
+// Loads the songs one after the other in a DAW of the pass's own, saying which it loads; none
+// when interrupted (Ctrl-C), after the DAW has been ended.
 std::unique_ptr<LivePass> loadEach(const GigmoraConfig::Daw& daw,
                                    const SetlistCheck::Result& checked, QTextStream& err) {
     auto pass = std::make_unique<LivePass>(daw, checked);
     QEventLoop loop;
+    bool interrupted = false;
+    UnixSignalWatcher watcher;
+    QObject::connect(&watcher, &UnixSignalWatcher::terminationRequested, &loop, [&] {
+        guarded("check --load interrupted", [&] {
+            interrupted = true;
+            loop.quit();
+        });
+    });
     QObject::connect(pass.get(), &LivePass::finished, &loop, &QEventLoop::quit);
     QObject::connect(pass.get(), &LivePass::progress, &loop, [&](int done, int total) {
         guarded("LivePass::progress", [&] {
@@ -38,7 +50,8 @@ std::unique_ptr<LivePass> loadEach(const GigmoraConfig::Daw& daw,
         });
     });
     pass->start();
-    loop.exec();
+    if (!pass->isOver()) loop.exec(); // a DAW that cannot start ends the pass at once
+    if (interrupted) return nullptr;
     return pass;
 }
 } // namespace
@@ -104,6 +117,10 @@ int CheckCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
             out << "  " << result.total() << "\n" << Qt::flush;
         }
         const std::unique_ptr<LivePass> pass = load ? loadEach(daw, result, err) : nullptr;
+        if (load && !pass) {
+            err << "Interrupted; the check's DAW has been ended.\n";
+            return kInterrupted;
+        }
         if (pass) problems |= !pass->allLoaded();
         if (!json) {
             if (!pass) continue;

@@ -63,7 +63,10 @@ SetlistCheckDialog::SetlistCheckDialog(const QString& setlistName,
     worker->start();
 }
 
-SetlistCheckDialog::~SetlistCheckDialog() = default;
+SetlistCheckDialog::~SetlistCheckDialog() {
+    // Its DAW may take seconds to quit: the window does not wait for it.
+    if (pass_) pass_->abandon();
+}
 
 void SetlistCheckDialog::showOutcome(const Outcome& outcome) {
     results_->clear();

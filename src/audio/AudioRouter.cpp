@@ -165,6 +165,11 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, bool lis
         for (const QString& port : all)
             if (!mark.isEmpty() && port.contains(mark) && !mains.contains(port)) mains << port;
     if (mains.isEmpty()) return false;
+    if (mains.size() > channels() && !toldSurplus_[size_t(instance)])
+        qCWarning(lcAudio).noquote()
+            << dawClient << "has" << mains.size() << "main outputs and the router" << channels()
+            << "channels (outputs in Gigmora.conf): the rest are connected to nothing.";
+    toldSurplus_[size_t(instance)] = mains.size() > channels();
     for (const QString& name : all) {
         const qsizetype channel = mains.indexOf(name);
         if (channel < 0 && marked(name, options_.directOutputs)) continue;

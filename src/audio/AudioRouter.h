@@ -110,6 +110,7 @@ private:
     jack_port_t* trigger_ = nullptr;
     std::array<jack_port_t*, RouterMix::kInstances> mmc_{}; // with a transport to tell only
     int heard_ = 0; // the router's: the instance of the last period
+    std::array<bool, RouterMix::kInstances> toldSurplus_{}; // said once, while it lasts
     // The router's last swap for the transport client: a count, times 4, plus the instance.
     std::atomic<uint32_t> swaps_{0};
     uint32_t told_ = 0; // the transport client's: the last swap told

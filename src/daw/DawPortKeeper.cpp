@@ -28,9 +28,12 @@ DawPortKeeper::DawPortKeeper(QStringList clients, QObject* parent)
     timer_.setInterval(kLookMs);
     connect(&timer_, &QTimer::timeout, this,
             [this] { guarded("DawPortKeeper::look", [this] { look(); }); });
+    timer_.start();
 }
 
-DawPortKeeper::~DawPortKeeper() = default;
+DawPortKeeper::~DawPortKeeper() {
+    client_.reset(); // no callback may come while the rest goes
+}
 
 bool DawPortKeeper::start() {
     if (client_) return true;
@@ -40,9 +43,9 @@ bool DawPortKeeper::start() {
     jack_set_port_registration_callback(client.get(), &DawPortKeeper::changed, this);
     jack_set_client_registration_callback(client.get(), &DawPortKeeper::clientChanged, this);
     jack_set_port_connect_callback(client.get(), &DawPortKeeper::connectionChanged, this);
+    jack_on_shutdown(client.get(), &DawPortKeeper::serverGone, this);
     if (jack_activate(client.get()) != 0) return false;
     client_ = std::move(client);
-    timer_.start();
     return true;
 }
 
@@ -56,7 +59,10 @@ void DawPortKeeper::clientChanged(const char* name, int registered, void* self) 
     if (registered) return;
     // JACK's notification thread, not its process thread: it may post to the main thread.
     QMetaObject::invokeMethod(
-        keeper, [keeper, client = QString::fromUtf8(name)] { keeper->gone_ << client; },
+        keeper,
+        [keeper, client = QString::fromUtf8(name)] {
+            guarded("DawPortKeeper::clientGone", [&] { keeper->gone_ << client; });
+        },
         Qt::QueuedConnection);
 }
 
@@ -64,8 +70,18 @@ void DawPortKeeper::connectionChanged(jack_port_id_t, jack_port_id_t, int, void*
     static_cast<DawPortKeeper*>(self)->changed_.store(true);
 }
 
+void DawPortKeeper::serverGone(void* self) {
+    static_cast<DawPortKeeper*>(self)->serverGone_.store(true);
+}
+
 void DawPortKeeper::look() {
-    if (!client_ || !changed_.exchange(false)) return;
+    // Without a server (not up yet, or gone since), it is asked again at every look.
+    if (serverGone_.exchange(false)) {
+        client_.reset();
+        changed_.store(true);
+    }
+    if (!client_ && (++looksWithout_ % kRetryLooks != 0 || !start())) return;
+    if (!changed_.exchange(false)) return;
     jack_client_t* c = client_.get();
     for (const QString& client : std::as_const(clients_)) {
         const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));

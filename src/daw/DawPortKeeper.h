@@ -19,12 +19,13 @@ class DawPortKeeper : public QObject {
 public:
     static constexpr const char* kClientName = "Gigmora Ports";
     static constexpr int kLookMs = 200;
+    static constexpr int kRetryLooks = 25; // without a server: asked again every 5 s
 
     // The JACK clients of the DAWs, by name.
     explicit DawPortKeeper(QStringList clients, QObject* parent = nullptr);
     ~DawPortKeeper() override;
 
-    // Opens its client; false without a JACK server (nothing is kept then).
+    // Opens its client; false without a JACK server (it tries again at every look).
     bool start();
 
 private:
@@ -39,11 +40,14 @@ private:
     void look();
     static void changed(jack_port_id_t, int, void* self);
     static void clientChanged(const char* name, int registered, void* self);
+    static void serverGone(void* self);
     static void connectionChanged(jack_port_id_t, jack_port_id_t, int, void* self);
 
     QStringList clients_;
     std::unique_ptr<jack_client_t, ClientCloser> client_;
     std::atomic<bool> changed_{true};
+    std::atomic<bool> serverGone_{false};
+    int looksWithout_ = 0;       // looks without a client
     QHash<QString, Port> ports_; // by full name
     QStringList gone_;           // clients closed and not seen with ports since
     QTimer timer_;

@@ -4,9 +4,36 @@
 #include "library/ProjectKind.h"
 #include "platform/Guard.h"
 
+#include <QCoreApplication>
+#include <QRegularExpression>
+
+#include <jack/jack.h>
+
 #include <algorithm>
 
 namespace {
+// A session brings its saved connections along (Master to the speakers): the check's DAW is
+// connected to nothing, now and again once it has made its ports anew after the load.
+void silence(const QString& dawClient) {
+    struct Closer {
+        void operator()(jack_client_t* c) const { jack_client_close(c); }
+    };
+    const std::unique_ptr<jack_client_t, Closer> client(
+        jack_client_open("Gigmora Check", jack_options_t(JackNoStartServer), nullptr));
+    if (!client) return;
+    const QByteArray pattern = "^" + QRegularExpression::escape(dawClient).toUtf8() + ":";
+    const char** ports = jack_get_ports(client.get(), pattern.constData(), JACK_DEFAULT_AUDIO_TYPE,
+                                        JackPortIsOutput);
+    for (const char** p = ports; p && *p; ++p) {
+        const char** to =
+            jack_port_get_all_connections(client.get(), jack_port_by_name(client.get(), *p));
+        for (const char** q = to; q && *q; ++q)
+            jack_disconnect(client.get(), *p, *q);
+        jack_free(to);
+    }
+    jack_free(ports);
+}
+
 QString secondsText(qint64 ms) {
     return QStringLiteral("%1 s").arg(double(ms) / 1000.0, 0, 'f', 1);
 }
@@ -62,15 +89,29 @@ LivePass::LivePass(const GigmoraConfig::Daw& settings, const SetlistCheck::Resul
     : LivePass(dawOf(settings), songsOf(SetlistCheck::songsOf(settings), checked), parent) {}
 
 LivePass::~LivePass() {
-    if (daw_ && !over_) daw_->shutdown(kEndGraceMs);
+    if (daw_) daw_->shutdown(kEndGraceMs);
+}
+
+void LivePass::abandon() {
+    over_ = true;
+    limit_.stop();
+    setParent(QCoreApplication::instance()); // a quit ends what is left of it
+    if (!daw_ || dawGone_) return deleteLater();
+    connect(daw_.get(), &SessionManager::ended, this, &QObject::deleteLater);
+    daw_->end(kEndGraceMs);
 }
 
 void LivePass::start() {
     daw_ = std::make_unique<SessionManager>(options_);
     connect(daw_.get(), &SessionManager::loaded, this, [this](const QString& path, qint64 ms) {
         guarded("LivePass::loaded", [&] {
-            if (loads_.size() < songs_.size() && path == songs_[loads_.size()].folder)
+            if (loads_.size() < songs_.size() && path == songs_[loads_.size()].folder) {
+                silence(options_.clientId);
+                QTimer::singleShot(kSettleOutputsMs, this, [this] {
+                    guarded("LivePass::silence", [this] { silence(options_.clientId); });
+                });
                 done({ms, {}}, false);
+            }
         });
     });
     connect(daw_.get(), &SessionManager::cannotLoad, this,
@@ -82,6 +123,7 @@ void LivePass::start() {
             });
     connect(daw_.get(), &SessionManager::stateChanged, this,
             [this] { guarded("LivePass::state", [this] { watchStatus(); }); });
+    connect(daw_.get(), &SessionManager::ended, this, [this] { dawGone_ = true; });
     limit_.start(); // the DAW's start is bound as a load is
     daw_->start();
 }
@@ -99,8 +141,15 @@ void LivePass::watchStatus() {
         }
         return;
     }
-    if (s.phase == Phase::Failed && s.reason == DawStatus::Reason::Refused)
+    if (s.phase == Phase::Failed && s.reason == DawStatus::Reason::Refused) {
         done({-1, daw_->stateText()}, false);
+    } else if (s.phase == Phase::Starting && s.refused.isEmpty()) {
+        // It died loading the song (a song it gives up on is said as refused): the next song
+        // is asked for at once, so that the DAW does not come back with this one.
+        done({-1, QStringLiteral("%1 stopped while loading it").arg(options_.name)}, false);
+    } else if (s.phase == Phase::Stopped) {
+        finish(daw_->stateText()); // it keeps stopping, or quit
+    }
 }
 
 void LivePass::next() {
@@ -126,7 +175,7 @@ void LivePass::finish(const QString& why) {
         loads_ << Load{-1, why};
     over_ = true;
     limit_.stop();
-    daw_->shutdown(kEndGraceMs);
+    daw_->end(kEndGraceMs);
     emit finished();
 }
 

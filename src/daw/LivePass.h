@@ -11,8 +11,9 @@
 #include <optional>
 
 // Loads each song of a set in a DAW of its own, one after the other, as the stage would: it
-// times each load and names a song that stops the DAW on a question or is refused. The DAW is
-// never the one the audience hears, and it is ended when the pass is over.
+// times each load and names a song that stops the DAW on a question, ends it, or is refused.
+// The DAW is never the one the audience hears: its outputs are connected to nothing. It is ended
+// when the pass is over.
 class LivePass : public QObject {
     Q_OBJECT
 public:
@@ -27,6 +28,8 @@ public:
     };
     static constexpr int kSettleMs = 30000;  // beyond the load timeout, before giving up
     static constexpr int kEndGraceMs = 5000; // for the DAW to quit when asked, before a kill
+    // A DAW registers its ports again a while after it answers a load.
+    static constexpr int kSettleOutputsMs = 1500;
 
     // `daw`: how the stage's DAW is started; its id, name and records are the pass's own.
     LivePass(SessionManager::Options daw, QList<Song> songs, QObject* parent = nullptr);
@@ -36,6 +39,10 @@ public:
     ~LivePass() override;
 
     void start();
+    bool isOver() const { return over_; }
+    // Ends the pass at once, without waiting for its DAW: the pass lives on, owned by the
+    // application, until its DAW has gone, and then deletes itself.
+    void abandon();
     const QList<Song>& songs() const { return songs_; }
     const QList<Load>& loads() const { return loads_; }
     bool allLoaded() const;
@@ -64,4 +71,5 @@ private:
     QTimer limit_;
     bool up_ = false;
     bool over_ = false;
+    bool dawGone_ = false; // ended, after the pass
 };

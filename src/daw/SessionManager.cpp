@@ -178,7 +178,7 @@ void SessionManager::start() {
 }
 
 void SessionManager::startProcess() {
-    if (process_ || ending_) return; // one left running is ended first: it starts after
+    if (process_ || leftover_) return; // one left running is ended first: it starts after
     if (takeOverRecorded()) return;
     if (!nsm_.listen()) return run(plan_.notStarted(DawStatus::Reason::CannotListen));
     launch();
@@ -248,11 +248,11 @@ DawProcess* SessionManager::endRecordedDaw(const QString& recordFile, const QStr
 void SessionManager::endRecorded() {
     // Two DAWs would fight over the audio and neither would hear the triggers: the one that
     // cannot be taken over ends before this Gigmora starts its own.
-    ending_ = endRecordedDaw(recordFile(), dawName(), this);
-    if (!ending_) return startProcess();
+    leftover_ = endRecordedDaw(recordFile(), dawName(), this);
+    if (!leftover_) return startProcess();
     run(plan_.endingOld());
-    connect(ending_, &DawProcess::exited, this, [this] {
-        ending_ = nullptr;
+    connect(leftover_, &DawProcess::exited, this, [this] {
+        leftover_ = nullptr;
         guarded("SessionManager::start", [this] { startProcess(); });
     });
 }
@@ -309,7 +309,7 @@ void SessionManager::restart() {
 }
 
 void SessionManager::kill() {
-    if (process_) ::kill(pid_t(process_->pid()), SIGKILL);
+    if (process_ && process_->running()) ::kill(pid_t(process_->pid()), SIGKILL);
 }
 
 void SessionManager::lookForDialogs() {
@@ -320,7 +320,7 @@ void SessionManager::lookForDialogs() {
 }
 
 void SessionManager::checkClient() {
-    if (!process_ || !nsm_.hasClient() || nsm_.clientListens()) {
+    if (!process_ || !process_->running() || !nsm_.hasClient() || nsm_.clientListens()) {
         absent_ = 0;
         return;
     }
@@ -348,13 +348,25 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
                      : ending == DawProcess::Ending::Crashed ? SessionPlan::Ending::Crashed
                                                              : SessionPlan::Ending::Vanished;
     run(plan_.exited(how, status, lastLine, now()));
+    if (ending_) emit ended();
+}
+
+void SessionManager::end(int graceMs) {
+    ending_ = true;
+    run(plan_.quit());
+    dialogPoll_.stop();
+    liveness_.stop();
+    if (process_)
+        process_->stop(graceMs);
+    else
+        emit ended();
 }
 
 void SessionManager::shutdown(int graceMs) {
     run(plan_.quit());
     dialogPoll_.stop();
     liveness_.stop();
-    if (ending_) ending_->stopAndWait(graceMs);
+    if (leftover_) leftover_->stopAndWait(graceMs);
     if (!process_) return;
     process_->disconnect(this);
     process_->stopAndWait(graceMs);

@@ -65,6 +65,8 @@ public:
     void startAgain();
     // Ends the DAW: SIGTERM, then SIGKILL after `graceMs`.
     void shutdown(int graceMs = kEndGraceMs);
+    // The same without waiting: `ended` follows once it has gone.
+    void end(int graceMs = kEndGraceMs);
 
     QString stateText() const { return plan_.text(); }
     const DawStatus& status() const { return plan_.status(); }
@@ -107,6 +109,8 @@ signals:
     // `Ardour asks "…"`); it is ended and comes back without that song until it is asked for
     // again.
     void cannotLoad(const QString& path, const QString& reason);
+    // The DAW that `end` ended has gone.
+    void ended();
 
 private:
     // Carries out what the plan says.
@@ -132,12 +136,13 @@ private:
     Options options_;
     SessionPlan plan_;
     NsmServer nsm_;
-    DawProcess* process_ = nullptr; // a child of this object
-    DawProcess* ending_ = nullptr;  // one left by an earlier Gigmora, being ended
+    DawProcess* process_ = nullptr;  // a child of this object
+    DawProcess* leftover_ = nullptr; // one left by an earlier Gigmora, being ended
     QTimer timeout_;
     QElapsedTimer clock_;
     DawDialogs dialogs_;
     QTimer dialogPoll_;
     QTimer liveness_;
-    int absent_ = 0; // looks in a row that found the DAW's client gone
+    int absent_ = 0;      // looks in a row that found the DAW's client gone
+    bool ending_ = false; // `end` was asked for
 };
