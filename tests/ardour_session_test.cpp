@@ -38,14 +38,13 @@ protected:
         TempHome::clear();
         ASSERT_NO_FATAL_FAILURE(display_.start());
     }
-    static QString session(const QString& name) { return ardourSession(name); }
     ArdourDisplay display_;
 };
 
 // A setlist of two sessions plays through in one Ardour, switched in place; a killed Ardour
 // comes back with its song.
 TEST_F(ArdourSession, SwitchesInPlaceAndComesBackAfterAKill) {
-    const QString a = session("SongA"), b = session("SongB");
+    const QString a = ardourSession("SongA"), b = ardourSession("SongB");
     SessionManager manager({{"ardour"}, false, 90000});
     QSignalSpy loaded(&manager, &SessionManager::loaded);
     manager.open(a);
@@ -74,18 +73,14 @@ TEST_F(ArdourSession, SwitchesInPlaceAndComesBackAfterAKill) {
 // question, the set goes on after it, and no Ardour is left behind.
 TEST_F(ArdourSession, TheLivePassNamesTheSongThatStopsOnADialog) {
     ASSERT_NO_FATAL_FAILURE(writeArdourConfig());
-    GigmoraConfig::Daw daw;
-    daw.control = GigmoraConfig::Daw::Control::SessionManager;
-    GigmoraConfig::setDaw(daw);
+    const GigmoraConfig::Daw daw = useSessionManager();
     const QString opener = ardourSession("Opener", 48000, 1, 1000),
                   finale = ardourSession("Finale");
     saveSetlist("Gig", {opener, ardourSession("Odd", 44100), finale});
-    QString said;
-    QTextStream out(&said);
-    const int code = CheckCommand::run({"--load", "--setlist", "Gig"}, out, out);
-    out.flush();
+    const Printed check = runCommand(CheckCommand::run, {"--load", "--setlist", "Gig"});
+    const QString said = check.out + check.err;
     std::printf("%s", qPrintable(said));
-    EXPECT_EQ(code, 65);
+    EXPECT_EQ(check.code, 65);
     for (const QRegularExpression& line :
          {QRegularExpression("\n  Opener: loaded in \\d+\\.\\d s\n"),
           QRegularExpression("\n  Odd: did not load: Ardour asks \"Sample Rate Mismatch\""),
@@ -118,9 +113,7 @@ protected:
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(display_.start()); // fails, never skips, without JACK
         StageFixture::SetUp();
-        GigmoraConfig::Daw daw;
-        daw.control = GigmoraConfig::Daw::Control::SessionManager;
-        GigmoraConfig::setDaw(daw);
+        useSessionManager();
     }
     ArdourDisplay display_;
 };

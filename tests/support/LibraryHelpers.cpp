@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTextStream>
 #include <QThread>
 #include <memory>
 
@@ -57,6 +58,23 @@ void saveSetlist(const QString& name, const QStringList& paths) {
         setlist->mutableOrderedSetValueForKey("song").addObject(
             addSong(c, QFileInfo(path).completeBaseName(), path, 1));
     stack.saveAction();
+}
+
+GigmoraConfig::Daw useSessionManager() {
+    GigmoraConfig::Daw daw;
+    daw.control = GigmoraConfig::Daw::Control::SessionManager;
+    GigmoraConfig::setDaw(daw);
+    return daw;
+}
+
+Printed runCommand(int (*command)(const QStringList&, QTextStream&, QTextStream&),
+                   const QStringList& args) {
+    Printed p{};
+    QTextStream out(&p.out), err(&p.err);
+    p.code = command(args, out, err);
+    out.flush();
+    err.flush();
+    return p;
 }
 
 bool waitUntil(const std::function<bool()>& done, int timeoutMs) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settings/GigmoraConfig.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -7,6 +9,7 @@
 
 class ManagedObject;
 class ObjectContext;
+class QTextStream;
 
 namespace helpers {
 QString storeFolder();
@@ -18,6 +21,15 @@ ManagedObject* addSetlist(ObjectContext& c, const QString& name);
 // Saves a library in the temporary home with one setlist of songs at `paths`, each titled
 // after its file ("Opener" for ".../Opener.logicx" or a session folder "Opener").
 void saveSetlist(const QString& name, const QStringList& paths);
+// Gigmora.conf chooses the session manager with its default DAW; what it wrote.
+GigmoraConfig::Daw useSessionManager();
+// What a command of the command line (ExportCommand::run, CheckCommand::run) printed.
+struct Printed {
+    int code;
+    QString out, err;
+};
+Printed runCommand(int (*command)(const QStringList&, QTextStream&, QTextStream&),
+                   const QStringList& args);
 // Runs the event loop until `done` or the timeout; true when done.
 bool waitUntil(const std::function<bool()>& done, int timeoutMs = 5000);
 // Runs the event loop until a job queued on the main queue now (after `delaySeconds`, as
