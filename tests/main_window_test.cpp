@@ -91,7 +91,6 @@ TEST_F(MainWindowModes, CheckSetlistShowsEachSongsVerdict) {
     check->trigger();
     SetlistCheckDialog* dialog = w()->findChildren<SetlistCheckDialog*>().last();
     EXPECT_EQ(dialog->windowTitle(), "Check Setlist “Gig”");
-    EXPECT_EQ(dialog->results()->topLevelItem(0)->text(0), "Checking…");
     QSignalSpy checked(dialog, &SetlistCheckDialog::checked);
     ASSERT_TRUE(checked.wait(60000));
     QStringList lines;
