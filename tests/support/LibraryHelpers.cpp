@@ -6,6 +6,7 @@
 #include "library/OrderedRelation.h"
 #include "platform/MainQueue.h"
 #include "support/ScriptedAlerts.h"
+#include "support/TempHome.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -33,6 +34,15 @@ void writeFile(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).path());
     QFile f(path);
     if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(bytes);
+}
+
+QString project(const QString& name, bool folder) {
+    const QString path = TempHome::home() + "/music/" + name;
+    if (folder)
+        QDir().mkpath(path);
+    else
+        writeFile(path, "not a project");
+    return path;
 }
 
 ManagedObject* addSong(ObjectContext& c, const QString& title, const QString& path, int number) {

@@ -16,6 +16,8 @@ QString storeFolder();
 QString storePath();
 QByteArray readFile(const QString& path);
 void writeFile(const QString& path, const QByteArray& bytes);
+// A project folder (or, with `folder` false, a plain file) under the temporary home.
+QString project(const QString& name, bool folder = true);
 ManagedObject* addSong(ObjectContext& c, const QString& title, const QString& path, int number);
 ManagedObject* addSetlist(ObjectContext& c, const QString& name);
 // Saves a library in the temporary home with one setlist of songs at `paths`, each titled
