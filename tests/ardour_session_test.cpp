@@ -38,14 +38,12 @@ protected:
         TempHome::clear();
         ASSERT_NO_FATAL_FAILURE(display_.start());
     }
-    static QString session(const QString& name) { return ardourSession(name); }
     ArdourDisplay display_;
 };
 
-// A setlist of two sessions plays through in one Ardour, switched in place; a killed Ardour
-// comes back with its song.
+// A killed Ardour comes back with its song.
 TEST_F(ArdourSession, SwitchesInPlaceAndComesBackAfterAKill) {
-    const QString a = session("SongA"), b = session("SongB");
+    const QString a = ardourSession("SongA"), b = ardourSession("SongB");
     SessionManager manager({{"ardour"}, false, 90000});
     QSignalSpy loaded(&manager, &SessionManager::loaded);
     manager.open(a);
@@ -69,23 +67,18 @@ TEST_F(ArdourSession, SwitchesInPlaceAndComesBackAfterAKill) {
     manager.shutdown(10000);
 }
 
-// `gigmora check --load` on a set whose middle song Ardour stops on a question: each song is
-// loaded in an Ardour of the check's own and timed, the one that asks is named with its
-// question, the set goes on after it, and no Ardour is left behind.
+// `gigmora check --load`: each song timed in an Ardour of the check's own, the one that stops on
+// a question named with it, the set going on after it, and no Ardour left behind.
 TEST_F(ArdourSession, TheLivePassNamesTheSongThatStopsOnADialog) {
     ASSERT_NO_FATAL_FAILURE(writeArdourConfig());
-    GigmoraConfig::Daw daw;
-    daw.control = GigmoraConfig::Daw::Control::SessionManager;
-    GigmoraConfig::setDaw(daw);
+    const GigmoraConfig::Daw daw = useSessionManager();
     const QString opener = ardourSession("Opener", 48000, 1, 1000),
                   finale = ardourSession("Finale");
     saveSetlist("Gig", {opener, ardourSession("Odd", 44100), finale});
-    QString said;
-    QTextStream out(&said);
-    const int code = CheckCommand::run({"--load", "--setlist", "Gig"}, out, out);
-    out.flush();
+    const Printed check = runCommand(CheckCommand::run, {"--load", "--setlist", "Gig"});
+    const QString said = check.out + check.err;
     std::printf("%s", qPrintable(said));
-    EXPECT_EQ(code, 65);
+    EXPECT_EQ(check.code, 65);
     for (const QRegularExpression& line :
          {QRegularExpression("\n  Opener: loaded in \\d+\\.\\d s\n"),
           QRegularExpression("\n  Odd: did not load: Ardour asks \"Sample Rate Mismatch\""),
@@ -118,23 +111,18 @@ TEST_F(ArdourSession, TheLivePassNamesTheSongThatStopsOnADialog) {
     EXPECT_TRUE(waitUntil(noArdour, 15000)) << "the check's Ardour outlived its dialog";
 }
 
-// The whole stage with Ardour: Gigmora.conf chooses the session manager, a setlist of Ardour
-// sessions plays through on program change 127 from a JACK client, the Perform view confirms
-// each load, and one Ardour switches in place.
+// The whole stage with Ardour: triggers from a JACK client, the Perform view confirming each load.
 class ArdourStage : public StageFixture {
 protected:
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(display_.start()); // fails, never skips, without JACK
         StageFixture::SetUp();
-        GigmoraConfig::Daw daw;
-        daw.control = GigmoraConfig::Daw::Control::SessionManager;
-        GigmoraConfig::setDaw(daw);
+        useSessionManager();
     }
     ArdourDisplay display_;
 };
 
-// Launched and left alone, Gigmora keeps one Ardour with the stage's song for as long as it
-// runs; then the set plays through in that Ardour, whose JACK name never changes.
+// Left alone, Gigmora keeps one Ardour with the stage's song; then the set plays through in it.
 TEST_F(ArdourStage, LeftAloneThenASetlistPlaysThroughOnProgramChange127) {
     makeSetlist({ardourSession("Opener"), ardourSession("Ballad"), ardourSession("Encore")});
     launch();
@@ -142,13 +130,11 @@ TEST_F(ArdourStage, LeftAloneThenASetlistPlaysThroughOnProgramChange127) {
     ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing("Opener"); }, 120000))
         << stage->dawState().toStdString();
     const qint64 pid = app->dawControl()->sessionManager()->dawProcessId();
-    // Under load Ardour's engine sometimes halts after its first session at launch (its JACK
-    // socket closes) and comes back with the next switch: whatever clients it has, no other
-    // name than the fixed one.
+    // Under load Ardour's engine sometimes halts after its first session (its JACK socket
+    // closes) and comes back with the next switch: whatever clients it has, only the fixed name.
     for (const QString& name : dawJackClients(midi->client()))
         EXPECT_EQ(name, "Gigmora DAW");
-    // Nobody triggers anything while the band sets up: 45 s in which Ardour neither ends nor
-    // is replaced, and the stage keeps its song.
+    // 45 s of the band setting up: Ardour neither ends nor is replaced, the stage keeps its song.
     SessionManager* manager = app->dawControl()->sessionManager();
     EXPECT_FALSE(waitUntil(
         [&] {
@@ -173,7 +159,6 @@ TEST_F(ArdourStage, LeftAloneThenASetlistPlaysThroughOnProgramChange127) {
             [&] { return dawJackClients(midi->client()) == QStringList{"Gigmora DAW"}; }, 60000))
             << name << ": " << dawJackClients(midi->client()).join(", ").toStdString();
         std::printf("%s: ports back after %lld ms\n", name, ports.elapsed());
-        std::printf("%s: %s\n", name, qPrintable(stage->dawState()));
     }
     EXPECT_EQ(closeCommands(), 2u) << "the close command still goes out";
     EXPECT_EQ(app->dawControl()->sessionManager()->dawProcessId(), pid) << "one Ardour";
@@ -181,8 +166,7 @@ TEST_F(ArdourStage, LeftAloneThenASetlistPlaysThroughOnProgramChange127) {
     EXPECT_TRUE(openedFiles().isEmpty()) << "no desktop entry was run";
 }
 
-// Gigmora killed mid-set (SIGKILL, as a crash): Ardour plays on; the Gigmora started next takes
-// it over instead of starting a second one, and the next trigger switches it.
+// Gigmora killed mid-set: Ardour plays on; the next Gigmora takes it over instead of a second.
 TEST_F(ArdourStage, AGigmoraKilledMidSetLeavesOneArdourThatTheNextDrives) {
     makeSetlist({ardourSession("Opener"), ardourSession("Ballad"), ardourSession("Encore")});
     ASSERT_TRUE(app->managedObjectContext()->save());
@@ -206,8 +190,7 @@ TEST_F(ArdourStage, AGigmoraKilledMidSetLeavesOneArdourThatTheNextDrives) {
     ::kill(pid_t(first.processId()), SIGKILL);
     ASSERT_TRUE(first.waitForFinished(5000));
     {
-        // The server lets the killed Gigmora's client go once no process holds its sockets:
-        // Ardour inherited none of them.
+        // The killed Gigmora's client goes once no process holds its sockets: Ardour has none.
         JackTestClient probe("gigmora-probe-crash");
         EXPECT_TRUE(
             waitUntil([&] { return probe.countPortsNamed("Gigmora Virtual Input") == 0; }, 10000))
@@ -231,5 +214,4 @@ TEST_F(ArdourStage, AGigmoraKilledMidSetLeavesOneArdourThatTheNextDrives) {
     EXPECT_EQ(ardourProcesses(), 1) << "never two";
     EXPECT_TRUE(waitUntil(
         [&] { return dawJackClients(midi->client()) == QStringList{"Gigmora DAW"}; }, 10000));
-    std::printf("After the crash: %s in the same Ardour\n", qPrintable(stage->dawState()));
 }

@@ -19,22 +19,15 @@
 
 using namespace helpers;
 
-namespace {
-// The stand-in DAW (tests/tools/fake_nsm_daw), which speaks the protocol as Ardour does.
-void useTheStandIn() {
-    GigmoraConfig::Daw daw;
-    daw.control = GigmoraConfig::Daw::Control::SessionManager;
-    daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
-    GigmoraConfig::setDaw(daw);
-}
-} // namespace
-
 // Gigmora as the session manager of a DAW, through the window.
 class DawSessions : public EditFixture {
 protected:
     void SetUp() override {
         EditFixture::SetUp(); // a fresh home; the configuration is read at launch
-        useTheStandIn();
+        // The stand-in DAW (tests/tools/fake_nsm_daw), which speaks the protocol as Ardour does.
+        GigmoraConfig::Daw daw = useSessionManager();
+        daw.command = QString("\"%1\" --caps :switch:").arg(FAKE_NSM_DAW);
+        GigmoraConfig::setDaw(daw);
     }
     PerformanceView* stage() { return app->window()->performanceView(); }
     DawStatus daw() { return app->stageState()->snapshot().daw; }

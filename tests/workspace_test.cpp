@@ -2,7 +2,6 @@
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
-#include <QDir>
 #include <gtest/gtest.h>
 
 using namespace helpers;
@@ -40,16 +39,4 @@ TEST(Workspace, FieldCodesExpandAndDeprecatedOnesGo) {
     EXPECT_EQ(Workspace::commandLine(e, project), (QStringList{"da w", "-x", project}));
     EXPECT_EQ(Workspace::findDesktopEntry("Logic Pro X"), e);
     EXPECT_TRUE(Workspace::findDesktopEntry("Logic Pro").isEmpty());
-}
-
-// A path that is not there, or not absolute, starts nothing.
-TEST(Workspace, MissingOrRelativePathsAreRefused) {
-    TempHome::clear();
-    const QString log = TempHome::home() + "/ran";
-    entry("touch " + log);
-    EXPECT_FALSE(Workspace::openFile(TempHome::home() + "/gone.logicx", "Logic Pro X.app"));
-    EXPECT_FALSE(Workspace::openFile("blank", "Logic Pro X.app"));
-    QDir().mkpath(TempHome::home() + "/here.logicx");
-    EXPECT_TRUE(Workspace::openFile(TempHome::home() + "/here.logicx", "Logic Pro X.app"));
-    EXPECT_TRUE(waitUntil([&] { return QFile::exists(log); }));
 }

@@ -38,15 +38,6 @@ void EditFixture::launch() {
     processEvents();
 }
 
-QString EditFixture::project(const QString& name, bool folder) {
-    const QString path = TempHome::home() + "/music/" + name;
-    if (folder)
-        QDir().mkpath(path);
-    else
-        writeFile(path, "not a project");
-    return path;
-}
-
 QString EditFixture::session(const QString& name, int seconds) {
     const QString folder = TempHome::home() + "/sessions/" + name;
     QDir().mkpath(folder);

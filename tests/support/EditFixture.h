@@ -27,8 +27,6 @@ protected:
     void launch();
 
     ObjectContext& context() { return *app->managedObjectContext(); }
-    // A project folder (or, with `folder` false, a plain file) under the temporary home.
-    static QString project(const QString& name, bool folder = true);
     // An Ardour-like session folder holding NAME.ardour, with a session range when `seconds`.
     static QString session(const QString& name, int seconds = 0);
     // Library songs, numbered from 1 in this order.

@@ -6,12 +6,14 @@
 #include "library/OrderedRelation.h"
 #include "platform/MainQueue.h"
 #include "support/ScriptedAlerts.h"
+#include "support/TempHome.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTextStream>
 #include <QThread>
 #include <memory>
 
@@ -32,6 +34,15 @@ void writeFile(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).path());
     QFile f(path);
     if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(bytes);
+}
+
+QString project(const QString& name, bool folder) {
+    const QString path = TempHome::home() + "/music/" + name;
+    if (folder)
+        QDir().mkpath(path);
+    else
+        writeFile(path, "not a project");
+    return path;
 }
 
 ManagedObject* addSong(ObjectContext& c, const QString& title, const QString& path, int number) {
@@ -57,6 +68,23 @@ void saveSetlist(const QString& name, const QStringList& paths) {
         setlist->mutableOrderedSetValueForKey("song").addObject(
             addSong(c, QFileInfo(path).completeBaseName(), path, 1));
     stack.saveAction();
+}
+
+GigmoraConfig::Daw useSessionManager() {
+    GigmoraConfig::Daw daw;
+    daw.control = GigmoraConfig::Daw::Control::SessionManager;
+    GigmoraConfig::setDaw(daw);
+    return daw;
+}
+
+Printed runCommand(int (*command)(const QStringList&, QTextStream&, QTextStream&),
+                   const QStringList& args) {
+    Printed p{};
+    QTextStream out(&p.out), err(&p.err);
+    p.code = command(args, out, err);
+    out.flush();
+    err.flush();
+    return p;
 }
 
 bool waitUntil(const std::function<bool()>& done, int timeoutMs) {

@@ -13,12 +13,9 @@
 // Whether a window is titled after the session ("*" marks one with unsaved changes).
 bool titled(const QString& name);
 
-// A session with a stereo Master bus under the temporary home, made by Ardour's own tool (the
-// empty-session tool makes none, and a song without one reaches no speaker); its folder. Made
-// headless by Ardour's Lua session tool when it is to be recorded at another rate or to be
-// heavy: `heavyTracks` stereo tracks with four of Ardour's plugins each, which record for
-// `recordMs` (the recording also gives the session its range); with `cues`, a stereo "Cues" bus
-// connected nowhere, as a rig's bus for the click and the in-ear mixes is.
+// A session folder with a stereo Master bus under the temporary home, made by Ardour's own tools;
+// with `heavyTracks` stereo tracks of four plugins each that record for `recordMs` (giving the
+// session its range), and with `cues` a "Cues" bus connected nowhere, as a rig's click bus is.
 QString ardourSession(const QString& name, int sampleRate = 48000, int heavyTracks = 0,
                       int recordMs = 0, bool cues = false);
 

@@ -15,7 +15,6 @@
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
-#include <QDir>
 #include <QFile>
 #include <algorithm>
 
@@ -45,12 +44,6 @@ void StageFixture::TearDown() {
     midi.reset();
     app.reset();
     Alerts::setShared(nullptr);
-}
-
-QString StageFixture::project(const QString& name) {
-    const QString path = TempHome::home() + "/music/" + name;
-    QDir().mkpath(path);
-    return path;
 }
 
 void StageFixture::makeSetlist(const QStringList& paths) {

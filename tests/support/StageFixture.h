@@ -26,7 +26,6 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    static QString project(const QString& name);
     // Songs of the setlist "Gig", in running order.
     void makeSetlist(const QStringList& paths);
     void launch();
