@@ -38,7 +38,7 @@ std::pair<int, QString> check(const QStringList& args) {
 TEST(Check, NamesEveryProblemOfTheSetAndChangesNothing) {
     REQUIRE_JACK(); // at 48 kHz, as scripts/test starts it
     TempHome::clear();
-    useSessionManager();
+    GigmoraConfig::Daw daw = useSessionManager();
     // Recorded by Ardour for about 3 s, through four of its plugins: a song as a musician has.
     const QString clean = ardourSession("Clean", 48000, 1, 3000);
     const QString recorded =
