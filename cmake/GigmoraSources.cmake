@@ -183,6 +183,8 @@ set(GIGMORA_SOURCES_audio
     src/audio/AudioLog.h
     src/audio/AudioRouter.cpp
     src/audio/AudioRouter.h
+    src/audio/JackClient.cpp
+    src/audio/JackClient.h
     src/audio/RouterMix.cpp
     src/audio/RouterMix.h
 )

@@ -120,9 +120,7 @@ void printSetlist(QTextStream& out, const ManagedObject* setlist, bool sessions)
             << RunningOrderDocument::songNumber(s) << "]  " << s->stringValue("path")
             << (seconds ? "  " + SessionCheck::length(*seconds) : QString()) << "\n";
     }
-    out << "     In all: " << SessionCheck::length(total);
-    if (unknown > 0) out << "; " << SongLengths::withoutLength(unknown);
-    out << "\n\n";
+    out << "     " << SongLengths::total(total, unknown) << "\n\n";
 }
 } // namespace
 

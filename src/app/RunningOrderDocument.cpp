@@ -225,9 +225,7 @@ Order orderOf(const ManagedObject* setlist, bool sessions) {
                             seconds ? SessionCheck::length(*seconds) : QString()};
     }
     // Logic projects say nothing of their lengths: no total to plan with.
-    if (known > 0)
-        order.total = QStringLiteral("In all: ") + SessionCheck::length(total) +
-                      (unknown > 0 ? "; " + SongLengths::withoutLength(unknown) : QString());
+    if (known > 0) order.total = SongLengths::total(total, unknown);
     return order;
 }
 

@@ -16,18 +16,6 @@ const char* const kInstanceNames[] = {"Gigmora DAW", "Gigmora Second DAW"};
 constexpr jack_midi_data_t kMmcStop[] = {0xF0, 0x7F, 0x7F, 0x06, 0x01, 0xF7};
 constexpr jack_midi_data_t kMmcPlay[] = {0xF0, 0x7F, 0x7F, 0x06, 0x02, 0xF7};
 
-// jack_get_ports' and jack_port_get_all_connections' lists, freed as JACK wants.
-struct PortList {
-    const char** names;
-    ~PortList() { jack_free(names); }
-    QStringList list() const {
-        QStringList out;
-        for (const char** n = names; n && *n; ++n)
-            out << QString::fromUtf8(*n);
-        return out;
-    }
-};
-
 // "Cues/audio_out 10" after "Cues/audio_out 9": the number a port name ends with is compared
 // as a number.
 bool portOrder(const QString& a, const QString& b) {
@@ -48,11 +36,6 @@ bool marked(const QString& port, const QStringList& marks) {
                        [&](const QString& mark) { return !mark.isEmpty() && port.contains(mark); });
 }
 } // namespace
-
-void AudioRouter::ClientCloser::operator()(jack_client_t* client) const {
-    jack_deactivate(client);
-    jack_client_close(client);
-}
 
 AudioRouter::AudioRouter(Options options)
     : options_(std::move(options)),
@@ -76,7 +59,7 @@ QString AudioRouter::outputName(int channel) {
 Result<> AudioRouter::start() {
     if (client_) return {};
     jack_status_t status;
-    std::unique_ptr<jack_client_t, ClientCloser> client(jack_client_open(
+    JackClient client(jack_client_open(
         kClientName, jack_options_t(JackNoStartServer | JackUseExactName), &status));
     if (!client) {
         // A server that is there refuses an exact name only when another client has it.
@@ -121,7 +104,7 @@ Result<> AudioRouter::start() {
 }
 
 Result<> AudioRouter::startTransport() {
-    std::unique_ptr<jack_client_t, ClientCloser> client(jack_client_open(
+    JackClient client(jack_client_open(
         kTransportName, jack_options_t(JackNoStartServer | JackUseExactName), nullptr));
     if (!client) {
         return {Failure::Code::NameTaken,
@@ -156,9 +139,8 @@ void AudioRouter::connectOutputs() {
 bool AudioRouter::routeInstance(int instance, const QString& dawClient, bool listen) {
     if (!client_ || instance < 0 || instance >= RouterMix::kInstances) return false;
     const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(dawClient));
-    QStringList all = PortList{jack_get_ports(client_.get(), pattern.toUtf8().constData(),
-                                              JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput)}
-                          .list();
+    QStringList all = takeJackNames(jack_get_ports(client_.get(), pattern.toUtf8().constData(),
+                                                   JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput));
     std::sort(all.begin(), all.end(), portOrder);
     QStringList mains; // by channel
     for (const QString& mark : options_.mainOutputs)
@@ -181,8 +163,7 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, bool lis
                 ? QByteArray(jack_port_name(inputs_[size_t(instance)][size_t(channel)]))
                 : QByteArray();
         // What the session brought along would make this instance heard past the router.
-        const PortList connections{jack_port_get_all_connections(client_.get(), port)};
-        for (const QString& to : connections.list())
+        for (const QString& to : takeJackNames(jack_port_get_all_connections(client_.get(), port)))
             if (to.toUtf8() != mine)
                 jack_disconnect(client_.get(), from.constData(), to.toUtf8().constData());
         if (!mine.isEmpty() && !jack_port_connected_to(port, mine.constData()))
@@ -191,9 +172,9 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, bool lis
     if (jack_port_t* mmc = mmc_[size_t(instance)]) {
         const QString mmcIn =
             QStringLiteral("^%1:MMC in$").arg(QRegularExpression::escape(dawClient));
-        const PortList in{jack_get_ports(client_.get(), mmcIn.toUtf8().constData(),
-                                         JACK_DEFAULT_MIDI_TYPE, JackPortIsInput)};
-        for (const QString& to : in.list())
+        for (const QString& to :
+             takeJackNames(jack_get_ports(client_.get(), mmcIn.toUtf8().constData(),
+                                          JACK_DEFAULT_MIDI_TYPE, JackPortIsInput)))
             if (!jack_port_connected_to(mmc, to.toUtf8().constData()))
                 jack_connect(client_.get(), jack_port_name(mmc), to.toUtf8().constData());
     }
@@ -208,9 +189,9 @@ void AudioRouter::followTriggerSources() {
         QByteArray(MainMidi::kClientName) + ':' + MainMidi::kVirtualInputName;
     jack_port_t* source = jack_port_by_name(client_.get(), virtualInput.constData());
     const QStringList wanted =
-        source ? PortList{jack_port_get_all_connections(client_.get(), source)}.list()
+        source ? takeJackNames(jack_port_get_all_connections(client_.get(), source))
                : QStringList();
-    const QStringList had = PortList{jack_port_get_all_connections(client_.get(), trigger_)}.list();
+    const QStringList had = takeJackNames(jack_port_get_all_connections(client_.get(), trigger_));
     const char* mine = jack_port_name(trigger_);
     for (const QString& from : had)
         if (!wanted.contains(from)) jack_disconnect(client_.get(), from.toUtf8().constData(), mine);
@@ -234,8 +215,8 @@ bool AudioRouter::hasInput(int instance) const {
 bool AudioRouter::hasPorts(const QString& client) const {
     if (!client_) return false;
     const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));
-    const PortList found{jack_get_ports(client_.get(), pattern.toUtf8().constData(), nullptr, 0)};
-    return found.names && *found.names;
+    return !takeJackNames(jack_get_ports(client_.get(), pattern.toUtf8().constData(), nullptr, 0))
+                .isEmpty();
 }
 
 jack_nframes_t AudioRouter::sampleRate() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "audio/JackClient.h"
 #include "audio/RouterMix.h"
 #include "platform/Result.h"
 
@@ -89,9 +90,6 @@ public:
     bool takeGraphChange() { return graphChanged_.exchange(false); }
 
 private:
-    struct ClientCloser {
-        void operator()(jack_client_t* client) const;
-    };
     static int process(jack_nframes_t frames, void* self);
     static int tell(jack_nframes_t frames, void* self);
     bool triggeredIn(jack_nframes_t frames) const;
@@ -103,8 +101,8 @@ private:
     Options options_;
     RouterMix mix_;
     std::atomic<bool> graphChanged_{false};
-    std::unique_ptr<jack_client_t, ClientCloser> client_;
-    std::unique_ptr<jack_client_t, ClientCloser> transport_; // with a transport to tell only
+    JackClient client_;
+    JackClient transport_; // with a transport to tell only
     std::array<std::array<jack_port_t*, RouterMix::kMaxChannels>, RouterMix::kInstances> inputs_{};
     std::array<jack_port_t*, RouterMix::kMaxChannels> outputs_{};
     jack_port_t* trigger_ = nullptr;

@@ -8,21 +8,6 @@
 #include <jack/jack.h>
 #include <jack/uuid.h>
 
-namespace {
-QStringList names(const char** list) {
-    QStringList out;
-    for (const char** n = list; n && *n; ++n)
-        out << QString::fromUtf8(*n);
-    jack_free(list);
-    return out;
-}
-} // namespace
-
-void DawPortKeeper::ClientCloser::operator()(jack_client_t* client) const {
-    jack_deactivate(client);
-    jack_client_close(client);
-}
-
 DawPortKeeper::DawPortKeeper(QStringList clients, QObject* parent)
     : QObject(parent), clients_(std::move(clients)) {
     timer_.setInterval(kLookMs);
@@ -37,8 +22,7 @@ DawPortKeeper::~DawPortKeeper() {
 
 bool DawPortKeeper::start() {
     if (client_) return true;
-    std::unique_ptr<jack_client_t, ClientCloser> client(
-        jack_client_open(kClientName, jack_options_t(JackNoStartServer), nullptr));
+    JackClient client(jack_client_open(kClientName, jack_options_t(JackNoStartServer), nullptr));
     if (!client) return false;
     jack_set_port_registration_callback(client.get(), &DawPortKeeper::changed, this);
     jack_set_client_registration_callback(client.get(), &DawPortKeeper::clientChanged, this);
@@ -85,13 +69,13 @@ void DawPortKeeper::look() {
     jack_client_t* c = client_.get();
     for (const QString& client : std::as_const(clients_)) {
         const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));
-        const QStringList ports =
-            names(jack_get_ports(c, pattern.toUtf8().constData(), JACK_DEFAULT_MIDI_TYPE, 0));
+        const QStringList ports = takeJackNames(
+            jack_get_ports(c, pattern.toUtf8().constData(), JACK_DEFAULT_MIDI_TYPE, 0));
         for (const QString& name : ports) {
             jack_port_t* port = jack_port_by_name(c, name.toUtf8().constData());
             if (!port) continue;
             const jack_uuid_t uuid = jack_port_uuid(port);
-            const QStringList now = names(jack_port_get_all_connections(c, port));
+            const QStringList now = takeJackNames(jack_port_get_all_connections(c, port));
             Port& known = ports_[name];
             // JACK may give a port made anew its old identity: its going tells it too.
             const bool anew = (known.uuid != 0 && known.uuid != uuid) || gone_.contains(client);

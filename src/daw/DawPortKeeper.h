@@ -1,5 +1,7 @@
 #pragma once
 
+#include "audio/JackClient.h"
+
 #include <QHash>
 #include <QObject>
 #include <QStringList>
@@ -29,9 +31,6 @@ public:
     bool start();
 
 private:
-    struct ClientCloser {
-        void operator()(jack_client_t* client) const;
-    };
     struct Port {
         jack_uuid_t uuid = 0;  // which registration of it was last seen
         QStringList peers;     // what it is to be connected to
@@ -44,7 +43,7 @@ private:
     static void connectionChanged(jack_port_id_t, jack_port_id_t, int, void* self);
 
     QStringList clients_;
-    std::unique_ptr<jack_client_t, ClientCloser> client_;
+    JackClient client_;
     std::atomic<bool> changed_{true};
     std::atomic<bool> serverGone_{false};
     int looksWithout_ = 0;       // looks without a client

@@ -1,5 +1,6 @@
 #include "daw/LivePass.h"
 
+#include "audio/JackClient.h"
 #include "daw/SessionCheck.h"
 #include "library/ProjectKind.h"
 #include "platform/Guard.h"
@@ -15,23 +16,17 @@ namespace {
 // A session brings its saved connections along (Master to the speakers): the check's DAW is
 // connected to nothing, now and again once it has made its ports anew after the load.
 void silence(const QString& dawClient) {
-    struct Closer {
-        void operator()(jack_client_t* c) const { jack_client_close(c); }
-    };
-    const std::unique_ptr<jack_client_t, Closer> client(
+    const JackClient client(
         jack_client_open("Gigmora Check", jack_options_t(JackNoStartServer), nullptr));
     if (!client) return;
     const QByteArray pattern = "^" + QRegularExpression::escape(dawClient).toUtf8() + ":";
-    const char** ports = jack_get_ports(client.get(), pattern.constData(), JACK_DEFAULT_AUDIO_TYPE,
-                                        JackPortIsOutput);
-    for (const char** p = ports; p && *p; ++p) {
-        const char** to =
-            jack_port_get_all_connections(client.get(), jack_port_by_name(client.get(), *p));
-        for (const char** q = to; q && *q; ++q)
-            jack_disconnect(client.get(), *p, *q);
-        jack_free(to);
+    for (const QString& port : takeJackNames(jack_get_ports(
+             client.get(), pattern.constData(), JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput))) {
+        const QByteArray from = port.toUtf8();
+        for (const QString& to : takeJackNames(jack_port_get_all_connections(
+                 client.get(), jack_port_by_name(client.get(), from.constData()))))
+            jack_disconnect(client.get(), from.constData(), to.toUtf8().constData());
     }
-    jack_free(ports);
 }
 
 QString secondsText(qint64 ms) {

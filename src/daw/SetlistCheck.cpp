@@ -15,10 +15,7 @@ bool SetlistCheck::Result::passes() const {
 }
 
 QString SetlistCheck::Result::total() const {
-    QString words = QStringLiteral("In all: ") + SessionCheck::length(seconds);
-    if (withoutLength > 0)
-        words += QStringLiteral("; ") + SongLengths::withoutLength(withoutLength);
-    return words;
+    return SongLengths::total(seconds, withoutLength);
 }
 
 SetlistCheck::SetlistCheck(const GigmoraConfig::Daw& daw)

@@ -1,6 +1,7 @@
 #include "daw/SongLengths.h"
 
 #include "daw/ArdourSession.h"
+#include "daw/SessionCheck.h"
 #include "library/ProjectKind.h"
 
 #include <QFileInfo>
@@ -23,6 +24,13 @@ std::optional<double> SongLengths::of(const QString& path, bool sessions) {
     k.modified = QFileInfo(k.file).lastModified();
     known_.insert(path, k);
     return k.seconds;
+}
+
+QString SongLengths::total(double seconds, int withoutLength) {
+    QString words = QStringLiteral("In all: ") + SessionCheck::length(seconds);
+    if (withoutLength > 0)
+        words += QStringLiteral("; ") + SongLengths::withoutLength(withoutLength);
+    return words;
 }
 
 QString SongLengths::withoutLength(int songs) {

@@ -15,6 +15,8 @@ public:
 
     // "2 songs without a known length", as every total says it.
     static QString withoutLength(int songs);
+    // "In all: 42:10; 2 songs without a known length": a set's total, as every place says it.
+    static QString total(double seconds, int withoutLength);
 
 private:
     struct Known {

@@ -1,5 +1,7 @@
 #include "daw/SystemCheck.h"
 
+#include "audio/JackClient.h"
+
 #include <QFile>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -18,21 +20,16 @@ SystemCheck SystemCheck::now() {
         c.lines << line;
         ++c.problems;
     };
-    if (jack_client_t* client =
-            jack_client_open("Gigmora Check", jack_options_t(JackNoStartServer), nullptr)) {
-        c.sampleRate = int(jack_get_sample_rate(client));
+    if (const JackClient client{
+            jack_client_open("Gigmora Check", jack_options_t(JackNoStartServer), nullptr)}) {
+        c.sampleRate = int(jack_get_sample_rate(client.get()));
         c.lines << QStringLiteral("The JACK server runs at %1 Hz, %2 frames a period.")
                        .arg(*c.sampleRate)
-                       .arg(jack_get_buffer_size(client));
-        if (const char** ports = jack_get_ports(client, nullptr, nullptr, 0)) {
-            for (const char** p = ports; *p; ++p)
-                c.ports << QString::fromUtf8(*p);
-            jack_free(ports);
-        }
-        if (!jack_is_realtime(client))
+                       .arg(jack_get_buffer_size(client.get()));
+        c.ports = takeJackNames(jack_get_ports(client.get(), nullptr, nullptr, 0));
+        if (!jack_is_realtime(client.get()))
             problem(QStringLiteral("JACK does not run in real time: start it with -R (QjackCtl: "
                                    "Realtime) as a member of the audio group."));
-        jack_client_close(client);
     } else {
         problem(QStringLiteral("No JACK server runs: start it before the show; the songs' sample "
                                "rates could not be compared."));
