@@ -85,6 +85,20 @@ protected:
             silent += heard[i].first < 0.2f || heard[i].last < 0.2f;
         return silent;
     }
+    // Where the first silent periods from the `from`th were, in ms after it, and what they held.
+    std::string silences(size_t from) const {
+        const auto heard = listener_.heard();
+        std::string out;
+        int shown = 0;
+        for (size_t i = from; i < heard.size() && shown < 20; ++i)
+            if ((heard[i].first < 0.2f || heard[i].last < 0.2f) && ++shown)
+                out += QStringLiteral(" %1 ms (%2..%3)")
+                           .arg((heard[i].start - heard[from].start) / 48)
+                           .arg(heard[i].first)
+                           .arg(heard[i].last)
+                           .toStdString();
+        return out;
+    }
     // Whether the instance's Master bus gets its constant.
     bool fed(int instance) {
         keepFed();
@@ -142,7 +156,8 @@ TEST_F(ArdourStandby, ASetlistPlaysThroughWithoutAGap) {
     const size_t witnessFrom = witnessIn_.heard().size();
     // Both instances loaded and left alone: every period carries the song.
     QTest::qWait(5000);
-    EXPECT_EQ(silentPeriods(firstHeard), 0u) << "with both instances idle";
+    EXPECT_LE(silentPeriods(firstHeard), witnessIn_.stale(witnessFrom))
+        << "with both instances idle" << silences(firstHeard);
     EXPECT_EQ(ardourProcesses(), 2);
     QStringList clients = dawJackClients(listener_.client());
     for (const char* ours : {"feed A", "feed B", "gigmora-test", "witness in", "witness out"})
@@ -287,9 +302,11 @@ TEST_F(ArdourStandby, CuesSwapWithTheMusicAndNothingElseIsHeard) {
 // A song recorded at 44.1 kHz on a 48 kHz server stops Ardour's load on a question. The stage
 // names it within seconds, the instance is ended and comes back with the song after it, a recall
 // of the song is refused with the reason, and the set goes on; the song that plays sounds on.
+// The song is second in line: an Ardour that starts with it at times loads it without asking.
 TEST_F(ArdourStandby, ASongThatAsksIsPassedOverAndTheSetGoesOn) {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    makeSetlist({ardourSession("Opener"), ardourSession("Odd", 44100), ardourSession("Finale")});
+    makeSetlist({ardourSession("Opener"), ardourSession("Second"), ardourSession("Odd", 44100),
+                 ardourSession("Finale")});
     QString named; // the words the stage had when it named the song
     launch();
     PerformanceView* stage = app->window()->performanceView();
@@ -302,32 +319,34 @@ TEST_F(ArdourStandby, ASongThatAsksIsPassedOverAndTheSetGoesOn) {
         keepFed();
         return daw() == status;
     };
-    ASSERT_TRUE(waitUntil(
-        [&] { return stageSays(stage::playing("Opener", "Odd", stage::Phase::Loading)); }, 180000))
+    ASSERT_TRUE(waitUntil([&] { return stageSays(stage::playing("Opener", "Second")); }, 180000))
         << stage->dawState().toStdString();
+    midi->send({0xC0, 0x7F});
+    QElapsedTimer loading;
+    loading.start();
+    // Ardour's Master bus delays what it passes: measured once the song is heard.
+    ASSERT_TRUE(waitUntil([&] { return heardInstance() == 1; }, 10000)) << graph();
     // From here on the song that plays sounds throughout: the stuck instance, its end and its
     // return, the refusal and the swap.
     const size_t from = listener_.heard().size();
     const size_t witnessFrom = witnessIn_.heard().size();
-    QElapsedTimer loading;
-    loading.start();
     ASSERT_TRUE(waitUntil([&] { return !named.isEmpty(); }, 15000))
         << stage->dawState().toStdString();
     std::printf("Named %lld ms after the load began: %s\n", loading.elapsed(), qPrintable(named));
-    ASSERT_TRUE(waitUntil([&] { return stageSays(stage::playing("Opener", "Finale")); }, 120000))
+    ASSERT_TRUE(waitUntil([&] { return stageSays(stage::playing("Second", "Finale")); }, 120000))
         << stage->dawState().toStdString() << graph();
     midi->send({0xC0, 0x7F});
-    DawStatus refused = stage::playing("Opener", "Finale");
+    DawStatus refused = stage::playing("Second", "Finale");
     refused.refused = "Odd";
     refused.reason = DawStatus::Reason::Dialog;
     ASSERT_TRUE(waitUntil([&] { return stageSays(refused); }, 10000))
         << stage->dawState().toStdString();
-    EXPECT_EQ(heardInstance(), 0) << "the song that plays goes on";
+    EXPECT_EQ(heardInstance(), 1) << "the song that plays goes on";
     midi->send({0xC0, 0x7F});
-    ASSERT_TRUE(waitUntil([&] { return heardInstance() == 1; }, 10000)) << graph();
+    ASSERT_TRUE(waitUntil([&] { return heardInstance() == 0; }, 10000)) << graph();
     ASSERT_TRUE(waitUntil([&] { return stageSays(stage::playingLast("Finale")); }, 10000))
         << stage->dawState().toStdString();
-    EXPECT_EQ(silentPeriods(from), witnessIn_.stale(witnessFrom));
+    EXPECT_EQ(silentPeriods(from), witnessIn_.stale(witnessFrom)) << silences(from);
 }
 
 // With one DAW, the song that asks is named, Ardour is ended and comes back with nothing open,
