@@ -93,6 +93,8 @@ set(GIGMORA_SOURCES_library
     src/library/ManagedObjectModel.h
     src/library/MidiMessage.cpp
     src/library/MidiMessage.h
+    src/library/NsmSongFolder.cpp
+    src/library/NsmSongFolder.h
     src/library/ObjectContext.cpp
     src/library/ObjectContext.h
     src/library/OrderedRelation.cpp
@@ -197,6 +199,8 @@ set(GIGMORA_SOURCES_osc
     src/osc/OscMessage.h
 )
 set(GIGMORA_SOURCES_daw
+    src/daw/CompanionPrograms.cpp
+    src/daw/CompanionPrograms.h
     src/daw/ArdourSession.cpp
     src/daw/ArdourSession.h
     src/daw/DawControl.cpp

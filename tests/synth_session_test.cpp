@@ -1,3 +1,4 @@
+#include "daw/CompanionPrograms.h"
 #include "daw/DawControl.h"
 #include "daw/SessionManager.h"
 #include "settings/GigmoraConfig.h"
@@ -127,4 +128,83 @@ TEST_F(SynthSession, HydrogenThatCrashesComesBackWithItsSong) {
     EXPECT_TRUE(waitUntil([&] { return daw() == stage::playing("Swing"); }, 60000))
         << app->window()->performanceView()->dawState().toStdString();
     EXPECT_NE(::kill(pid_t(reporter), 0), 0) << "its crash reporter is gone";
+}
+
+// A song folder of two programs, Ardour and ZynAddSubFX, as new-session-manager keeps one: its
+// "session.nsm" and each program's part beside it. One process of each plays the whole set,
+// under JACK names that hold; a trigger switches both, and a song of Ardour alone ends the synth.
+TEST_F(SynthSession, ASongOfTwoProgramsSwitchesBoth) {
+    ASSERT_NO_FATAL_FAILURE(display_.start());
+    ASSERT_NO_FATAL_FAILURE(writeArdourConfig());
+    const QString base = ardourSession("Base");
+    QStringList songs;
+    {
+        QProcess maker;
+        auto peer = synth(maker, port_, {"-I", "null", "-O", "null"});
+        for (const QString name : {"One", "Two", "Three"}) {
+            songs << TempHome::home() + "/songs/" + name;
+            QDir().mkpath(songs.last());
+            // Ardour keeps "NAME.ID" with a snapshot named without the id.
+            const QString ardour = copySession(base, "Ardour");
+            ASSERT_TRUE(QDir().rename(ardour, songs.last() + "/Ardour.nARDR"));
+            QByteArray list = "Ardour:ardour7:nARDR\n";
+            if (name != QLatin1String("Three")) {
+                const QString patch = songs.last() + "/ZynAddSubFX.nZYNA.xmz";
+                peer->send("/Pkeyshift", "i", 60 + int(songs.size()));
+                peer->send("/save_xmz", "s", patch.toUtf8().constData());
+                ASSERT_TRUE(waitUntil([&] { return QFileInfo::exists(patch); }, 5000));
+                list += "ZynAddSubFX:zynaddsubfx:nZYNA\n";
+            }
+            writeFile(songs.last() + "/session.nsm", list);
+        }
+        maker.terminate();
+        maker.waitForFinished(5000);
+    }
+    GigmoraConfig::Daw settings;
+    settings.control = GigmoraConfig::Daw::Control::SessionManager;
+    GigmoraConfig::setDaw(settings);
+    GigmoraConfig::setProgramCommand(
+        "zynaddsubfx", QStringLiteral("zynaddsubfx -U -I jack -O jack -P %1").arg(port_));
+    makeSetlist(songs);
+    launch();
+    OscPeer ask("osc.udp://127.0.0.1:" + std::to_string(port_) + "/");
+    SessionManager* ardour = app->dawControl()->sessionManager();
+    JackTestClient look("look");
+    qint64 processes[2] = {};
+    for (int i = 0; i < 2; ++i) {
+        if (i > 0) midi->send({0xC0, 0x7F});
+        const QString name = QFileInfo(songs[i]).fileName();
+        ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing(name); }, 120000))
+            << app->window()->performanceView()->dawState().toStdString();
+        ask.send("/Pkeyshift", "");
+        EXPECT_EQ(ask.waitFor("/Pkeyshift"), std::to_string(61 + i)) << name.toStdString();
+        ASSERT_TRUE(ardour->companions());
+        const qint64 now[2] = {ardour->dawProcessId(),
+                               ardour->companions()->processOf("zynaddsubfx")};
+        EXPECT_NE(now[1], 0);
+        if (i > 0) {
+            EXPECT_EQ(now[0], processes[0]) << "one Ardour all night";
+            EXPECT_EQ(now[1], processes[1]) << "one synth all night";
+        }
+        std::copy(now, now + 2, processes);
+        const QStringList clients = dawJackClients(look.client());
+        EXPECT_TRUE(clients.contains("Gigmora DAW") && clients.contains("Gigmora ZynAddSubFX"))
+            << clients.join(", ").toStdString();
+        // A keyboard on the synth, which drops it with its client at the switch.
+        if (i == 0) {
+            ASSERT_EQ(jack_connect(look.client(), "look:out", "Gigmora ZynAddSubFX:midi_input"), 0);
+            continue;
+        }
+        EXPECT_TRUE(waitUntil([&] {
+            return jack_port_connected_to(jack_port_by_name(look.client(), "look:out"),
+                                          "Gigmora ZynAddSubFX:midi_input");
+        })) << "the keyboard connected again";
+    }
+    midi->send({0xC0, 0x7F});
+    ASSERT_TRUE(waitUntil([&] { return daw() == stage::playing("Three"); }, 60000))
+        << app->window()->performanceView()->dawState().toStdString();
+    EXPECT_EQ(ardour->dawProcessId(), processes[0]);
+    EXPECT_TRUE(waitUntil([&] { return ::kill(pid_t(processes[1]), 0) != 0; }, 15000))
+        << "the synth the song does without was left running";
+    EXPECT_FALSE(dawJackClients(look.client()).contains("Gigmora ZynAddSubFX"));
 }

@@ -78,9 +78,15 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
             connect(manager_.get(), &SessionManager::adopted, this, &DawControl::adopted);
             manager_->start();
         }
-        QStringList clients{StandbyDaws::clientId(0)};
-        if (settings.standby) clients << StandbyDaws::clientId(1);
-        ports_ = std::make_unique<DawPortKeeper>(clients);
+        ports_ = std::make_unique<DawPortKeeper>([this] {
+            QStringList clients;
+            for (int i = 0; i < StandbyDaws::kInstances; ++i)
+                if (SessionManager* daw = standby_ ? standby_->instance(i)
+                                          : i      ? nullptr
+                                                   : manager_.get())
+                    clients << daw->clientIds();
+            return clients;
+        });
         ports_->start();
     } else {
         // A DAW an earlier Gigmora left running would hold the audio with nobody to drive it.

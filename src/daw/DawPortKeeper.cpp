@@ -8,7 +8,7 @@
 #include <jack/jack.h>
 #include <jack/uuid.h>
 
-DawPortKeeper::DawPortKeeper(QStringList clients, QObject* parent)
+DawPortKeeper::DawPortKeeper(std::function<QStringList()> clients, QObject* parent)
     : QObject(parent), clients_(std::move(clients)) {
     timer_.setInterval(kLookMs);
     connect(&timer_, &QTimer::timeout, this,
@@ -67,7 +67,7 @@ void DawPortKeeper::look() {
     if (!client_ && (++looksWithout_ % kRetryLooks != 0 || !start())) return;
     if (!changed_.exchange(false)) return;
     jack_client_t* c = client_.get();
-    for (const QString& client : std::as_const(clients_)) {
+    for (const QString& client : clients_()) {
         const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));
         const QStringList ports = takeJackNames(
             jack_get_ports(c, pattern.toUtf8().constData(), JACK_DEFAULT_MIDI_TYPE, 0));

@@ -7,6 +7,7 @@
 #include <QStringList>
 #include <QTimer>
 #include <atomic>
+#include <functional>
 #include <memory>
 
 #include <jack/types.h>
@@ -23,8 +24,9 @@ public:
     static constexpr int kLookMs = 200;
     static constexpr int kRetryLooks = 25; // without a server: asked again every 5 s
 
-    // The JACK clients of the DAWs, by name.
-    explicit DawPortKeeper(QStringList clients, QObject* parent = nullptr);
+    // The JACK clients of the DAWs, by name, asked at every look (the programs of a song
+    // folder come and go).
+    explicit DawPortKeeper(std::function<QStringList()> clients, QObject* parent = nullptr);
     ~DawPortKeeper() override;
 
     // Opens its client; false without a JACK server (it tries again at every look).
@@ -42,7 +44,7 @@ private:
     static void serverGone(void* self);
     static void connectionChanged(jack_port_id_t, jack_port_id_t, int, void* self);
 
-    QStringList clients_;
+    std::function<QStringList()> clients_;
     JackClient client_;
     std::atomic<bool> changed_{true};
     std::atomic<bool> serverGone_{false};

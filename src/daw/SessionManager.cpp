@@ -1,7 +1,9 @@
 #include "daw/SessionManager.h"
 
+#include "daw/CompanionPrograms.h"
 #include "daw/DawLog.h"
 #include "daw/DawRecord.h"
+#include "library/NsmSongFolder.h"
 #include "platform/Guard.h"
 
 #include <QDir>
@@ -71,7 +73,8 @@ void SessionManager::run(const SessionPlan::Commands& commands) {
             kill();
             break;
         case Kind::SendOpen:
-            said(nsm_.open(c.path, SessionPlan::songName(c.path), options_.clientId));
+            others(c.path);
+            said(nsm_.open(ownPart(c.path), SessionPlan::songName(c.path), options_.clientId));
             break;
         case Kind::SendSave:
             said(nsm_.save());
@@ -86,6 +89,10 @@ void SessionManager::run(const SessionPlan::Commands& commands) {
             writeRecord();
             break;
         case Kind::Loaded:
+            if (othersLoading(c.path)) {
+                held_ = {c.path, now() - c.ms};
+                break;
+            }
             emit loaded(c.path, c.ms);
             break;
         case Kind::SongInDaw:
@@ -98,7 +105,7 @@ void SessionManager::run(const SessionPlan::Commands& commands) {
             emit cannotLoad(c.path, c.text);
             break;
         case Kind::Status:
-            emit stateChanged(c.text);
+            emit stateChanged(stateText());
             break;
         }
     }
@@ -295,7 +302,75 @@ void SessionManager::watch(DawProcess* process) {
 }
 
 void SessionManager::open(const QString& path) {
+    held_ = {};
+    others(path); // at once: the other programs start while the DAW's own one gets ready
     run(plan_.open(path, options_.songs.sessionExists(path), now()));
+}
+
+void SessionManager::others(const QString& song) {
+    if (!companions_ && NsmSongFolder::isSongFolder(song)) {
+        CompanionPrograms::Options o;
+        o.ownExecutable = options_.program.value(0);
+        o.clientId = options_.clientId;
+        o.nameSuffix = dawName().mid(nameOf(options_.program).size());
+        o.runtimeFolder = options_.runtimeFolder;
+        o.environment = options_.environment;
+        o.loadTimeoutMs = options_.loadTimeoutMs;
+        o.heard = options_.heard;
+        o.standby = options_.standby;
+        companions_ = std::make_unique<CompanionPrograms>(std::move(o));
+        connect(companions_.get(), &CompanionPrograms::stateChanged, this,
+                [this] { emit stateChanged(stateText()); });
+        connect(companions_.get(), &CompanionPrograms::loaded, this, [this](const QString& song) {
+            if (held_.path != song || plan_.loaded() != song) return;
+            const qint64 ms = now() - std::exchange(held_, {}).ms;
+            guarded("SessionManager::othersLoaded", [&] { emit loaded(song, ms); });
+        });
+        connect(companions_.get(), &CompanionPrograms::cannotLoad, this,
+                [this](const QString& song, const QString& reason) {
+                    guarded("SessionManager::otherCannotLoad",
+                            [&] { emit cannotLoad(song, reason); });
+                });
+    }
+    // A song of the DAW's own alone ends the others.
+    if (companions_ && companions_->song() != song) companions_->open(song);
+}
+
+bool SessionManager::othersLoading(const QString& song) const {
+    return companions_ && companions_->waiting(song);
+}
+
+QString SessionManager::ownPart(const QString& song) const {
+    if (!NsmSongFolder::isSongFolder(song)) return song;
+    const QString own = companions_ ? companions_->ownData(song) : QString();
+    // A song without a part for the DAW's own program leaves it on its placeholder.
+    return own.isEmpty() && !options_.placeholder.isEmpty() ? options_.placeholder : own;
+}
+
+QStringList SessionManager::clientIds() const {
+    return QStringList{options_.clientId} +
+           (companions_ ? companions_->clientIds() : QStringList());
+}
+
+QString SessionManager::stateText() const {
+    const QString others = companions_ ? companions_->text() : QString();
+    return others.isEmpty() ? plan_.text() : plan_.text() + QStringLiteral(" · ") + others;
+}
+
+DawStatus SessionManager::status() const {
+    DawStatus s = plan_.status();
+    if (s.phase == DawStatus::Phase::Loaded && othersLoading(plan_.loaded()))
+        s.phase = DawStatus::Phase::Loading;
+    return s;
+}
+
+QString SessionManager::loadedPath() const {
+    return othersLoading(plan_.loaded()) ? QString() : plan_.loaded();
+}
+
+QString SessionManager::pendingPath() const {
+    const QString pending = plan_.pending();
+    return pending.isEmpty() && othersLoading(plan_.loaded()) ? plan_.loaded() : pending;
 }
 
 void SessionManager::restart() {
@@ -353,6 +428,7 @@ void SessionManager::exited(DawProcess::Ending ending, int status, const QString
 
 void SessionManager::end(int graceMs) {
     ending_ = true;
+    if (companions_) companions_->end(graceMs);
     run(plan_.quit());
     dialogPoll_.stop();
     liveness_.stop();
@@ -363,6 +439,7 @@ void SessionManager::end(int graceMs) {
 }
 
 void SessionManager::shutdown(int graceMs) {
+    if (companions_) companions_->shutdown(graceMs);
     run(plan_.quit());
     dialogPoll_.stop();
     liveness_.stop();

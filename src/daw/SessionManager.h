@@ -11,7 +11,9 @@
 #include <QStringList>
 #include <QTimer>
 #include <functional>
+#include <memory>
 
+class CompanionPrograms;
 struct DawRecord;
 
 // Runs one DAW as Gigmora's session-manager client, as SessionPlan decides: it starts the
@@ -68,13 +70,21 @@ public:
     // The same without waiting: `ended` follows once it has gone.
     void end(int graceMs = kEndGraceMs);
 
-    QString stateText() const { return plan_.text(); }
-    const DawStatus& status() const { return plan_.status(); }
-    QString dawName() const;                           // "Ardour", or the name it was given
+    QString stateText() const;
+    // Loading until every program of a song folder has the song.
+    DawStatus status() const;
+    QString dawName() const; // "Ardour", or the name it was given
+    const QString& clientId() const { return options_.clientId; }
+    // Its own client id and those of the other programs of its song folders.
+    QStringList clientIds() const;
     static QString nameOf(const QStringList& program); // "Ardour" for "/usr/bin/ardour7"
-    QString loadedPath() const { return plan_.loaded(); }
+    // The song the DAW has, once every program of a song folder has it.
+    QString loadedPath() const;
     // The session being opened, else the one waiting to be; empty when neither.
-    QString pendingPath() const { return plan_.pending(); }
+    QString pendingPath() const;
+    const ProjectKind& songsKind() const { return options_.songs; }
+    // The other programs of the song folders it opens; null until it opens one.
+    const CompanionPrograms* companions() const { return companions_.get(); }
     // The DAW runs and has announced itself.
     bool isUp() const { return process_ && plan_.isUp(); }
     bool placeholderLoaded() const { return plan_.placeholderLoaded(); }
@@ -132,6 +142,12 @@ private:
     void checkClient();
     void exited(DawProcess::Ending ending, int status, const QString& lastLine);
     void writeRecord();
+    // Puts `song` in front of the programs of song folders beside the DAW's own.
+    void others(const QString& song);
+    // Whether programs of `song` beside the DAW's own have yet to load it.
+    bool othersLoading(const QString& song) const;
+    // What the DAW's own program opens for `song`: its part of a song folder.
+    QString ownPart(const QString& song) const;
 
     Options options_;
     SessionPlan plan_;
@@ -145,4 +161,9 @@ private:
     QTimer liveness_;
     int absent_ = 0;      // looks in a row that found the DAW's client gone
     bool ending_ = false; // `end` was asked for
+    std::unique_ptr<CompanionPrograms> companions_;
+    struct Held {
+        QString path;
+        qint64 ms = 0;
+    } held_; // the DAW's own load, said once the other programs have the song too
 };

@@ -1,5 +1,6 @@
 #include "library/ProjectKind.h"
 
+#include "library/NsmSongFolder.h"
 #include "platform/PathUtilities.h"
 
 #include <QDir>
@@ -24,6 +25,8 @@ bool ProjectKind::isProject(const QString& path) const {
     if (kind() == Kind::LogicProject) return PathUtilities::pathExtension(path) == extension();
     const QFileInfo info(path);
     if (!info.exists()) return !path.isEmpty(); // a missing session: the DAW control says so
+    if (NsmSongFolder::isSongFolder(path) || info.fileName() == NsmSongFolder::listFile())
+        return true;
     if (kind() == Kind::ProgramFile) return info.isFile() && info.suffix() == songExtension_;
     if (info.isDir()) return !QDir(path).entryList({"*." + songExtension_}, QDir::Files).isEmpty();
     return info.suffix() == songExtension_;
@@ -35,6 +38,11 @@ bool ProjectKind::anyProject(const QStringList& paths) const {
 }
 
 QString ProjectKind::projectPath(const QString& path) const {
+    if (sessions()) {
+        const QFileInfo info(path);
+        if (info.isFile() && info.fileName() == NsmSongFolder::listFile())
+            return info.absolutePath();
+    }
     if (kind() == Kind::SessionFolder) {
         const QFileInfo info(path);
         if (info.isFile() && info.suffix() == songExtension_) return info.absolutePath();
@@ -50,6 +58,7 @@ QString ProjectKind::sessionPath(const QString& path) const {
 }
 
 bool ProjectKind::sessionExists(const QString& sessionPath) const {
+    if (NsmSongFolder::isSongFolder(sessionPath)) return true;
     if (kind() == Kind::ProgramFile) return QFileInfo(sessionPath + '.' + songExtension_).isFile();
     return QFileInfo(sessionPath).isDir();
 }

@@ -6,8 +6,9 @@
 // What counts as a song's project, for the DAW control in use: a Logic Pro project known by
 // its extension (the default); under the session manager, what its program takes for a song:
 // a session folder (for Ardour, a folder holding a ".ardour" file; such a file stands for its
-// folder) or a file of its own (a ZynAddSubFX ".xmz"). Drops, the open panel's callers and the
-// recall all ask the one the DAW control keeps, which sets it from its settings.
+// folder) or a file of its own (a ZynAddSubFX ".xmz"); for any program, a song folder of
+// several programs (see NsmSongFolder; its "session.nsm" stands for it). Drops, the open panel's
+// callers and the recall all ask the one the DAW control keeps, which sets it from its settings.
 class ProjectKind {
 public:
     enum class Kind { LogicProject, SessionFolder, ProgramFile };

@@ -130,6 +130,21 @@ QStringList GigmoraConfig::Daw::program() const {
     return QProcess::splitCommand(command);
 }
 
+QStringList GigmoraConfig::programCommand(const QString& executable) {
+    const GroupReader file("programs");
+    const QVariant v = file.value(executable.toUtf8().constData());
+    // A line with commas comes back as a list: they were part of the command.
+    const QStringList command = QProcess::splitCommand(
+        v.typeId() == QMetaType::QStringList ? v.toStringList().join(',') : v.toString());
+    if (v.isValid() && command.isEmpty()) unusable(executable.toUtf8().constData(), v, "programs");
+    return command.isEmpty() ? QStringList{executable} : command;
+}
+
+void GigmoraConfig::setProgramCommand(const QString& executable, const QString& command) {
+    const QByteArray key = executable.toUtf8();
+    store("programs", {{key.constData(), command}});
+}
+
 QString GigmoraConfig::filePath() {
     return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
         .filePath(QStringLiteral("Gigmora/Gigmora.conf"));

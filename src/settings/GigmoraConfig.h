@@ -83,4 +83,8 @@ public:
     static void setOsc(const Osc& osc);
     static Remote remote();
     static void setRemote(const Remote& remote);
+    // [programs]: the command line that starts a program a song folder lists, by its
+    // executable ("zynaddsubfx=zynaddsubfx -U -I jack -O jack"); unlisted: the executable.
+    static QStringList programCommand(const QString& executable);
+    static void setProgramCommand(const QString& executable, const QString& command);
 };

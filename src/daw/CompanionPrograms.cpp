@@ -1,0 +1,131 @@
+#include "daw/CompanionPrograms.h"
+
+#include "daw/DawLog.h"
+#include "daw/SessionManager.h"
+#include "library/NsmSongFolder.h"
+#include "platform/Guard.h"
+#include "settings/GigmoraConfig.h"
+
+#include <QFileInfo>
+
+CompanionPrograms::CompanionPrograms(Options options, QObject* parent)
+    : QObject(parent), options_(std::move(options)) {}
+
+CompanionPrograms::~CompanionPrograms() {
+    shutdown(0);
+}
+
+QString CompanionPrograms::clientIdFor(const QString& clientId, const QString& program) {
+    const QString base = clientId.endsWith(QLatin1String(" DAW")) ? clientId.chopped(4) : clientId;
+    return base + ' ' + program;
+}
+
+SessionManager& CompanionPrograms::programFor(const QString& executable) {
+    auto& slot = programs_[executable];
+    if (slot) return *slot;
+    SessionManager::Options o;
+    o.program = GigmoraConfig::programCommand(executable);
+    o.clientId = clientIdFor(options_.clientId, SessionManager::nameOf(o.program));
+    o.name = SessionManager::nameOf(o.program) + options_.nameSuffix;
+    o.runtimeFolder = options_.runtimeFolder;
+    o.environment = options_.environment;
+    o.loadTimeoutMs = options_.loadTimeoutMs;
+    o.heard = options_.heard;
+    o.standby = options_.standby;
+    o.songs = ProjectKind::forProgram(o.program);
+    // Back from a death, it takes its part of the song the stage is on.
+    o.stageSong = [this, executable] {
+        const auto it = data_.find(executable);
+        return it == data_.end() ? QString() : it->second;
+    };
+    slot = std::make_unique<SessionManager>(std::move(o));
+    SessionManager* program = slot.get();
+    connect(program, &SessionManager::loaded, this,
+            [this] { guarded("CompanionPrograms::loaded", [this] { settle(); }); });
+    connect(program, &SessionManager::stateChanged, this, &CompanionPrograms::stateChanged);
+    connect(program, &SessionManager::cannotLoad, this,
+            [this, program](const QString&, const QString& reason) {
+                emit cannotLoad(song_, program->dawName() + ": " + reason);
+            });
+    return *slot;
+}
+
+void CompanionPrograms::open(const QString& song) {
+    song_ = song;
+    data_.clear();
+    for (const NsmSongFolder::Program& p : NsmSongFolder::programs(song)) {
+        if (NsmSongFolder::find({p}, options_.ownExecutable)) continue;
+        data_[p.executable] = NsmSongFolder::dataPath(song, p);
+    }
+    // Ended first: the programs the song does without free what they hold before others load.
+    for (auto it = programs_.begin(); it != programs_.end();) {
+        if (data_.count(it->first)) {
+            ++it;
+            continue;
+        }
+        qCInfo(lcDaw).noquote() << it->second->dawName() << "is not in"
+                                << QFileInfo(song).fileName() + "; it is ended.";
+        // Without waiting: the stage goes on while it ends.
+        SessionManager* leaving = it->second.release();
+        leaving->setParent(this);
+        leaving->disconnect(this);
+        connect(leaving, &SessionManager::ended, leaving, &QObject::deleteLater);
+        leaving->end(SessionManager::kEndGraceMs);
+        it = programs_.erase(it);
+    }
+    for (const auto& [executable, data] : data_) {
+        SessionManager& program = programFor(executable);
+        program.open(program.songsKind().sessionPath(data));
+    }
+    emit stateChanged();
+}
+
+bool CompanionPrograms::waiting(const QString& song) const {
+    if (song != song_) return false;
+    for (const auto& [executable, program] : programs_)
+        if (program->loadedPath() != program->songsKind().sessionPath(data_.at(executable)))
+            return true;
+    return false;
+}
+
+QString CompanionPrograms::text() const {
+    QStringList busy;
+    for (const auto& [executable, program] : programs_)
+        if (program->loadedPath() != program->songsKind().sessionPath(data_.at(executable)))
+            busy << program->stateText();
+    return busy.join(QStringLiteral(" · "));
+}
+
+QString CompanionPrograms::ownData(const QString& song) const {
+    const QList<NsmSongFolder::Program> programs = NsmSongFolder::programs(song);
+    const NsmSongFolder::Program* own = NsmSongFolder::find(programs, options_.ownExecutable);
+    return own ? NsmSongFolder::dataPath(song, *own) : QString();
+}
+
+QStringList CompanionPrograms::clientIds() const {
+    QStringList ids;
+    for (const auto& [executable, program] : programs_)
+        ids << program->clientId();
+    return ids;
+}
+
+qint64 CompanionPrograms::processOf(const QString& executable) const {
+    const auto it = programs_.find(executable);
+    return it == programs_.end() ? 0 : it->second->dawProcessId();
+}
+
+void CompanionPrograms::settle() {
+    emit stateChanged();
+    if (!song_.isEmpty() && !waiting(song_)) emit loaded(song_);
+}
+
+void CompanionPrograms::end(int graceMs) {
+    for (auto& [executable, program] : programs_)
+        program->end(graceMs);
+}
+
+void CompanionPrograms::shutdown(int graceMs) {
+    for (auto& [executable, program] : programs_)
+        program->shutdown(graceMs);
+    programs_.clear();
+}
