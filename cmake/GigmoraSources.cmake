@@ -199,10 +199,10 @@ set(GIGMORA_SOURCES_osc
     src/osc/OscMessage.h
 )
 set(GIGMORA_SOURCES_daw
-    src/daw/CompanionPrograms.cpp
-    src/daw/CompanionPrograms.h
     src/daw/ArdourSession.cpp
     src/daw/ArdourSession.h
+    src/daw/CompanionPrograms.cpp
+    src/daw/CompanionPrograms.h
     src/daw/DawControl.cpp
     src/daw/DawControl.h
     src/daw/DawDialogs.cpp

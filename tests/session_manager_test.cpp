@@ -1,10 +1,13 @@
+#include "daw/CompanionPrograms.h"
 #include "daw/DawControl.h"
 #include "daw/DawRecord.h"
 #include "daw/SessionManager.h"
+#include "settings/GigmoraConfig.h"
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QUdpSocket>
@@ -80,6 +83,32 @@ TEST_F(SessionManagerTest, AnAnnouncedDawOpensTheStageSongOrThePlaceholder) {
     manager.start();
     ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }));
     EXPECT_TRUE(manager.placeholderLoaded());
+}
+
+// A song folder of two programs: the second is started beside the DAW under its own id, the
+// song counts as loaded once the slower one has its part, and a song without it ends it.
+TEST_F(SessionManagerTest, ASongOfTwoProgramsIsLoadedWhenBothHaveIt) {
+    GigmoraConfig::setProgramCommand("slow", QStringLiteral(FAKE_NSM_DAW) + " --delay 1500");
+    const QString song = session("Both");
+    writeFile(song + "/session.nsm", "Fake:fake_nsm_daw:nA\nSlow:slow:nB\n");
+    QDir().mkpath(song + "/Fake.nA");
+    QDir().mkpath(song + "/Slow.nB");
+    SessionManager manager(daw({}));
+    QSignalSpy loaded(&manager, &SessionManager::loaded);
+    QElapsedTimer clock;
+    clock.start();
+    manager.open(song);
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }, 10000))
+        << manager.stateText().toStdString();
+    EXPECT_GE(clock.elapsed(), 1500) << "said before the slower program had the song";
+    EXPECT_EQ(manager.loadedPath(), song);
+    EXPECT_EQ(manager.clientIds(), QStringList({"Gigmora DAW", "Gigmora Fake_nsm_daw"}));
+    EXPECT_TRUE(readFile(manager.outputFile()).contains(("OPEN " + song + "/Fake.nA").toUtf8()));
+    const qint64 slow = manager.companions()->processOf("slow");
+    manager.open(session("Alone"));
+    ASSERT_TRUE(waitUntil([&] { return loaded.size() == 2; }));
+    EXPECT_TRUE(waitUntil([&] { return ::kill(pid_t(slow), 0) != 0; }))
+        << "the program the song does without is ended";
 }
 
 // A DAW whose client has gone while its process lives on (Hydrogen's crash reporter waits on a

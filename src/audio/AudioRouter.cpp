@@ -181,6 +181,22 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, bool lis
     return true;
 }
 
+void AudioRouter::confine(const QString& client, const QStringList& peers) {
+    if (!client_) return;
+    const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));
+    for (const QString& name :
+         takeJackNames(jack_get_ports(client_.get(), pattern.toUtf8().constData(),
+                                      JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput))) {
+        if (marked(name, options_.directOutputs)) continue;
+        const QByteArray from = name.toUtf8();
+        jack_port_t* port = jack_port_by_name(client_.get(), from.constData());
+        if (!port) continue;
+        for (const QString& to : takeJackNames(jack_port_get_all_connections(client_.get(), port)))
+            if (!peers.contains(to.section(':', 0, 0)))
+                jack_disconnect(client_.get(), from.constData(), to.toUtf8().constData());
+    }
+}
+
 void AudioRouter::followTriggerSources() {
     if (!client_) return;
     // Derived from the graph rather than remembered: the MIDI engine's connection keeper is

@@ -324,6 +324,10 @@ void SessionManager::others(const QString& song) {
         connect(companions_.get(), &CompanionPrograms::loaded, this, [this](const QString& song) {
             if (held_.path != song || plan_.loaded() != song) return;
             const qint64 ms = now() - std::exchange(held_, {}).ms;
+            qCInfo(lcDaw).noquote() << QStringLiteral("%1: every program has it, %2 ms after the "
+                                                      "load began.")
+                                           .arg(SessionPlan::songName(song))
+                                           .arg(ms);
             guarded("SessionManager::othersLoaded", [&] { emit loaded(song, ms); });
         });
         connect(companions_.get(), &CompanionPrograms::cannotLoad, this,

@@ -112,6 +112,8 @@ void StandbyDaws::run(const StandbyPlan::Commands& commands) {
         case Kind::Route:
             // A session brings its own connections along; only the router may hear a DAW.
             router_.routeInstance(c.instance, clientId(c.instance), c.listen);
+            for (const QString& other : daws_[size_t(c.instance)]->clientIds().mid(1))
+                router_.confine(other, daws_[size_t(c.instance)]->clientIds());
             break;
         case Kind::SwapTo:
             router_.swapTo(c.instance);
