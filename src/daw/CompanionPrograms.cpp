@@ -42,7 +42,8 @@ SessionManager& CompanionPrograms::programFor(const QString& executable) {
     SessionManager* program = slot.get();
     connect(program, &SessionManager::loaded, this,
             [this] { guarded("CompanionPrograms::loaded", [this] { settle(); }); });
-    connect(program, &SessionManager::stateChanged, this, &CompanionPrograms::stateChanged);
+    connect(program, &SessionManager::stateChanged, this,
+            [this] { guarded("CompanionPrograms::state", [this] { settle(); }); });
     connect(program, &SessionManager::cannotLoad, this,
             [this, program](const QString&, const QString& reason) {
                 emit cannotLoad(song_, program->dawName() + ": " + reason);
@@ -80,10 +81,17 @@ void CompanionPrograms::open(const QString& song) {
     emit stateChanged();
 }
 
+bool CompanionPrograms::lacks(const QString& executable) const {
+    const SessionManager& program = *programs_.at(executable);
+    return program.loadedPath() != program.songsKind().sessionPath(data_.at(executable));
+}
+
 bool CompanionPrograms::waiting(const QString& song) const {
     if (song != song_) return false;
+    // One that cannot start, or keeps dying, is said on stage but holds up no song.
     for (const auto& [executable, program] : programs_)
-        if (program->loadedPath() != program->songsKind().sessionPath(data_.at(executable)))
+        if (lacks(executable) && program->status().phase != DawStatus::Phase::Failed &&
+            program->status().phase != DawStatus::Phase::Stopped)
             return true;
     return false;
 }
@@ -91,8 +99,7 @@ bool CompanionPrograms::waiting(const QString& song) const {
 QString CompanionPrograms::text() const {
     QStringList busy;
     for (const auto& [executable, program] : programs_)
-        if (program->loadedPath() != program->songsKind().sessionPath(data_.at(executable)))
-            busy << program->stateText();
+        if (lacks(executable)) busy << program->stateText();
     return busy.join(QStringLiteral(" · "));
 }
 

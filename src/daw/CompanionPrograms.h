@@ -53,6 +53,8 @@ signals:
 
 private:
     SessionManager& programFor(const QString& executable);
+    // Whether the program started as `executable` has yet to load its part of the song.
+    bool lacks(const QString& executable) const;
     void settle();
 
     Options options_;

@@ -218,6 +218,7 @@ bool SessionManager::takeOverRecorded() {
                        .arg(record->loaded.isEmpty() ? QStringLiteral("no song")
                                                      : SessionPlan::songName(record->loaded));
             run(plan_.tookOver(record->loaded, nsm_.canSwitch(), stageSong(), now()));
+            others(plan_.loaded()); // the song's other programs are taken over as they start
             return true;
         }
         delete taken;
