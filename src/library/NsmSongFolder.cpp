@@ -16,8 +16,10 @@ QList<NsmSongFolder::Program> NsmSongFolder::programs(const QString& path) {
     for (int lines = 0; !file.atEnd() && lines < 256; ++lines) {
         const QStringList fields = QString::fromUtf8(file.readLine(4096)).trimmed().split(':');
         if (fields.size() != 3 || fields.contains(QString())) continue;
-        // The three make a path beside the list: nothing that would leave the folder.
-        if (fields[0].contains('/') || fields[2].contains('/') || fields[0].startsWith('.'))
+        // The name and id make a path beside the list: nothing that would leave the folder. The
+        // executable is one on the PATH, never a file a folder from elsewhere brings along.
+        if (fields[0].contains('/') || fields[2].contains('/') || fields[0].startsWith('.') ||
+            fields[1].contains('/'))
             continue;
         out.append({fields[0], fields[1], fields[2]});
     }

@@ -16,7 +16,8 @@ public:
     // Whether `path` is such a folder (one with a "session.nsm").
     static bool isSongFolder(const QString& path);
     // The programs of the folder at `path`, in the file's order; lines that are not
-    // "name:executable:id" are passed over. Empty when there is no list.
+    // "name:executable:id", or whose executable is a path, are passed over. Empty when there
+    // is no list.
     static QList<Program> programs(const QString& path);
     // Where the program keeps its data for the song in `folder`.
     static QString dataPath(const QString& folder, const Program& program);
