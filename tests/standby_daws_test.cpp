@@ -1,14 +1,19 @@
 #include "daw/StandbyDaws.h"
+#include "settings/GigmoraConfig.h"
 #include "support/JackAvailable.h"
+#include "support/JackTestClient.h"
 #include "support/LibraryHelpers.h"
 #include "support/StageStatus.h"
 #include "support/TempHome.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QStandardPaths>
 #include <gtest/gtest.h>
 #include <signal.h>
+
+#include <jack/jack.h>
 
 using namespace helpers;
 
@@ -60,4 +65,27 @@ TEST_F(StandbyDawsTest, TheStandbyAlwaysHoldsTheNextSong) {
     ASSERT_TRUE(waitUntil([&] { return ready(daws, "Ballad", "Encore"); }, 10000))
         << daws.stateText().toStdString();
     EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[2]);
+}
+
+// A song of two programs: the standby is ready once both have it, and the second program is
+// kept to its own instance (a connection to the speakers is cut).
+TEST_F(StandbyDawsTest, ASongOfTwoProgramsIsReadyWithBothAndHeardOnlyThroughTheRouter) {
+    REQUIRE_JACK();
+    GigmoraConfig::setProgramCommand("slow", QStringLiteral(FAKE_NSM_DAW) + " --jack --delay 1500");
+    writeFile(songs_[1] + "/session.nsm", "Fake:fake_nsm_daw:nA\nSlow:slow:nB\n");
+    for (const char* part : {"/Fake.nA", "/Slow.nB"})
+        QDir().mkpath(songs_[1] + part);
+    QElapsedTimer clock;
+    clock.start();
+    StandbyDaws daws(options());
+    daws.start();
+    ASSERT_TRUE(waitUntil([&] { return ready(daws, "Opener", "Ballad"); }, 10000))
+        << daws.stateText().toStdString();
+    EXPECT_GE(clock.elapsed(), 1500) << "ready before the slower program had the song";
+    JackTestClient look("look");
+    const char* synth = "Gigmora Second Fake_nsm_daw:Master/audio_out 1";
+    ASSERT_EQ(jack_connect(look.client(), synth, "system:playback_1"), 0);
+    EXPECT_TRUE(waitUntil([&] {
+        return !jack_port_connected(jack_port_by_name(look.client(), synth));
+    })) << "the standby's synth is heard past the router";
 }

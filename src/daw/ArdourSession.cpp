@@ -1,5 +1,7 @@
 #include "daw/ArdourSession.h"
 
+#include "library/NsmSongFolder.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -34,6 +36,15 @@ bool sourceFound(const QString& folder, const QString& name, bool midi) {
 Result<ArdourSession> ArdourSession::read(const QString& folder) {
     if (!QFileInfo(folder).isDir())
         return Failure{Failure::Code::NotFound, QStringLiteral("no folder at ") + folder};
+    // A song folder of several programs: its Ardour part.
+    if (NsmSongFolder::isSongFolder(folder)) {
+        const QList<NsmSongFolder::Program> programs = NsmSongFolder::programs(folder);
+        const NsmSongFolder::Program* ardour = NsmSongFolder::find(programs, "ardour");
+        if (!ardour)
+            return Failure{Failure::Code::NotFound, QStringLiteral("no Ardour in ") + folder + "/" +
+                                                        NsmSongFolder::listFile()};
+        return read(NsmSongFolder::dataPath(folder, *ardour));
+    }
     ArdourSession s;
     s.snapshot = folder + "/" + QFileInfo(folder).fileName() + ".ardour";
     if (!QFileInfo::exists(s.snapshot)) {
