@@ -15,11 +15,14 @@
 namespace {
 // A session brings its saved connections along (Master to the speakers): the check's DAW is
 // connected to nothing, now and again once it has made its ports anew after the load.
-void silence(const QString& dawClient) {
+void silence(const QStringList& dawClients) {
     const JackClient client(
         jack_client_open("Gigmora Check", jack_options_t(JackNoStartServer), nullptr));
     if (!client) return;
-    const QByteArray pattern = "^" + QRegularExpression::escape(dawClient).toUtf8() + ":";
+    QStringList names;
+    for (const QString& dawClient : dawClients)
+        names << QRegularExpression::escape(dawClient);
+    const QByteArray pattern = "^(" + names.join('|').toUtf8() + "):";
     for (const QString& port : takeJackNames(jack_get_ports(
              client.get(), pattern.constData(), JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput))) {
         const QByteArray from = port.toUtf8();
@@ -101,9 +104,12 @@ void LivePass::start() {
     connect(daw_.get(), &SessionManager::loaded, this, [this](const QString& path, qint64 ms) {
         guarded("LivePass::loaded", [&] {
             if (loads_.size() < songs_.size() && path == songs_[loads_.size()].folder) {
-                silence(options_.clientId);
+                // The song's other programs too (a synth beside Ardour).
+                silence(daw_->clientIds());
                 QTimer::singleShot(kSettleOutputsMs, this, [this] {
-                    guarded("LivePass::silence", [this] { silence(options_.clientId); });
+                    guarded("LivePass::silence", [this] {
+                        if (daw_) silence(daw_->clientIds());
+                    });
                 });
                 done({ms, {}}, false);
             }
