@@ -194,6 +194,25 @@ TEST_F(SessionManagerTakeOver, TheNextGigmoraDrivesTheDawThatPlays) {
     EXPECT_FALSE(QFileInfo::exists(runtime())) << "nor its output";
 }
 
+// A song of two programs: the next Gigmora takes over both, and neither loads it again.
+TEST_F(SessionManagerTakeOver, BothProgramsOfASongPlayOnUnderTheNextGigmora) {
+    GigmoraConfig::setProgramCommand("slow", QStringLiteral(FAKE_NSM_DAW));
+    writeFile(session("Opener") + "/session.nsm", "Fake:fake_nsm_daw:nA\nSlow:slow:nB\n");
+    for (const char* part : {"/Fake.nA", "/Slow.nB"})
+        QDir().mkpath(session("Opener") + part);
+    crashWithADawPlaying();
+    const Result<DawRecord> synth = DawRecord::read(runtime() + "/Gigmora Fake_nsm_daw.json");
+    ASSERT_TRUE(synth && alive(synth->pid));
+    SessionManager manager(options());
+    manager.start();
+    ASSERT_TRUE(waitUntil([&] {
+        return manager.companions() && manager.companions()->processOf("slow") == synth->pid;
+    }));
+    QTest::qWait(300);
+    EXPECT_EQ(readFile(runtime() + "/Gigmora Fake_nsm_daw.log").count("OPEN "), 1);
+    EXPECT_EQ(manager.loadedPath(), session("Opener"));
+}
+
 TEST_F(SessionManagerTakeOver, OneThatCannotBeTakenOverIsEndedFirst) {
     const qint64 pid = crashWithADawPlaying();
     ASSERT_TRUE(alive(pid));

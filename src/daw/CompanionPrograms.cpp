@@ -33,17 +33,26 @@ SessionManager& CompanionPrograms::programFor(const QString& executable) {
     o.heard = options_.heard;
     o.standby = options_.standby;
     o.songs = ProjectKind::forProgram(o.program);
-    // Back from a death, it takes its part of the song the stage is on.
-    o.stageSong = [this, executable] {
+    // Started, or back from a death, it takes its part of the song the stage is on.
+    o.stageSong = [this, executable, kind = o.songs] {
         const auto it = data_.find(executable);
-        return it == data_.end() ? QString() : it->second;
+        return it == data_.end() ? QString() : kind.sessionPath(it->second);
     };
     slot = std::make_unique<SessionManager>(std::move(o));
     SessionManager* program = slot.get();
     connect(program, &SessionManager::loaded, this,
             [this] { guarded("CompanionPrograms::loaded", [this] { settle(); }); });
-    connect(program, &SessionManager::stateChanged, this,
-            [this] { guarded("CompanionPrograms::state", [this] { settle(); }); });
+    // Its load counts when it is said and written down (a Gigmora started after a crash takes
+    // it over by that record); a program that fails counts at once, as holding up nothing.
+    connect(program, &SessionManager::stateChanged, this, [this, program] {
+        guarded("CompanionPrograms::state", [this, program] {
+            const DawStatus::Phase phase = program->status().phase;
+            if (phase == DawStatus::Phase::Failed || phase == DawStatus::Phase::Stopped)
+                settle();
+            else
+                emit stateChanged();
+        });
+    });
     connect(program, &SessionManager::cannotLoad, this,
             [this, program](const QString&, const QString& reason) {
                 emit cannotLoad(song_, program->dawName() + ": " + reason);
@@ -75,8 +84,15 @@ void CompanionPrograms::open(const QString& song) {
         it = programs_.erase(it);
     }
     for (const auto& [executable, data] : data_) {
+        const bool started = programs_.count(executable) > 0;
         SessionManager& program = programFor(executable);
-        program.open(program.songsKind().sessionPath(data));
+        const QString part = program.songsKind().sessionPath(data);
+        // Started with its part, it keeps the one it plays if an earlier Gigmora left it
+        // running: never the same song twice. A part that is not there is said as such.
+        if (!started && program.songsKind().sessionExists(part))
+            program.start();
+        else
+            program.open(part);
     }
     emit stateChanged();
 }
