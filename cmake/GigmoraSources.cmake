@@ -105,6 +105,8 @@ set(GIGMORA_SOURCES_library
     src/library/PersistentStore.h
     src/library/Predicate.cpp
     src/library/Predicate.h
+    src/library/ProgramProfile.cpp
+    src/library/ProgramProfile.h
     src/library/ProjectKind.cpp
     src/library/ProjectKind.h
     src/library/ProjectRecords.cpp

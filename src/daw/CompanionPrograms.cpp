@@ -3,6 +3,7 @@
 #include "daw/DawLog.h"
 #include "daw/SessionManager.h"
 #include "library/NsmSongFolder.h"
+#include "library/ProgramProfile.h"
 #include "platform/Guard.h"
 #include "settings/GigmoraConfig.h"
 
@@ -32,7 +33,7 @@ SessionManager& CompanionPrograms::programFor(const QString& executable) {
     o.loadTimeoutMs = options_.loadTimeoutMs;
     o.heard = options_.heard;
     o.standby = options_.standby;
-    o.songs = ProjectKind::forProgram(o.program);
+    o.songs = ProgramProfile::of(o.program).songs;
     // Started, or back from a death, it takes its part of the song the stage is on.
     o.stageSong = [this, executable, kind = o.songs] {
         const auto it = data_.find(executable);

@@ -3,6 +3,7 @@
 #include "daw/DawPortKeeper.h"
 #include "daw/SessionManager.h"
 #include "daw/StandbyDaws.h"
+#include "library/ProgramProfile.h"
 #include "library/ProjectKind.h"
 
 #include <QCryptographicHash>
@@ -43,7 +44,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
     const bool managed = settings.control == GigmoraConfig::Daw::Control::SessionManager;
     const bool same = managesSessions() && settings == settings_;
     settings_ = settings;
-    projectKind_ = managed ? ProjectKind::forProgram(settings.program()) : ProjectKind();
+    projectKind_ = managed ? ProgramProfile::of(settings.program()).songs : ProjectKind();
     setPlan(plan_); // the songs' projects may be other ones now
     if (managed && same) return;
     shutdown();

@@ -4,6 +4,7 @@
 #include "daw/DawLog.h"
 #include "daw/DawRecord.h"
 #include "library/NsmSongFolder.h"
+#include "library/ProgramProfile.h"
 #include "platform/Guard.h"
 
 #include <QDir>
@@ -16,13 +17,14 @@
 
 namespace {
 SessionPlan::Settings planSettings(const SessionManager::Options& o, const QString& name) {
+    const ProgramProfile program = ProgramProfile::of(o.program);
     return {name,
-            SessionManager::nameOf(o.program),
+            program.name,
             o.placeholder,
             o.saveBeforeSwitch,
             o.loadTimeoutMs,
             !o.program.isEmpty(),
-            !SessionManager::nameOf(o.program).startsWith(QLatin1String("ZynAddSubFX"))};
+            program.reportsFailures};
 }
 } // namespace
 
@@ -133,12 +135,7 @@ QString SessionManager::dawName() const {
 }
 
 QString SessionManager::nameOf(const QStringList& command) {
-    const QString program = command.value(0);
-    QString name = QFileInfo(program).fileName();
-    if (name.toLower().startsWith(QLatin1String("zynaddsubfx")))
-        return QStringLiteral("ZynAddSubFX");
-    if (!name.isEmpty()) name[0] = name[0].toUpper();
-    return name.isEmpty() ? QStringLiteral("The DAW") : name;
+    return ProgramProfile::of(command).name;
 }
 
 QString SessionManager::recordFileIn(const QString& runtimeFolder, const QString& clientId) {

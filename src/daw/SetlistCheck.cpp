@@ -1,6 +1,7 @@
 #include "daw/SetlistCheck.h"
 
 #include "daw/SongLengths.h"
+#include "library/ProgramProfile.h"
 
 #include <algorithm>
 
@@ -24,7 +25,7 @@ SetlistCheck::SetlistCheck(const GigmoraConfig::Daw& daw)
 
 ProjectKind SetlistCheck::songsOf(const GigmoraConfig::Daw& daw) {
     return daw.control == GigmoraConfig::Daw::Control::SessionManager
-               ? ProjectKind::forProgram(daw.program())
+               ? ProgramProfile::of(daw.program()).songs
                : ProjectKind();
 }
 

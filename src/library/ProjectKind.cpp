@@ -12,15 +12,6 @@ const ProjectKind& ProjectKind::logicProjects() {
     return kind;
 }
 
-ProjectKind ProjectKind::forProgram(const QStringList& program) {
-    const QString name = QFileInfo(program.value(0)).fileName().toLower();
-    if (name.startsWith(QLatin1String("zynaddsubfx")))
-        return ProjectKind(Kind::ProgramFile, QStringLiteral("xmz"));
-    if (name.startsWith(QLatin1String("hydrogen")))
-        return ProjectKind(Kind::SessionFolder, QStringLiteral("h2song"));
-    return ProjectKind(Kind::SessionFolder);
-}
-
 bool ProjectKind::isProject(const QString& path) const {
     if (kind() == Kind::LogicProject) return PathUtilities::pathExtension(path) == extension();
     const QFileInfo info(path);

@@ -15,10 +15,6 @@ public:
     explicit ProjectKind(Kind kind = Kind::LogicProject,
                          QString songExtension = QStringLiteral("ardour"))
         : kind_(kind), songExtension_(std::move(songExtension)) {}
-    // What the session manager's `program` takes for a song: a ".xmz" file for ZynAddSubFX, a
-    // folder with a ".h2song" for Hydrogen, else a folder with a ".ardour" (Ardour, and any
-    // other program of the protocol).
-    static ProjectKind forProgram(const QStringList& program);
     Kind kind() const { return kind_; }
     bool sessions() const { return kind_ != Kind::LogicProject; }
     QString songExtension() const { return songExtension_; }
