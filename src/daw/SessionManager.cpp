@@ -359,7 +359,13 @@ QStringList SessionManager::clientIds() const {
 
 QString SessionManager::stateText() const {
     const QString others = companions_ ? companions_->text() : QString();
-    return others.isEmpty() ? plan_.text() : plan_.text() + QStringLiteral(" · ") + others;
+    if (others.isEmpty()) return plan_.text();
+    // The DAW's own "loaded" is not the song's while another program still loads its part.
+    const QString own =
+        othersLoading(plan_.loaded())
+            ? QStringLiteral("Loading %1…").arg(SessionPlan::songName(plan_.loaded()))
+            : plan_.text();
+    return own + QStringLiteral(" · ") + others;
 }
 
 DawStatus SessionManager::status() const {
