@@ -320,8 +320,9 @@ void SessionManager::others(const QString& song) {
         o.heard = options_.heard;
         o.standby = options_.standby;
         companions_ = std::make_unique<CompanionPrograms>(std::move(o));
-        connect(companions_.get(), &CompanionPrograms::stateChanged, this,
-                [this] { emit stateChanged(stateText()); });
+        connect(companions_.get(), &CompanionPrograms::stateChanged, this, [this] {
+            guarded("SessionManager::othersChanged", [this] { emit stateChanged(stateText()); });
+        });
         connect(companions_.get(), &CompanionPrograms::loaded, this, [this](const QString& song) {
             if (held_.path != song || plan_.loaded() != song) return;
             const qint64 ms = now() - std::exchange(held_, {}).ms;
