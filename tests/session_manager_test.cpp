@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QUdpSocket>
 #include <gtest/gtest.h>
@@ -95,12 +96,15 @@ TEST_F(SessionManagerTest, ASongOfTwoProgramsIsLoadedWhenBothHaveIt) {
     QDir().mkpath(song + "/Slow.nB");
     SessionManager manager(daw({}));
     QSignalSpy loaded(&manager, &SessionManager::loaded);
+    QSignalSpy said(&manager, &SessionManager::stateChanged);
     QElapsedTimer clock;
     clock.start();
     manager.open(song);
     ASSERT_TRUE(waitUntil([&] { return loaded.size() == 1; }, 10000))
         << manager.stateText().toStdString();
     EXPECT_GE(clock.elapsed(), 1500) << "said before the slower program had the song";
+    for (const QList<QVariant>& text : said) // not on stage either while the slower one loads
+        EXPECT_FALSE(text[0].toString().contains(QRegularExpression("^Both loaded.* · ")));
     EXPECT_EQ(manager.loadedPath(), song);
     EXPECT_EQ(manager.clientIds(), QStringList({"Gigmora DAW", "Gigmora Fake_nsm_daw"}));
     EXPECT_TRUE(readFile(manager.outputFile()).contains(("OPEN " + song + "/Fake.nA").toUtf8()));

@@ -56,7 +56,8 @@ SessionManager& CompanionPrograms::programFor(const QString& executable) {
     });
     connect(program, &SessionManager::cannotLoad, this,
             [this, program](const QString&, const QString& reason) {
-                emit cannotLoad(song_, program->dawName() + ": " + reason);
+                guarded("CompanionPrograms::cannotLoad",
+                        [&] { emit cannotLoad(song_, program->dawName() + ": " + reason); });
             });
     return *slot;
 }
@@ -64,7 +65,11 @@ SessionManager& CompanionPrograms::programFor(const QString& executable) {
 void CompanionPrograms::open(const QString& song) {
     song_ = song;
     data_.clear();
-    for (const NsmSongFolder::Program& p : NsmSongFolder::programs(song)) {
+    const QList<NsmSongFolder::Program> listed = NsmSongFolder::programs(song);
+    // Garbage, an empty list or only executables given as paths: the DAW plays its placeholder,
+    // which would pass for the song on stage.
+    namesNone_ = listed.isEmpty() && NsmSongFolder::isSongFolder(song);
+    for (const NsmSongFolder::Program& p : listed) {
         if (NsmSongFolder::find({p}, options_.ownExecutable)) continue;
         data_[p.executable] = NsmSongFolder::dataPath(song, p);
     }
@@ -117,6 +122,9 @@ QString CompanionPrograms::text() const {
     QStringList busy;
     for (const auto& [executable, program] : programs_)
         if (lacks(executable)) busy << program->stateText();
+    if (namesNone_)
+        busy << QStringLiteral("%1: its session.nsm names no program to start")
+                    .arg(QFileInfo(song_).fileName());
     return busy.join(QStringLiteral(" · "));
 }
 

@@ -61,4 +61,5 @@ private:
     QString song_;
     std::map<QString, std::unique_ptr<SessionManager>> programs_; // by executable
     std::map<QString, QString> data_; // each program's data for the song, by executable
+    bool namesNone_ = false;          // the song is a folder whose list names no program
 };

@@ -317,8 +317,9 @@ void SessionManager::others(const QString& song) {
         o.heard = options_.heard;
         o.standby = options_.standby;
         companions_ = std::make_unique<CompanionPrograms>(std::move(o));
-        connect(companions_.get(), &CompanionPrograms::stateChanged, this,
-                [this] { emit stateChanged(stateText()); });
+        connect(companions_.get(), &CompanionPrograms::stateChanged, this, [this] {
+            guarded("SessionManager::othersChanged", [this] { emit stateChanged(stateText()); });
+        });
         connect(companions_.get(), &CompanionPrograms::loaded, this, [this](const QString& song) {
             if (held_.path != song || plan_.loaded() != song) return;
             const qint64 ms = now() - std::exchange(held_, {}).ms;
@@ -356,7 +357,13 @@ QStringList SessionManager::clientIds() const {
 
 QString SessionManager::stateText() const {
     const QString others = companions_ ? companions_->text() : QString();
-    return others.isEmpty() ? plan_.text() : plan_.text() + QStringLiteral(" · ") + others;
+    if (others.isEmpty()) return plan_.text();
+    // The DAW's own "loaded" is not the song's while another program still loads its part.
+    const QString own =
+        othersLoading(plan_.loaded())
+            ? QStringLiteral("Loading %1…").arg(SessionPlan::songName(plan_.loaded()))
+            : plan_.text();
+    return own + QStringLiteral(" · ") + others;
 }
 
 DawStatus SessionManager::status() const {
