@@ -106,7 +106,7 @@ TEST_F(SessionManagerTest, ASongOfTwoProgramsIsLoadedWhenBothHaveIt) {
     for (const QList<QVariant>& text : said) // not on stage either while the slower one loads
         EXPECT_FALSE(text[0].toString().contains(QRegularExpression("^Both loaded.* · ")));
     EXPECT_EQ(manager.loadedPath(), song);
-    EXPECT_EQ(manager.clientIds(), QStringList({"Gigmora DAW", "Gigmora Fake_nsm_daw"}));
+    EXPECT_EQ(manager.clientIds(), QStringList({"Gigmora DAW", "Gigmora Slow"}));
     EXPECT_TRUE(readFile(manager.outputFile()).contains(("OPEN " + song + "/Fake.nA").toUtf8()));
     const qint64 slow = manager.companions()->processOf("slow");
     manager.open(session("Alone"));
@@ -205,7 +205,7 @@ TEST_F(SessionManagerTakeOver, BothProgramsOfASongPlayOnUnderTheNextGigmora) {
     for (const char* part : {"/Fake.nA", "/Slow.nB"})
         QDir().mkpath(session("Opener") + part);
     crashWithADawPlaying();
-    const Result<DawRecord> synth = DawRecord::read(runtime() + "/Gigmora Fake_nsm_daw.json");
+    const Result<DawRecord> synth = DawRecord::read(runtime() + "/Gigmora Slow.json");
     ASSERT_TRUE(synth && alive(synth->pid));
     SessionManager manager(options());
     manager.start();
@@ -213,7 +213,7 @@ TEST_F(SessionManagerTakeOver, BothProgramsOfASongPlayOnUnderTheNextGigmora) {
         return manager.companions() && manager.companions()->processOf("slow") == synth->pid;
     }));
     QTest::qWait(300);
-    EXPECT_EQ(readFile(runtime() + "/Gigmora Fake_nsm_daw.log").count("OPEN "), 1);
+    EXPECT_EQ(readFile(runtime() + "/Gigmora Slow.log").count("OPEN "), 1);
     EXPECT_EQ(manager.loadedPath(), session("Opener"));
 }
 

@@ -83,7 +83,7 @@ TEST_F(StandbyDawsTest, ASongOfTwoProgramsIsReadyWithBothAndHeardOnlyThroughTheR
         << daws.stateText().toStdString();
     EXPECT_GE(clock.elapsed(), 1500) << "ready before the slower program had the song";
     JackTestClient look("look");
-    const char* synth = "Gigmora Second Fake_nsm_daw:Master/audio_out 1";
+    const char* synth = "Gigmora Second Slow:Master/audio_out 1";
     ASSERT_EQ(jack_connect(look.client(), synth, "system:playback_1"), 0);
     EXPECT_TRUE(waitUntil([&] {
         return !jack_port_connected(jack_port_by_name(look.client(), synth));

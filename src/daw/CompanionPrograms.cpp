@@ -26,8 +26,13 @@ SessionManager& CompanionPrograms::programFor(const QString& executable) {
     if (slot) return *slot;
     SessionManager::Options o;
     o.program = GigmoraConfig::programCommand(executable);
-    o.clientId = clientIdFor(options_.clientId, SessionManager::nameOf(o.program));
-    o.name = SessionManager::nameOf(o.program) + options_.nameSuffix;
+    // Named after the program, unless the list's executable is another name for it (a second
+    // synth, "zynb", started as ZynAddSubFX): then after that name, so that each has its own.
+    QString name = ProgramProfile::of(o.program).name;
+    if (!QFileInfo(executable).fileName().toLower().startsWith(name.toLower()))
+        name = ProgramProfile::of({executable}).name;
+    o.clientId = clientIdFor(options_.clientId, name);
+    o.name = name + options_.nameSuffix;
     o.runtimeFolder = options_.runtimeFolder;
     o.environment = options_.environment;
     o.loadTimeoutMs = options_.loadTimeoutMs;
