@@ -67,14 +67,17 @@ TEST_F(StandbyDawsTest, TheStandbyAlwaysHoldsTheNextSong) {
     EXPECT_EQ(daws.instance(0)->loadedPath(), songs_[2]);
 }
 
-// A song of two programs: the standby is ready once both have it, and the second program is
-// kept to its own instance (a connection to the speakers is cut).
+// Songs of two programs: the standby is ready once both have its song, and each synth is kept
+// to its own instance: cut from the speakers, and moved to its own instance's synth where a
+// session saved under the first instance's names connected the other's.
 TEST_F(StandbyDawsTest, ASongOfTwoProgramsIsReadyWithBothAndHeardOnlyThroughTheRouter) {
     REQUIRE_JACK();
     GigmoraConfig::setProgramCommand("slow", QStringLiteral(FAKE_NSM_DAW) + " --jack --delay 1500");
-    writeFile(songs_[1] + "/session.nsm", "Fake:fake_nsm_daw:nA\nSlow:slow:nB\n");
-    for (const char* part : {"/Fake.nA", "/Slow.nB"})
-        QDir().mkpath(songs_[1] + part);
+    for (const QString& song : {songs_[0], songs_[1]}) {
+        writeFile(song + "/session.nsm", "Fake:fake_nsm_daw:nA\nSlow:slow:nB\n");
+        for (const char* part : {"/Fake.nA", "/Slow.nB"})
+            QDir().mkpath(song + part);
+    }
     QElapsedTimer clock;
     clock.start();
     StandbyDaws daws(options());
@@ -83,9 +86,15 @@ TEST_F(StandbyDawsTest, ASongOfTwoProgramsIsReadyWithBothAndHeardOnlyThroughTheR
         << daws.stateText().toStdString();
     EXPECT_GE(clock.elapsed(), 1500) << "ready before the slower program had the song";
     JackTestClient look("look");
-    const char* synth = "Gigmora Second Slow:Master/audio_out 1";
-    ASSERT_EQ(jack_connect(look.client(), synth, "system:playback_1"), 0);
+    const auto connected = [&](const char* from, const char* to) {
+        return jack_port_connected_to(jack_port_by_name(look.client(), from), to);
+    };
+    const char* synthB = "Gigmora Second Slow:Master/audio_out 1";
+    const char* trackB = "Gigmora Second DAW:Track/audio_in 1";
+    ASSERT_EQ(jack_connect(look.client(), synthB, "system:playback_1"), 0);
+    ASSERT_EQ(jack_connect(look.client(), "Gigmora Slow:Master/audio_out 1", trackB), 0);
     EXPECT_TRUE(waitUntil([&] {
-        return !jack_port_connected(jack_port_by_name(look.client(), synth));
-    })) << "the standby's synth is heard past the router";
+        return !connected(synthB, "system:playback_1") && connected(synthB, trackB) &&
+               !connected("Gigmora Slow:Master/audio_out 1", trackB);
+    })) << "a synth heard past the router, or by the other instance";
 }

@@ -6,6 +6,7 @@
 
 #include <QRegularExpression>
 #include <algorithm>
+#include <cstring>
 
 #include <jack/jack.h>
 #include <jack/midiport.h>
@@ -181,19 +182,33 @@ bool AudioRouter::routeInstance(int instance, const QString& dawClient, bool lis
     return true;
 }
 
-void AudioRouter::confine(const QString& client, const QStringList& peers) {
+void AudioRouter::confine(const QString& client, const QStringList& peers,
+                          const QStringList& others, const QString& twin) {
     if (!client_) return;
+    jack_client_t* c = client_.get();
     const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));
     for (const QString& name :
-         takeJackNames(jack_get_ports(client_.get(), pattern.toUtf8().constData(),
-                                      JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput))) {
-        if (marked(name, options_.directOutputs)) continue;
-        const QByteArray from = name.toUtf8();
-        jack_port_t* port = jack_port_by_name(client_.get(), from.constData());
+         takeJackNames(jack_get_ports(c, pattern.toUtf8().constData(), nullptr, 0))) {
+        jack_port_t* port = jack_port_by_name(c, name.toUtf8().constData());
         if (!port) continue;
-        for (const QString& to : takeJackNames(jack_port_get_all_connections(client_.get(), port)))
-            if (!peers.contains(to.section(':', 0, 0)))
-                jack_disconnect(client_.get(), from.constData(), to.toUtf8().constData());
+        const bool output = jack_port_flags(port) & JackPortIsOutput;
+        const bool speakers = output &&
+                              !std::strcmp(jack_port_type(port), JACK_DEFAULT_AUDIO_TYPE) &&
+                              !marked(name, options_.directOutputs);
+        const QString mine = twin.isEmpty() ? QString() : twin + ':' + name.section(':', 1);
+        for (const QString& peer : takeJackNames(jack_port_get_all_connections(c, port))) {
+            const QString peerClient = peer.section(':', 0, 0);
+            const bool other = others.contains(peerClient);
+            // A keyboard on its input, its MIDI out to a module: they stay.
+            if (peers.contains(peerClient) || (!other && !speakers)) continue;
+            const QByteArray from = (output ? name : peer).toUtf8();
+            const QByteArray to = (output ? peer : name).toUtf8();
+            jack_disconnect(c, from.constData(), to.constData());
+            if (!other || mine.isEmpty()) continue;
+            const QByteArray twinFrom = (output ? mine : peer).toUtf8();
+            const QByteArray twinTo = (output ? peer : mine).toUtf8();
+            jack_connect(c, twinFrom.constData(), twinTo.constData());
+        }
     }
 }
 

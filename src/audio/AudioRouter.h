@@ -73,10 +73,13 @@ public:
     // false when the client shows no main output. With a transport to tell, the instance's MMC
     // output goes to the DAW's "MMC in".
     bool routeInstance(int instance, const QString& dawClient, bool listen = true);
-    // Cuts every connection of the audio outputs of `client` (a synth beside the DAW) to
-    // anything but the ports of `peers` (its own instance's programs), unless the settings let
-    // it be heard directly: another instance's, or the speakers, would hear it past the router.
-    void confine(const QString& client, const QStringList& peers);
+    // Keeps `client`, a program beside an instance's DAW (a synth), to the programs of its own
+    // instance (`peers`): its audio outputs reach nothing else, unless the settings let it be
+    // heard directly (the speakers would hear it past the router), and a connection with the
+    // other instance's programs (`others`), which a session saved under the first instance's
+    // names makes in the second, is moved to `twin`, the same program of that instance.
+    void confine(const QString& client, const QStringList& peers, const QStringList& others,
+                 const QString& twin);
     // Whether the instance's inputs are connected (the router waits for it in every period).
     bool listensTo(int instance) const;
     // Something is connected to the instance's inputs (and MMC output, with a transport to

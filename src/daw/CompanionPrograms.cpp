@@ -21,6 +21,12 @@ QString CompanionPrograms::clientIdFor(const QString& clientId, const QString& p
     return base + ' ' + program;
 }
 
+QString CompanionPrograms::twinOf(const QString& program, const QString& fromDaw,
+                                  const QString& toDaw) {
+    const QString from = clientIdFor(fromDaw, {});
+    return program.startsWith(from) ? clientIdFor(toDaw, program.mid(from.size())) : QString();
+}
+
 SessionManager& CompanionPrograms::programFor(const QString& executable) {
     auto& slot = programs_[executable];
     if (slot) return *slot;
@@ -59,10 +65,18 @@ SessionManager& CompanionPrograms::programFor(const QString& executable) {
                 emit stateChanged();
         });
     });
+    // One that gave up on its part (a question, no answer) comes back without it and holds up
+    // nothing; a late word on an earlier song's part is not this song's.
     connect(program, &SessionManager::cannotLoad, this,
-            [this, program](const QString&, const QString& reason) {
-                guarded("CompanionPrograms::cannotLoad",
-                        [&] { emit cannotLoad(song_, program->dawName() + ": " + reason); });
+            [this, executable, program](const QString& path, const QString& reason) {
+                guarded("CompanionPrograms::cannotLoad", [&] {
+                    const auto it = data_.find(executable);
+                    if (it == data_.end() || program->songsKind().sessionPath(it->second) != path)
+                        return;
+                    gaveUp_.insert(executable);
+                    emit cannotLoad(song_, program->dawName() + ": " + reason);
+                    settle();
+                });
             });
     return *slot;
 }
@@ -70,12 +84,19 @@ SessionManager& CompanionPrograms::programFor(const QString& executable) {
 void CompanionPrograms::open(const QString& song) {
     song_ = song;
     data_.clear();
+    gaveUp_.clear(); // asked again: another try
+    twice_.clear();
     const QList<NsmSongFolder::Program> listed = NsmSongFolder::programs(song);
     // Garbage, an empty list or only executables given as paths: the DAW plays its placeholder,
     // which would pass for the song on stage.
     namesNone_ = listed.isEmpty() && NsmSongFolder::isSongFolder(song);
     for (const NsmSongFolder::Program& p : listed) {
         if (NsmSongFolder::find({p}, options_.ownExecutable)) continue;
+        // One process a program: a second part for it is said, not loaded.
+        if (data_.count(p.executable)) {
+            twice_ << p.name + '.' + p.id;
+            continue;
+        }
         data_[p.executable] = NsmSongFolder::dataPath(song, p);
     }
     // Ended first: the programs the song does without free what they hold before others load.
@@ -100,10 +121,8 @@ void CompanionPrograms::open(const QString& song) {
         const QString part = program.songsKind().sessionPath(data);
         // Started with its part, it keeps the one it plays if an earlier Gigmora left it
         // running: never the same song twice. A part that is not there is said as such.
-        if (!started && program.songsKind().sessionExists(part))
-            program.start();
-        else
-            program.open(part);
+        if (!started && program.songsKind().sessionExists(part)) program.start();
+        if (program.loadedPath() != part && program.pendingPath() != part) program.open(part);
     }
     emit stateChanged();
 }
@@ -117,7 +136,8 @@ bool CompanionPrograms::waiting(const QString& song) const {
     if (song != song_) return false;
     // One that cannot start, or keeps dying, is said on stage but holds up no song.
     for (const auto& [executable, program] : programs_)
-        if (lacks(executable) && program->status().phase != DawStatus::Phase::Failed &&
+        if (lacks(executable) && !gaveUp_.count(executable) &&
+            program->status().phase != DawStatus::Phase::Failed &&
             program->status().phase != DawStatus::Phase::Stopped)
             return true;
     return false;
@@ -130,6 +150,9 @@ QString CompanionPrograms::text() const {
     if (namesNone_)
         busy << QStringLiteral("%1: its session.nsm names no program to start")
                     .arg(QFileInfo(song_).fileName());
+    if (!twice_.isEmpty())
+        busy << QStringLiteral("%1: not loaded, its program has a part of this song already")
+                    .arg(twice_.join(QStringLiteral(", ")));
     return busy.join(QStringLiteral(" · "));
 }
 
@@ -162,6 +185,7 @@ void CompanionPrograms::end(int graceMs) {
 }
 
 void CompanionPrograms::shutdown(int graceMs) {
+    end(graceMs); // all asked at once: the waits overlap
     for (auto& [executable, program] : programs_)
         program->shutdown(graceMs);
     programs_.clear();

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 
 class SessionManager;
 
@@ -39,6 +40,8 @@ public:
     // The id a program runs under: "Gigmora ZynAddSubFX" beside "Gigmora DAW". Never one that
     // begins with the other's: Ardour takes such ports for its own.
     static QString clientIdFor(const QString& clientId, const QString& program);
+    // The same program beside the DAW `toDaw` as `program` is beside `fromDaw`.
+    static QString twinOf(const QString& program, const QString& fromDaw, const QString& toDaw);
     QStringList clientIds() const;
     // The process of the program started as `executable`; 0 when none runs.
     qint64 processOf(const QString& executable) const;
@@ -62,4 +65,6 @@ private:
     std::map<QString, std::unique_ptr<SessionManager>> programs_; // by executable
     std::map<QString, QString> data_; // each program's data for the song, by executable
     bool namesNone_ = false;          // the song is a folder whose list names no program
+    std::set<QString> gaveUp_;        // programs that could not load their part of the song
+    QStringList twice_;               // parts not loaded: their program is listed before
 };

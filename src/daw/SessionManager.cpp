@@ -121,7 +121,7 @@ void SessionManager::said(const Result<>& sent) const {
 
 QString SessionManager::stageSong() const {
     const QString song = options_.stageSong ? options_.stageSong() : QString();
-    if (song.isEmpty() || options_.songs.sessionExists(song)) return song;
+    if (song.isEmpty() || partThere(song)) return song;
     qCWarning(lcDaw).noquote() << "No session folder at" << song << "; the placeholder is opened.";
     return {};
 }
@@ -214,8 +214,10 @@ bool SessionManager::takeOverRecorded() {
                        .arg(record->pid)
                        .arg(record->loaded.isEmpty() ? QStringLiteral("no song")
                                                      : SessionPlan::songName(record->loaded));
+            // The song's other programs first, taken over as they start: the DAW's word that it
+            // has the song counts only with theirs.
+            others(record->loaded);
             run(plan_.tookOver(record->loaded, nsm_.canSwitch(), stageSong(), now()));
-            others(plan_.loaded()); // the song's other programs are taken over as they start
             return true;
         }
         delete taken;
@@ -302,7 +304,7 @@ void SessionManager::watch(DawProcess* process) {
 void SessionManager::open(const QString& path) {
     held_ = {};
     others(path); // at once: the other programs start while the DAW's own one gets ready
-    run(plan_.open(path, options_.songs.sessionExists(path), now()));
+    run(plan_.open(path, partThere(path), now()));
 }
 
 void SessionManager::others(const QString& song) {
@@ -321,13 +323,15 @@ void SessionManager::others(const QString& song) {
             guarded("SessionManager::othersChanged", [this] { emit stateChanged(stateText()); });
         });
         connect(companions_.get(), &CompanionPrograms::loaded, this, [this](const QString& song) {
-            if (held_.path != song || plan_.loaded() != song) return;
-            const qint64 ms = now() - std::exchange(held_, {}).ms;
-            qCInfo(lcDaw).noquote() << QStringLiteral("%1: every program has it, %2 ms after the "
-                                                      "load began.")
-                                           .arg(SessionPlan::songName(song))
-                                           .arg(ms);
-            guarded("SessionManager::othersLoaded", [&] { emit loaded(song, ms); });
+            guarded("SessionManager::othersLoaded", [&] {
+                if (held_.path != song || plan_.loaded() != song) return;
+                const qint64 ms = now() - std::exchange(held_, {}).ms;
+                qCInfo(lcDaw).noquote()
+                    << QStringLiteral("%1: every program has it, %2 ms after the load began.")
+                           .arg(SessionPlan::songName(song))
+                           .arg(ms);
+                emit loaded(song, ms);
+            });
         });
         connect(companions_.get(), &CompanionPrograms::cannotLoad, this,
                 [this](const QString& song, const QString& reason) {
@@ -335,12 +339,19 @@ void SessionManager::others(const QString& song) {
                             [&] { emit cannotLoad(song, reason); });
                 });
     }
-    // A song of the DAW's own alone ends the others.
-    if (companions_ && companions_->song() != song) companions_->open(song);
+    // A song of the DAW's own alone ends the others; asked again, those without their part
+    // try again.
+    if (companions_) companions_->open(song);
 }
 
 bool SessionManager::othersLoading(const QString& song) const {
     return companions_ && companions_->waiting(song);
+}
+
+bool SessionManager::partThere(const QString& song) const {
+    const QString own = ownPart(song);
+    // A program given a path with nothing there makes a new session in it: in the song folder.
+    return own == options_.placeholder || options_.songs.sessionExists(own);
 }
 
 QString SessionManager::ownPart(const QString& song) const {
@@ -448,16 +459,19 @@ void SessionManager::end(int graceMs) {
 }
 
 void SessionManager::shutdown(int graceMs) {
-    if (companions_) companions_->shutdown(graceMs);
+    if (companions_) companions_->end(graceMs); // asked with the DAW: the waits overlap
     run(plan_.quit());
     dialogPoll_.stop();
     liveness_.stop();
     if (leftover_) leftover_->stopAndWait(graceMs);
-    if (!process_) return;
-    process_->disconnect(this);
-    process_->stopAndWait(graceMs);
-    delete std::exchange(process_, nullptr);
-    if (options_.runtimeFolder.isEmpty()) return;
+    const bool had = process_ != nullptr;
+    if (process_) {
+        process_->disconnect(this);
+        process_->stopAndWait(graceMs);
+        delete std::exchange(process_, nullptr);
+    }
+    if (companions_) companions_->shutdown(graceMs);
+    if (!had || options_.runtimeFolder.isEmpty()) return;
     // A clean end leaves nothing for the next Gigmora to take over or read.
     DawRecord::remove(recordFile());
     QFile::remove(outputFile());

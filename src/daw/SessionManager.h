@@ -148,6 +148,8 @@ private:
     bool othersLoading(const QString& song) const;
     // What the DAW's own program opens for `song`: its part of a song folder.
     QString ownPart(const QString& song) const;
+    // Whether that is there to open.
+    bool partThere(const QString& song) const;
 
     Options options_;
     SessionPlan plan_;

@@ -1,5 +1,6 @@
 #include "daw/StandbyDaws.h"
 
+#include "daw/CompanionPrograms.h"
 #include "daw/DawLog.h"
 #include "platform/Guard.h"
 
@@ -69,6 +70,17 @@ StandbyDaws::StandbyDaws(Options options, QObject* parent)
     }
 }
 
+void StandbyDaws::confine(int instance) {
+    const int other = 1 - instance;
+    const QStringList own = daws_[size_t(instance)]->clientIds();
+    const QStringList others = daws_[size_t(other)]->clientIds();
+    for (const QString& program : own.mid(1)) {
+        const QString twin =
+            CompanionPrograms::twinOf(program, clientId(instance), clientId(other));
+        router_.confine(program, own, others, others.contains(twin) ? twin : QString());
+    }
+}
+
 StandbyDaws::~StandbyDaws() {
     shutdown();
 }
@@ -112,8 +124,7 @@ void StandbyDaws::run(const StandbyPlan::Commands& commands) {
         case Kind::Route:
             // A session brings its own connections along; only the router may hear a DAW.
             router_.routeInstance(c.instance, clientId(c.instance), c.listen);
-            for (const QString& other : daws_[size_t(c.instance)]->clientIds().mid(1))
-                router_.confine(other, daws_[size_t(c.instance)]->clientIds());
+            confine(c.instance);
             break;
         case Kind::SwapTo:
             router_.swapTo(c.instance);

@@ -57,6 +57,8 @@ private:
     // Carries out the event's commands, then what the stage says.
     void handle(const StandbyPlan::Commands& commands);
     void run(const StandbyPlan::Commands& commands);
+    // Keeps the other programs of the instance's song to the instance (see AudioRouter::confine).
+    void confine(int instance);
 
     Options options_;
     StandbyPlan plan_;

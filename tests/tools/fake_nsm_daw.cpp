@@ -2,9 +2,9 @@
 // announces itself at NSM_URL and answers each open after a delay. Options: --caps CAPS,
 // --delay MS, --never-reply, --quit-after MS (exits with status 3, as a DAW giving up does),
 // --jack (with the first open, a silent JACK client named after the client id with Ardour's
-// "Master/audio_out 1" and "2"), --gone-after-opens N (after the Nth open its client closes
-// and the process lives on, as a crash reporter's does). Prints "OPEN <path> <client id>" for
-// every open it gets.
+// "Master/audio_out 1" and "2", and a track's "Track/audio_in 1"), --gone-after-opens N (after the
+// Nth open its client closes and the process lives on, as a crash reporter's does). Prints "OPEN
+// <path> <client id>" for every open it gets.
 #include <jack/jack.h>
 #include <lo/lo.h>
 
@@ -57,6 +57,8 @@ int open(const char*, const char*, lo_arg** argv, int, lo_message, void* data) {
             for (const char* port : {"Master/audio_out 1", "Master/audio_out 2"})
                 s->outputs[c++] = jack_port_register(s->client, port, JACK_DEFAULT_AUDIO_TYPE,
                                                      JackPortIsOutput, 0);
+            jack_port_register(s->client, "Track/audio_in 1", JACK_DEFAULT_AUDIO_TYPE,
+                               JackPortIsInput, 0);
             if (s->outputs[0] && s->outputs[1]) jack_set_process_callback(s->client, play, s);
             jack_activate(s->client);
         }
