@@ -169,6 +169,14 @@ protected:
         return o;
     }
     static QString runtime() { return TempHome::home() + "/run"; }
+    // Opener as a song of the stand-in and a second program beside it; that one's record.
+    static QString twoProgramOpener(const QString& folder = runtime()) {
+        GigmoraConfig::setProgramCommand("slow", QStringLiteral(FAKE_NSM_DAW));
+        writeFile(session("Opener") + "/session.nsm", "Fake:fake_nsm_daw:nA\nSlow:slow:nB\n");
+        for (const char* part : {"/Fake.nA", "/Slow.nB"})
+            QDir().mkpath(session("Opener") + part);
+        return folder + "/Gigmora DAW programs/Gigmora Slow.json";
+    }
     static bool alive(qint64 pid) { return DawProcess::startTimeOf(pid) != 0; }
 };
 
@@ -200,12 +208,9 @@ TEST_F(SessionManagerTakeOver, TheNextGigmoraDrivesTheDawThatPlays) {
 
 // A song of two programs: the next Gigmora takes over both, and neither loads it again.
 TEST_F(SessionManagerTakeOver, BothProgramsOfASongPlayOnUnderTheNextGigmora) {
-    GigmoraConfig::setProgramCommand("slow", QStringLiteral(FAKE_NSM_DAW));
-    writeFile(session("Opener") + "/session.nsm", "Fake:fake_nsm_daw:nA\nSlow:slow:nB\n");
-    for (const char* part : {"/Fake.nA", "/Slow.nB"})
-        QDir().mkpath(session("Opener") + part);
+    const QString record = twoProgramOpener();
     crashWithADawPlaying();
-    const Result<DawRecord> synth = DawRecord::read(runtime() + "/Gigmora Slow.json");
+    const Result<DawRecord> synth = DawRecord::read(record);
     ASSERT_TRUE(synth && alive(synth->pid));
     SessionManager manager(options());
     manager.start();
@@ -213,7 +218,7 @@ TEST_F(SessionManagerTakeOver, BothProgramsOfASongPlayOnUnderTheNextGigmora) {
         return manager.companions() && manager.companions()->processOf("slow") == synth->pid;
     }));
     QTest::qWait(300);
-    EXPECT_EQ(readFile(runtime() + "/Gigmora Slow.log").count("OPEN "), 1);
+    EXPECT_EQ(readFile(runtime() + "/Gigmora DAW programs/Gigmora Slow.log").count("OPEN "), 1);
     EXPECT_EQ(manager.loadedPath(), session("Opener"));
 }
 
@@ -237,11 +242,13 @@ TEST_F(SessionManagerTakeOver, OneThatCannotBeTakenOverIsEndedFirst) {
 
 // Nothing would drive a DAW left by a crash under the default control, and it holds the audio.
 TEST_F(SessionManagerTakeOver, TheDefaultControlEndsALeftoverDaw) {
+    const QString record = twoProgramOpener(DawControl::runtimeFolder()); // its synth too
     const qint64 pid = crashWithADawPlaying(DawControl::runtimeFolder());
-    ASSERT_TRUE(alive(pid));
+    const Result<DawRecord> synth = DawRecord::read(record);
+    ASSERT_TRUE(alive(pid) && synth && alive(synth->pid));
     DawControl control;
     control.apply(GigmoraConfig::Daw{});
-    EXPECT_TRUE(waitUntil([&] { return !alive(pid); }));
+    EXPECT_TRUE(waitUntil([&] { return !alive(pid) && !alive(synth->pid); }));
     EXPECT_TRUE(waitUntil(
         [] { return !QFileInfo::exists(DawControl::runtimeFolder() + "/Gigmora DAW.json"); }));
 }

@@ -7,6 +7,7 @@
 #include "platform/Guard.h"
 #include "settings/GigmoraConfig.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 CompanionPrograms::CompanionPrograms(Options options, QObject* parent)
@@ -27,19 +28,36 @@ QString CompanionPrograms::twinOf(const QString& program, const QString& fromDaw
     return program.startsWith(from) ? clientIdFor(toDaw, program.mid(from.size())) : QString();
 }
 
+QString CompanionPrograms::nameFor(const QString& executable, const QStringList& command) const {
+    // Named after the program, unless the list's executable is another name for it (a second
+    // synth, "zynb", started as ZynAddSubFX): then after that name, so that each has its own.
+    const QString name = ProgramProfile::of(command).name;
+    return QFileInfo(executable).fileName().toLower().startsWith(name.toLower())
+               ? name
+               : ProgramProfile::of({executable}).name;
+}
+
+QString CompanionPrograms::runtimeFolderOf(const QString& runtimeFolder, const QString& clientId) {
+    return runtimeFolder.isEmpty() ? QString() : runtimeFolder + '/' + clientId + " programs";
+}
+
+void CompanionPrograms::endRecorded(const QString& folder, const QStringList& except,
+                                    QObject* owner) {
+    if (folder.isEmpty()) return;
+    for (const QFileInfo& record : QDir(folder).entryInfoList({"*.json"}, QDir::Files))
+        if (!except.contains(record.completeBaseName()))
+            SessionManager::endRecordedDaw(record.filePath(), record.completeBaseName(), owner);
+}
+
 SessionManager& CompanionPrograms::programFor(const QString& executable) {
     auto& slot = programs_[executable];
     if (slot) return *slot;
     SessionManager::Options o;
     o.program = GigmoraConfig::programCommand(executable);
-    // Named after the program, unless the list's executable is another name for it (a second
-    // synth, "zynb", started as ZynAddSubFX): then after that name, so that each has its own.
-    QString name = ProgramProfile::of(o.program).name;
-    if (!QFileInfo(executable).fileName().toLower().startsWith(name.toLower()))
-        name = ProgramProfile::of({executable}).name;
+    const QString name = nameFor(executable, o.program);
     o.clientId = clientIdFor(options_.clientId, name);
     o.name = name + options_.nameSuffix;
-    o.runtimeFolder = options_.runtimeFolder;
+    o.runtimeFolder = runtimeFolderOf(options_.runtimeFolder, options_.clientId);
     o.environment = options_.environment;
     o.loadTimeoutMs = options_.loadTimeoutMs;
     o.heard = options_.heard;
@@ -114,6 +132,13 @@ void CompanionPrograms::open(const QString& song) {
         connect(leaving, &SessionManager::ended, leaving, &QObject::deleteLater);
         leaving->end(SessionManager::kEndGraceMs);
         it = programs_.erase(it);
+    }
+    if (!std::exchange(swept_, true)) {
+        QStringList listed;
+        for (const auto& [executable, data] : data_)
+            listed << clientIdFor(options_.clientId,
+                                  nameFor(executable, GigmoraConfig::programCommand(executable)));
+        endRecorded(runtimeFolderOf(options_.runtimeFolder, options_.clientId), listed, this);
     }
     for (const auto& [executable, data] : data_) {
         const bool started = programs_.count(executable) > 0;

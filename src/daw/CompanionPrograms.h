@@ -40,6 +40,12 @@ public:
     // The id a program runs under: "Gigmora ZynAddSubFX" beside "Gigmora DAW". Never one that
     // begins with the other's: Ardour takes such ports for its own.
     static QString clientIdFor(const QString& clientId, const QString& program);
+    // Where the programs beside the DAW `clientId` are written down (under the DAW's own
+    // runtime folder); empty with none.
+    static QString runtimeFolderOf(const QString& runtimeFolder, const QString& clientId);
+    // Ends the programs written down there: left by a Gigmora that crashed, they would hold
+    // their JACK names and the audio with nobody to drive them.
+    static void endRecorded(const QString& folder, const QStringList& except, QObject* owner);
     // The same program beside the DAW `toDaw` as `program` is beside `fromDaw`.
     static QString twinOf(const QString& program, const QString& fromDaw, const QString& toDaw);
     QStringList clientIds() const;
@@ -56,6 +62,7 @@ signals:
 
 private:
     SessionManager& programFor(const QString& executable);
+    QString nameFor(const QString& executable, const QStringList& command) const;
     // Whether the program started as `executable` has yet to load its part of the song.
     bool lacks(const QString& executable) const;
     void settle();
@@ -65,6 +72,7 @@ private:
     std::map<QString, std::unique_ptr<SessionManager>> programs_; // by executable
     std::map<QString, QString> data_; // each program's data for the song, by executable
     bool namesNone_ = false;          // the song is a folder whose list names no program
+    bool swept_ = false;              // the ones left by an earlier Gigmora are seen to
     std::set<QString> gaveUp_;        // programs that could not load their part of the song
     QStringList twice_;               // parts not loaded: their program is listed before
 };

@@ -1,5 +1,6 @@
 #include "daw/DawControl.h"
 
+#include "daw/CompanionPrograms.h"
 #include "daw/DawPortKeeper.h"
 #include "daw/SessionManager.h"
 #include "daw/StandbyDaws.h"
@@ -91,10 +92,14 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
         ports_->start();
     } else {
         // A DAW an earlier Gigmora left running would hold the audio with nobody to drive it.
-        for (int i = 0; i < StandbyDaws::kInstances; ++i)
+        for (int i = 0; i < StandbyDaws::kInstances; ++i) {
             SessionManager::endRecordedDaw(
                 SessionManager::recordFileIn(runtimeFolder(), StandbyDaws::clientId(i)),
                 QStringLiteral("DAW"), this);
+            CompanionPrograms::endRecorded(
+                CompanionPrograms::runtimeFolderOf(runtimeFolder(), StandbyDaws::clientId(i)), {},
+                this);
+        }
     }
     emit stateChanged(stateText());
 }

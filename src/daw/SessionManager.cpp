@@ -308,7 +308,11 @@ void SessionManager::open(const QString& path) {
 }
 
 void SessionManager::others(const QString& song) {
-    if (!companions_ && NsmSongFolder::isSongFolder(song)) {
+    // Also for a song of its own alone when an earlier Gigmora left other programs running.
+    const QString left =
+        CompanionPrograms::runtimeFolderOf(options_.runtimeFolder, options_.clientId);
+    if (!companions_ && (NsmSongFolder::isSongFolder(song) ||
+                         (!left.isEmpty() && !QDir(left).isEmpty(QDir::Files)))) {
         CompanionPrograms::Options o;
         o.ownExecutable = options_.program.value(0);
         o.clientId = options_.clientId;
