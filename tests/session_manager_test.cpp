@@ -3,6 +3,7 @@
 #include "daw/DawRecord.h"
 #include "daw/SessionManager.h"
 #include "settings/GigmoraConfig.h"
+#include "support/JackAvailable.h"
 #include "support/LibraryHelpers.h"
 #include "support/TempHome.h"
 
@@ -113,6 +114,24 @@ TEST_F(SessionManagerTest, ASongOfTwoProgramsIsLoadedWhenBothHaveIt) {
     ASSERT_TRUE(waitUntil([&] { return loaded.size() == 2; }));
     EXPECT_TRUE(waitUntil([&] { return ::kill(pid_t(slow), 0) != 0; }))
         << "the program the song does without is ended";
+}
+
+// One DAW that the JACK server shut out (Ardour after two requests at once) still answers the
+// session manager, silent for good: it is started again with its song.
+TEST_F(SessionManagerTest, OneDawShutOutByTheJackServerIsStartedAgain) {
+    REQUIRE_JACK();
+    GigmoraConfig::Daw settings;
+    settings.control = GigmoraConfig::Daw::Control::SessionManager;
+    settings.command = QStringLiteral(FAKE_NSM_DAW) + " --jack --jack-gone-after 1000";
+    DawControl control;
+    control.setPlan({{session("Opener")}, 0});
+    control.apply(settings);
+    ASSERT_TRUE(waitUntil([&] { return control.status().phase == DawStatus::Phase::Loaded; }));
+    const qint64 first = control.sessionManager()->dawProcessId();
+    EXPECT_TRUE(
+        waitUntil([&] { return control.sessionManager()->dawProcessId() != first; }, 10000));
+    EXPECT_TRUE(
+        waitUntil([&] { return control.sessionManager()->loadedPath() == session("Opener"); }));
 }
 
 // A DAW whose client has gone while its process lives on (Hydrogen's crash reporter waits on a

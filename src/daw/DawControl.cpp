@@ -1,11 +1,13 @@
 #include "daw/DawControl.h"
 
 #include "daw/CompanionPrograms.h"
+#include "daw/DawLog.h"
 #include "daw/DawPortKeeper.h"
 #include "daw/SessionManager.h"
 #include "daw/StandbyDaws.h"
 #include "library/ProgramProfile.h"
 #include "library/ProjectKind.h"
+#include "platform/Guard.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -25,7 +27,38 @@ AudioRouter::Transport transportAtSwap(GigmoraConfig::Daw::Transport transport) 
 }
 } // namespace
 
-DawControl::DawControl(QObject* parent) : QObject(parent) {}
+DawControl::DawControl(QObject* parent) : QObject(parent) {
+    shutOut_.setInterval(1000);
+    connect(&shutOut_, &QTimer::timeout, this,
+            [this] { guarded("DawControl::lookForShutOut", [this] { lookForShutOut(); }); });
+}
+
+void DawControl::lookForShutOut() {
+    if (!manager_ || !ports_) return;
+    const qint64 process = manager_->dawProcessId();
+    if (process != std::exchange(watched_, process)) {
+        hadPorts_ = false;
+        misses_ = 0;
+    }
+    const DawStatus::Phase phase = manager_->status().phase;
+    if (!manager_->isUp() ||
+        (phase != DawStatus::Phase::Loaded && phase != DawStatus::Phase::Ready)) {
+        misses_ = 0;
+        return;
+    }
+    if (ports_->hasPorts(manager_->clientId())) {
+        hadPorts_ = true;
+        misses_ = 0;
+        return;
+    }
+    // A program that never had a port (one without JACK) is not cut off.
+    if (!hadPorts_ || ++misses_ < kShutOutLooks) return;
+    hadPorts_ = false;
+    misses_ = 0;
+    qCWarning(lcDaw).noquote() << manager_->clientId()
+                               << "has no port on the JACK server; it is started again.";
+    manager_->startAgain();
+}
 
 void DawControl::setPlan(const StagePlan& plan) {
     plan_ = plan;
@@ -90,6 +123,7 @@ void DawControl::apply(const GigmoraConfig::Daw& settings) {
             return clients;
         });
         ports_->start();
+        if (!settings.standby) shutOut_.start(); // the standby looks for itself
     } else {
         // A DAW an earlier Gigmora left running would hold the audio with nobody to drive it.
         for (int i = 0; i < StandbyDaws::kInstances; ++i) {
@@ -138,6 +172,7 @@ SessionManager* DawControl::sessionManager() const {
 }
 
 void DawControl::shutdown() {
+    shutOut_.stop();
     ports_.reset(); // before the DAWs go: their ports going is no change to keep
     if (standby_) standby_->shutdown();
     standby_.reset();

@@ -6,6 +6,7 @@
 #include "settings/GigmoraConfig.h"
 
 #include <QObject>
+#include <QTimer>
 #include <memory>
 
 class DawPortKeeper;
@@ -54,6 +55,11 @@ signals:
     void adopted(const QString& path);
 
 private:
+    // One DAW the JACK server has shut out answers the session manager but is silent for
+    // good: it is started again with its song, as a standby's instance is.
+    void lookForShutOut();
+    static constexpr int kShutOutLooks = 3; // a second apart: a load re-registers the ports
+
     GigmoraConfig::Daw settings_;
     ProjectKind projectKind_;
     StagePlan plan_;     // as given
@@ -61,4 +67,8 @@ private:
     std::unique_ptr<SessionManager> manager_;
     std::unique_ptr<StandbyDaws> standby_;
     std::unique_ptr<DawPortKeeper> ports_;
+    QTimer shutOut_;
+    qint64 watched_ = 0;    // the DAW process looked at
+    bool hadPorts_ = false; // it has been seen with ports
+    int misses_ = 0;        // looks in a row that found none
 };

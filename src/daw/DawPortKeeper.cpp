@@ -20,6 +20,13 @@ DawPortKeeper::~DawPortKeeper() {
     client_.reset(); // no callback may come while the rest goes
 }
 
+bool DawPortKeeper::hasPorts(const QString& client) const {
+    if (!client_) return true;
+    const QString pattern = QStringLiteral("^%1:").arg(QRegularExpression::escape(client));
+    return !takeJackNames(jack_get_ports(client_.get(), pattern.toUtf8().constData(), nullptr, 0))
+                .isEmpty();
+}
+
 bool DawPortKeeper::start() {
     if (client_) return true;
     JackClient client(jack_client_open(kClientName, jack_options_t(JackNoStartServer), nullptr));

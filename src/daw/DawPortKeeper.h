@@ -31,6 +31,8 @@ public:
 
     // Opens its client; false without a JACK server (it tries again at every look).
     bool start();
+    // Whether the JACK client `client` has a port on the server; true when it cannot tell.
+    bool hasPorts(const QString& client) const;
 
 private:
     struct Port {

@@ -3,8 +3,9 @@
 // --delay MS, --never-reply, --quit-after MS (exits with status 3, as a DAW giving up does),
 // --jack (with the first open, a silent JACK client named after the client id with Ardour's
 // "Master/audio_out 1" and "2", and a track's "Track/audio_in 1"), --gone-after-opens N (after the
-// Nth open its client closes and the process lives on, as a crash reporter's does). Prints "OPEN
-// <path> <client id>" for every open it gets.
+// Nth open its client closes and the process lives on, as a crash reporter's does),
+// --jack-gone-after MS (that long after its JACK client is made it closes it, as a DAW the
+// server has shut out is left). Prints "OPEN <path> <client id>" for every open it gets.
 #include <jack/jack.h>
 #include <lo/lo.h>
 
@@ -15,6 +16,7 @@
 #include <string>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 // liblo's LO_TT_IMMEDIATE, without its C compound literal.
@@ -26,6 +28,7 @@ struct State {
     bool neverReply = false;
     int quitAfterMs = -1;
     int goneAfterOpens = -1;
+    int jackGoneMs = -1;
     int opens = 0;
     bool jack = false;
     jack_client_t* client = nullptr; // lives as long as the process
@@ -87,6 +90,8 @@ int main(int argc, char** argv) {
             s.quitAfterMs = std::atoi(argv[++i]);
         if (!std::strcmp(argv[i], "--gone-after-opens") && i + 1 < argc)
             s.goneAfterOpens = std::atoi(argv[++i]);
+        if (!std::strcmp(argv[i], "--jack-gone-after") && i + 1 < argc)
+            s.jackGoneMs = std::atoi(argv[++i]);
     }
     const char* url = std::getenv("NSM_URL");
     if (!url) return 2;
@@ -106,6 +111,13 @@ int main(int argc, char** argv) {
                 pause();
         }
         lo_server_recv_noblock(s.server, 100);
+        static auto madeAt = std::chrono::steady_clock::time_point{};
+        if (s.client && madeAt == decltype(madeAt){}) madeAt = std::chrono::steady_clock::now();
+        if (s.client && s.jackGoneMs >= 0 &&
+            std::chrono::steady_clock::now() - madeAt > std::chrono::milliseconds(s.jackGoneMs)) {
+            jack_client_close(std::exchange(s.client, nullptr));
+            s.jack = false; // never again: cut off for good
+        }
         if (s.quitAfterMs >= 0 &&
             std::chrono::steady_clock::now() - started > std::chrono::milliseconds(s.quitAfterMs)) {
             std::printf("FakeDAW: giving up, nothing to do\n");
