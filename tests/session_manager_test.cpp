@@ -122,14 +122,14 @@ TEST_F(SessionManagerTest, OneDawShutOutByTheJackServerIsStartedAgain) {
     REQUIRE_JACK();
     GigmoraConfig::Daw settings;
     settings.control = GigmoraConfig::Daw::Control::SessionManager;
-    settings.command = QStringLiteral(FAKE_NSM_DAW) + " --jack --jack-gone-after 1000";
+    settings.command = QStringLiteral(FAKE_NSM_DAW) + " --jack --jack-gone-after 2500";
     DawControl control;
     control.setPlan({{session("Opener")}, 0});
     control.apply(settings);
     ASSERT_TRUE(waitUntil([&] { return control.status().phase == DawStatus::Phase::Loaded; }));
     const qint64 first = control.sessionManager()->dawProcessId();
     EXPECT_TRUE(
-        waitUntil([&] { return control.sessionManager()->dawProcessId() != first; }, 10000));
+        waitUntil([&] { return control.sessionManager()->dawProcessId() != first; }, 20000));
     EXPECT_TRUE(
         waitUntil([&] { return control.sessionManager()->loadedPath() == session("Opener"); }));
 }

@@ -41,10 +41,15 @@ void DawControl::lookForShutOut() {
         misses_ = 0;
     }
     const DawStatus::Phase phase = manager_->status().phase;
-    if (!manager_->isUp() ||
-        (phase != DawStatus::Phase::Loaded && phase != DawStatus::Phase::Ready)) {
+    const bool settled =
+        manager_->isUp() && (phase == DawStatus::Phase::Loaded || phase == DawStatus::Phase::Ready);
+    // Ardour registers its ports again after a load, later than its answer, and later still
+    // with heavy sessions: looked at only a while after, as the standby's instances are.
+    if (!settled || manager_->loadedPath() != loadedSong_) {
+        loadedSong_ = settled ? manager_->loadedPath() : QString();
+        loadedFor_.restart();
         misses_ = 0;
-        return;
+        if (!settled) return;
     }
     if (ports_->hasPorts(manager_->clientId())) {
         hadPorts_ = true;
@@ -52,7 +57,8 @@ void DawControl::lookForShutOut() {
         return;
     }
     // A program that never had a port (one without JACK) is not cut off.
-    if (!hadPorts_ || ++misses_ < kShutOutLooks) return;
+    if (!hadPorts_ || loadedFor_.elapsed() < StandbyPlan::kCutOffMs || ++misses_ < kShutOutLooks)
+        return;
     hadPorts_ = false;
     misses_ = 0;
     qCWarning(lcDaw).noquote() << manager_->clientId()

@@ -5,6 +5,7 @@
 #include "library/ProjectKind.h"
 #include "settings/GigmoraConfig.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <memory>
@@ -58,7 +59,7 @@ private:
     // One DAW the JACK server has shut out answers the session manager but is silent for
     // good: it is started again with its song, as a standby's instance is.
     void lookForShutOut();
-    static constexpr int kShutOutLooks = 3; // a second apart: a load re-registers the ports
+    static constexpr int kShutOutLooks = 3; // a second apart
 
     GigmoraConfig::Daw settings_;
     ProjectKind projectKind_;
@@ -68,7 +69,9 @@ private:
     std::unique_ptr<StandbyDaws> standby_;
     std::unique_ptr<DawPortKeeper> ports_;
     QTimer shutOut_;
-    qint64 watched_ = 0;    // the DAW process looked at
-    bool hadPorts_ = false; // it has been seen with ports
-    int misses_ = 0;        // looks in a row that found none
+    qint64 watched_ = 0;      // the DAW process looked at
+    bool hadPorts_ = false;   // it has been seen with ports
+    int misses_ = 0;          // looks in a row that found none
+    QString loadedSong_;      // what it has, settled
+    QElapsedTimer loadedFor_; // since it has had it
 };
