@@ -48,12 +48,16 @@ SetlistCheckDialog::SetlistCheckDialog(const QString& setlistName,
     resize(640, 440);
 
     // The worker owns its copies; the dialog, if still open, reads the outcome once it ends.
+    // The system is looked at here: a JACK client opened and closed on another thread while
+    // this one opens one can leave both stuck inside the JACK library.
     auto outcome = std::make_shared<Outcome>();
-    QThread* worker = QThread::create([outcome, songs, daw] {
+    std::shared_ptr<const SetlistCheck> checker;
+    guarded("checkSystem", [&] { checker = std::make_shared<const SetlistCheck>(daw); });
+    QThread* worker = QThread::create([outcome, songs, checker] {
         guarded("checkSetlist", [&] {
-            const SetlistCheck checker(daw);
-            outcome->system = checker.system().lines;
-            outcome->setlist = checker.check(songs);
+            if (!checker) return;
+            outcome->system = checker->system().lines;
+            outcome->setlist = checker->check(songs);
             outcome->complete = true;
         });
     });
