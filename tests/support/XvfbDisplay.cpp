@@ -8,8 +8,10 @@
 void XvfbDisplay::start() {
     ASSERT_FALSE(QStandardPaths::findExecutable("Xvfb").isEmpty())
         << "Xvfb is not installed (scripts/setup installs it)";
-    // Xvfb picks a free display itself and names it on standard output.
-    xvfb_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x900x24"});
+    // Xvfb picks a free display itself and names it on standard output. Without -noreset it
+    // resets whenever its last client leaves (an xdotool call), and a program that connects in
+    // that moment cannot ("could not connect to display").
+    xvfb_.start("Xvfb", {"-displayfd", "1", "-noreset", "-screen", "0", "1280x900x24"});
     ASSERT_TRUE(xvfb_.waitForStarted()) << "Xvfb did not start";
     QByteArray number;
     helpers::waitUntil(
@@ -27,5 +29,9 @@ void XvfbDisplay::start() {
 
 XvfbDisplay::~XvfbDisplay() {
     xvfb_.terminate();
-    xvfb_.waitForFinished(3000);
+    // Gone before the next test's starts.
+    if (!xvfb_.waitForFinished(3000)) {
+        xvfb_.kill();
+        xvfb_.waitForFinished(1000);
+    }
 }
