@@ -108,6 +108,8 @@ void CompanionPrograms::open(const QString& song) {
     // Garbage, an empty list or only executables given as paths: the DAW plays its placeholder,
     // which would pass for the song on stage.
     namesNone_ = listed.isEmpty() && NsmSongFolder::isSongFolder(song);
+    const NsmSongFolder::Program* own = NsmSongFolder::find(listed, options_.ownExecutable);
+    ownData_ = own ? NsmSongFolder::dataPath(song, *own) : QString();
     for (const NsmSongFolder::Program& p : listed) {
         if (NsmSongFolder::find({p}, options_.ownExecutable)) continue;
         // One process a program: a second part for it is said, not loaded.
@@ -182,6 +184,8 @@ QString CompanionPrograms::text() const {
 }
 
 QString CompanionPrograms::ownData(const QString& song) const {
+    // The song in front of the programs was read once, when it was opened.
+    if (song == song_) return ownData_;
     const QList<NsmSongFolder::Program> programs = NsmSongFolder::programs(song);
     const NsmSongFolder::Program* own = NsmSongFolder::find(programs, options_.ownExecutable);
     return own ? NsmSongFolder::dataPath(song, *own) : QString();

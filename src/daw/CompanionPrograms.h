@@ -69,6 +69,7 @@ private:
 
     Options options_;
     QString song_;
+    QString ownData_;                                             // the DAW's own part of it
     std::map<QString, std::unique_ptr<SessionManager>> programs_; // by executable
     std::map<QString, QString> data_; // each program's data for the song, by executable
     bool namesNone_ = false;          // the song is a folder whose list names no program
